@@ -1,0 +1,18 @@
+# nd_test(NAME SOURCES... [SHIPPED] [LINK lib...]): one GoogleTest program, registered with ctest as one test.
+# By default it links nd-testing whole, so hidden classes and test hooks are within reach; SHIPPED links libnd as users get it.
+find_package(GTest REQUIRED)
+
+function(nd_test name)
+    cmake_parse_arguments(ARG "SHIPPED" "" "SOURCES;LINK" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gmock nd_warnings)
+    if(ARG_SHIPPED)
+        target_link_libraries(${name} PRIVATE nd GTest::gtest_main)
+    else()
+        target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+        target_link_libraries(${name} PRIVATE nd_test_support)
+    endif()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
