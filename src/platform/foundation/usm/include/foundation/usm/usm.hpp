@@ -1,0 +1,126 @@
+// The engine store: objects that exist once per engine, found by a number that stands for their type.
+//
+// Scopes. An EngineInstance owns the objects of one engine. An EngineActivation makes it the current one of its
+// thread; activations nest and end in reverse order on the thread that began them. A thread without an activation is
+// in the default engine. A worker thread that acts for an engine activates EngineInstance::current() of the thread
+// that it works for.
+//
+// Life. Objects end in reverse order of insertion, when their engine closes. The engine is marked closed first, and
+// is current on the closing thread while the deleters run: what they look up raises TypeError and nothing is made
+// anew in a store that is going down.
+//
+// Threads. Finding takes no lock. Inserting takes the engine's lock, but never while foreign code runs. An engine must
+// not be closed while another thread uses it.
+//
+// Failure. An operation that throws leaves the store as it was; a candidate that isn't taken is destroyed.
+#pragma once
+
+#include <nd/types.h>
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <typeinfo>
+
+namespace foundation::usm {
+
+// No engine is active on this thread or it is closed; or, from insert(), the place is taken.
+class ND_EXPORT TypeError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~TypeError() override;
+};
+
+// An engine is active and has no object of this type. Catch it before its base.
+class ND_EXPORT DoesNotExistTypeError : public TypeError {
+public:
+    using TypeError::TypeError;
+    ~DoesNotExistTypeError() override;
+};
+
+namespace scope {
+struct EngineScope; // names the scope in Detail, never defined
+}
+
+// An object and how it ends.
+using object_ptr = std::unique_ptr<void, void (*)(void*)>;
+
+namespace detail {
+struct slot_table;
+struct stored_object;
+} // namespace detail
+
+template <class Scope>
+struct Detail;
+
+class ND_EXPORT EngineInstance {
+public:
+    constexpr EngineInstance() noexcept = default;
+    EngineInstance(const EngineInstance&) = delete;
+    EngineInstance& operator=(const EngineInstance&) = delete;
+    ~EngineInstance(); // closes; no activation of this engine may outlive it
+
+    // Ends the objects. The engine stays, empty, and every lookup in it fails.
+    void close() noexcept;
+    bool is_closed() const noexcept { return closed_.load(std::memory_order_acquire); }
+
+    // The engine of threads without an activation. It is never destroyed.
+    static EngineInstance& default_instance() noexcept;
+
+    // The engine that is current on this thread; null within an activation of no engine.
+    static EngineInstance* current() noexcept;
+
+private:
+    friend struct Detail<scope::EngineScope>;
+
+    void* find(std::size_t id) const noexcept;
+    void* insert(std::size_t id, object_ptr& candidate, bool& inserted);
+    detail::slot_table* reserve(std::size_t id);
+
+    std::atomic<detail::slot_table*> slots_{nullptr}; // objects by id
+    detail::stored_object* newest_ = nullptr;         // chain of owned objects, latest insertion first
+    std::mutex mutex_;                                // guards newest_ and changes of slots_
+    std::atomic<bool> closed_{false};
+};
+
+// Makes an engine, or with null no engine, current on this thread while it lives.
+class ND_EXPORT EngineActivation {
+public:
+    explicit EngineActivation(EngineInstance* engine) noexcept;
+    EngineActivation(const EngineActivation&) = delete;
+    EngineActivation& operator=(const EngineActivation&) = delete;
+    ~EngineActivation();
+
+private:
+    EngineInstance* previous_;
+};
+
+// Lookup in the current engine.
+template <>
+struct ND_EXPORT Detail<scope::EngineScope> {
+    // The number of a type: small, the same for every caller. Ask once and keep it.
+    static std::size_t getNextID(const std::type_info& type);
+
+    // The object, or null when there is none or no open engine is active.
+    static void* find(std::size_t id) noexcept;
+
+    // The object; TypeError without an open engine, DoesNotExistTypeError without an object.
+    static void* findOrThrow(std::size_t id);
+
+    // The object; ends the process when there is none.
+    static void* findOrFail(std::size_t id);
+
+    // Stores the candidate unless an object stands already. Returns the one that stands; a losing candidate is
+    // destroyed before the return. TypeError without an open engine.
+    static void* findOrInsert(std::size_t id, object_ptr candidate);
+
+    // Stores the object and returns it. TypeError without an open engine or when an object stands already.
+    static void* insert(std::size_t id, object_ptr object);
+
+    // Whether an open engine is active on this thread.
+    static bool isRequiredContextActive() noexcept;
+};
+
+} // namespace foundation::usm
