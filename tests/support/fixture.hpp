@@ -1,0 +1,38 @@
+// NdTest: the fixture that tests of the library derive from or use as it is.
+//
+// Nothing has to be asked for. When the fixture goes, after the members of the derived class:
+//   - arrays that were given to keep() are validated in full and destroyed
+//   - the per-engine records (last error, contexts) end and the module mode is back at "not initialised"
+//   - the blocks of all three sources of memory that are alive are as many as before the test
+// A count of operator new that grew may be state that the process makes once, at first use. The program therefore runs such
+// tests a second time at its end; what grows again is a leak and fails there.
+#pragma once
+
+#include "support/alloc_sources.hpp"
+
+#include <nd/create.hpp>
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace test {
+
+class NdTest : public ::testing::Test {
+protected:
+    NdTest();
+    ~NdTest() override;
+
+    /// Hands the array to the fixture, which validates it and destroys it at the end. Returns it for use; null is refused.
+    ndArray_tag* keep(matrix::array_ptr array);
+    ndArray_tag* keep(ndArray_tag* array) { return keep(matrix::array_ptr(array)); }
+
+private:
+    void end_kept_arrays();
+    void check_balance();
+
+    std::vector<matrix::array_ptr> kept_;
+    live_blocks before_;
+};
+
+} // namespace test
