@@ -43,41 +43,41 @@
 #include <cstdint>
 #include <span>
 
-struct scaffolding;  // separate-complex view of a data block
-struct RootRecord;   // containment record
-struct sharer_list;  // headers in single-threaded sharing
+struct scaffolding; // separate-complex view of a data block
+struct RootRecord;  // containment record
+struct sharer_list; // headers in single-threaded sharing
 
 namespace matrix {
 
 /// The bits of ndArray_tag::flags: the complete word.
 enum array_flag : std::uint32_t {
-    flag_scalar_double = 0x1,            ///< full 1x1 double; sufficient, never necessary: a clear bit says nothing
-    flag_share_data_private = 0x2,       ///< data private to this array and its shared copies
-    flag_empty_square_bracket = 0x4,     ///< the value is the literal empty bracket
-    flag_from_global_workspace = 0x8,    ///< the value came from the global workspace
-    flag_sparse = 0x10,                  ///< sparse storage: info_a to info_c are live
-    flag_colon_object = 0x20,            ///< a range that stores its operands only
-    flag_data_private = 0x40,            ///< the library doesn't own pdata and never frees it
-    flag_numeric = 0x80,                 ///< the class is numeric: double, single or an integer class
-    flag_indexing_opaque = 0x100,        ///< dimensions are computed on demand by the opaque class
-    flag_reusable = 0x200,               ///< the data may be taken over; any new reference clears it
-    flag_capacity_tracked = 0x400,       ///< the block has the size that ndGetCapacity gives for the element count
-    flag_complex = 0x800,                ///< elements have an imaginary part; counts only together with flag_numeric
-    flag_shared_data = 0x1000,           ///< the share record was joined by a share; a hint, its count is the truth
-    flag_cached_header = 0x2000,         ///< header and block came from an array-cache bin
-    flag_bin_mask = 0x7C000,             ///< which bin, 0 to 17; valid with flag_cached_header
-    flag_inline_dims = 0x80000,          ///< two-dimensional, dimensions stand in the header
+    flag_scalar_double = 0x1,      ///< full 1x1 double; sufficient, never necessary: a clear bit says nothing
+    flag_share_data_private = 0x2, ///< data private to this array and its shared copies
+    flag_empty_square_bracket = 0x4,  ///< the value is the literal empty bracket
+    flag_from_global_workspace = 0x8, ///< the value came from the global workspace
+    flag_sparse = 0x10,               ///< sparse storage: info_a to info_c are live
+    flag_colon_object = 0x20,         ///< a range that stores its operands only
+    flag_data_private = 0x40,         ///< the library doesn't own pdata and never frees it
+    flag_numeric = 0x80,              ///< the class is numeric: double, single or an integer class
+    flag_indexing_opaque = 0x100,     ///< dimensions are computed on demand by the opaque class
+    flag_reusable = 0x200,            ///< the data may be taken over; any new reference clears it
+    flag_capacity_tracked = 0x400, ///< the block has the size that ndGetCapacity gives for the element count
+    flag_complex = 0x800,        ///< elements have an imaginary part; counts only together with flag_numeric
+    flag_shared_data = 0x1000,   ///< the share record was joined by a share; a hint, its count is the truth
+    flag_cached_header = 0x2000, ///< header and block came from an array-cache bin
+    flag_bin_mask = 0x7C000,     ///< which bin, 0 to 17; valid with flag_cached_header
+    flag_inline_dims = 0x80000,  ///< two-dimensional, dimensions stand in the header
     flag_single_threaded_sharing = 0x100000, ///< this sharer stands on the record's list
-    flag_on_collection_list = 0x200000,  ///< the array is on the cycle collection list
-    flag_user_mask = 0xFF000000          ///< one byte that belongs to the user
+    flag_on_collection_list = 0x200000,      ///< the array is on the cycle collection list
+    flag_user_mask = 0xFF000000              ///< one byte that belongs to the user
 };
 inline constexpr unsigned flag_bin_shift = 14;
 inline constexpr unsigned flag_user_shift = 24;
 
 /// What a copied header loses: everything that describes this header's own block, list membership or literal form.
 inline constexpr std::uint32_t flags_lost_by_copy =
-    flag_share_data_private | flag_empty_square_bracket | flag_data_private | flag_reusable | flag_capacity_tracked |
-    flag_shared_data | flag_cached_header | flag_bin_mask | flag_on_collection_list;
+    flag_share_data_private | flag_empty_square_bracket | flag_data_private | flag_reusable |
+    flag_capacity_tracked | flag_shared_data | flag_cached_header | flag_bin_mask | flag_on_collection_list;
 static_assert(~flags_lost_by_copy == 0xFFD809B9U);
 
 /// A complex array in the sense of ndIsComplex: the bit alone isn't enough, char and logical arrays may carry it.
@@ -112,8 +112,9 @@ struct share_record {
     sharer_list* sharers = nullptr;      ///< sharers marked single-threaded, owned, or null
     void (*deleter)(void*) = nullptr;    ///< replaces the free of pdata; null for none
 };
-static_assert(sizeof(share_record) == 32 && offsetof(share_record, lock) == 4 && offsetof(share_record, scData) == 8 &&
-              offsetof(share_record, sharers) == 16 && offsetof(share_record, deleter) == 24);
+static_assert(sizeof(share_record) == 32 && offsetof(share_record, lock) == 4 &&
+              offsetof(share_record, scData) == 8 && offsetof(share_record, sharers) == 16 &&
+              offsetof(share_record, deleter) == 24);
 
 struct ndArray_tag {
     ::share_record* share_record;
@@ -182,8 +183,8 @@ struct ndArray_tag {
 private:
     friend class matrix::internal::header_factory;
     ndArray_tag() noexcept = default;
-    ND_EXPORT ndArray_tag(matrix::internal::NdArrayTypeId type, std::span<const std::size_t> dims, std::size_t bytes,
-                          matrix::internal::DataInitialization init);
+    ND_EXPORT ndArray_tag(matrix::internal::NdArrayTypeId type, std::span<const std::size_t> dims,
+                          std::size_t bytes, matrix::internal::DataInitialization init);
 };
 
 static_assert(sizeof(void*) == 8, "the record is laid out for 64-bit addresses");

@@ -1,0 +1,22 @@
+/*
+ * nd/engine.hpp: everything that an engine, or other C++ code in its process, needs of libnd. See the single headers.
+ */
+#ifndef ND_ENGINE_HPP
+#define ND_ENGINE_HPP
+
+#include <nd/access.hpp>
+#include <nd/array.hpp>
+#include <nd/cache.hpp>
+#include <nd/create.hpp>
+#include <nd/engine_access.hpp>
+#include <nd/errors.hpp>
+#include <nd/messages.hpp>
+#include <nd/module.hpp>
+#include <nd/sizes.hpp>
+#include <nd/typed.hpp>
+#include <nd/types.h>
+#include <nd/warnings.hpp>
+
+#include <foundation/usm/usm.hpp>
+
+#endif

@@ -1,0 +1,102 @@
+// Copies of arrays: shared (one block, two headers) and deep (nothing below stays shared with the source).
+#include "matrix/arraycpy.hpp"
+
+#include "matrix/accessors.hpp"
+#include "matrix/class_hooks.hpp"
+#include "matrix/containers.hpp"
+#include "matrix/dimensions.hpp"
+#include "matrix/header_factory.hpp"
+#include "matrix/sharing.hpp"
+
+#include <foundation/core/diag/diag.hpp>
+
+#include <cstring>
+#include <vector>
+
+namespace matrix::internal {
+
+array_ptr copy_header(const ndArray_tag* source) {
+    complete_dimensions_if_opaque(source);
+    prepared_dims dims(dims_of(source));
+    array_ptr copy = header_factory::make_blank();
+    copy->class_id = source->class_id;
+    // The dimensions are the source's, so its inline-dims and scalar-double bits hold for the copy as well.
+    dims.commit_to_new(copy.get());
+    copy->flags = source->flags & ~flags_lost_by_copy;
+    return copy;
+}
+
+namespace {
+
+array_ptr copy_leaf(const ndArray_tag* source) {
+    array_ptr copy = copy_header(source);
+    if (source->pdata == nullptr) return copy;
+    const std::size_t bytes = element_count(source) * stored_element_size(source);
+    copy->pdata = allocate_data(bytes, DataInitialization::uninitialized);
+    if (copy->pdata != nullptr) std::memcpy(copy->pdata, source->pdata, bytes);
+    return copy;
+}
+
+// A copy of a container whose slots are all null.
+array_ptr copy_without_elements(const ndArray_tag* source) {
+    array_ptr copy = copy_header(source);
+    if (source->pdata != nullptr) {
+        copy->pdata = allocate_data(slot_count(source) * sizeof(ndArray_tag*), DataInitialization::zeroed);
+    }
+    return copy;
+}
+
+// Copies the elements level by level with a list of its own, so that any depth of nesting takes constant stack. Slots that
+// aren't filled yet are null: after a failure the outermost copy takes down what exists.
+array_ptr copy_container(const ndArray_tag* source) {
+    struct pending {
+        const ndArray_tag* from;
+        ndArray_tag* to;
+    };
+    array_ptr top = copy_without_elements(source);
+    std::vector<pending> stack{{source, top.get()}};
+    while (!stack.empty()) {
+        const pending work = stack.back();
+        stack.pop_back();
+        if (work.from->pdata == nullptr) continue;
+        for (std::size_t i = 0, count = slot_count(work.from); i < count; ++i) {
+            const ndArray_tag* const element = slots_of(work.from)[i];
+            if (element == nullptr) continue;
+            const bool nested = is_container_class(element->class_id);
+            array_ptr copy = nested ? copy_without_elements(element) : copy_leaf(element);
+            copy->scope = ndMEMBER_SCOPE;
+            if (nested) stack.push_back({element, copy.get()});
+            slots_of(work.to)[i] = copy.release();
+        }
+    }
+    return top;
+}
+
+} // namespace
+} // namespace matrix::internal
+
+namespace matrix::detail {
+
+using namespace internal;
+
+array_ptr do_shared_copy(const ndArray_tag* source) {
+    if (source == nullptr) return nullptr;
+    if ((source->flags & (flag_data_private | flag_share_data_private)) == flag_data_private) {
+        foundation::core::diag::terminate("ERROR: sharing /* PRIVATE */ data ndArray.", "matrix/sharing",
+                                          __LINE__, __func__);
+    }
+    array_ptr copy = copy_header(source);
+    if (source->pdata == nullptr) return copy;
+    // Sharing is the source's affair as well: its record and hint change, its value doesn't.
+    share_data_to(const_cast<ndArray_tag*>(source), copy.get());
+    copy->pdata = source->pdata;
+    copy->flags |= source->flags & (flag_cached_header | flag_bin_mask);
+    return copy;
+}
+
+array_ptr do_deep_copy(const ndArray_tag* source) {
+    if (source == nullptr) return nullptr;
+    return is_container_class(source->class_id) ? copy_container(source) : copy_leaf(source);
+}
+
+} // namespace matrix::detail

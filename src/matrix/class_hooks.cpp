@@ -1,0 +1,52 @@
+// The answers of the array model on its own: no class system is registered, function handles have no contents.
+// The object hooks are real: an engine may install them before any object exists.
+#include "matrix/class_hooks.hpp"
+
+#include "matrix/class_table.hpp"
+
+#include <nd/create.hpp>
+
+#include <atomic>
+
+namespace matrix::internal {
+namespace {
+
+std::atomic<void (*)(ndArray_tag*)> object_create_hook{nullptr};
+std::atomic<void (*)(ndArray_tag*)> object_destroy_hook{nullptr};
+
+} // namespace
+
+void destroy_function_records(ndArray_tag* /*array*/) noexcept {}
+
+void destroy_opaque_payload(ndArray_tag* /*array*/) noexcept {}
+
+void complete_opaque_dimensions(const ndArray_tag* /*array*/) {}
+
+ndClassID class_id_from_class_system(const ndArray_tag* array) {
+    return static_cast<ndClassID>(array->class_id);
+}
+
+const char* class_name_from_class_system(const ndArray_tag* array) {
+    return array->class_id == ndOBJECT_CLASS ? "" : class_rows[ndOPAQUE_CLASS].name;
+}
+
+void call_object_destroy_hook(ndArray_tag* array) noexcept {
+    if (auto* hook = object_destroy_hook.load(std::memory_order_acquire)) hook(array);
+}
+
+} // namespace matrix::internal
+
+namespace matrix::detail::noninlined::nd_array_api {
+
+void ndSetObjectCreateDestroyFn(void (*create)(ndArray_tag*), void (*destroy)(ndArray_tag*)) {
+    internal::object_create_hook.exchange(create, std::memory_order_acq_rel);
+    internal::object_destroy_hook.exchange(destroy, std::memory_order_acq_rel);
+}
+
+} // namespace matrix::detail::noninlined::nd_array_api
+
+void ndArray_tag::_complete_opaque_dimensions() const { matrix::internal::complete_opaque_dimensions(this); }
+
+ndClassID ndArray_tag::_get_class_id_non_trivial() const {
+    return matrix::internal::class_id_from_class_system(this);
+}

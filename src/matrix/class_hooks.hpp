@@ -1,0 +1,32 @@
+// What the library asks of things that live above the array model: function handles, opaque class systems, object hooks.
+// Declared here, so that the model never includes upwards; filled by the folders above it.
+#pragma once
+
+#include <nd/array.hpp>
+
+namespace matrix::internal {
+
+/// Releases what the records of a function handle hold.
+void destroy_function_records(ndArray_tag* array) noexcept;
+
+/// Releases an opaque array's payload (indexing-opaque) or its elements.
+void destroy_opaque_payload(ndArray_tag* array) noexcept;
+
+/// Stores the dimensions that the class of an indexing-opaque array gives.
+void complete_opaque_dimensions(const ndArray_tag* array);
+
+/// Completes the dimensions if they are computed on demand.
+inline void complete_dimensions_if_opaque(const ndArray_tag* array) {
+    if ((array->flags & flag_indexing_opaque) != 0) complete_opaque_dimensions(array);
+}
+
+/// Class ID of an opaque array (its class decides) or of an object (its tag index, when it has one).
+ndClassID class_id_from_class_system(const ndArray_tag* array);
+
+/// Class name of an opaque array or an object.
+const char* class_name_from_class_system(const ndArray_tag* array);
+
+/// Calls the hook for an object array that is about to be torn down, while it is whole.
+void call_object_destroy_hook(ndArray_tag* array) noexcept;
+
+} // namespace matrix::internal

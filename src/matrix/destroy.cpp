@@ -1,0 +1,253 @@
+// How an array ends.
+//
+//   destroyArray      one owner lets go; more owners: only the count falls
+//   end_array         the last one did: off the array list and the collection list, then
+//                       - a pair that came from a cache bin and is still whole goes back to it
+//                       - data that others share stay with them; the header alone is finished
+//                       - a container's elements are walked without recursion, whatever the depth
+//                       - the rest is torn down by class, and the header finished
+//   finish_header     data, share record and dimensions are freed, the record is poisoned and given to its allocator
+//
+// The walk through a container needs no memory of its own: the dimension words of a dying container become a work record
+// (how many elements are pending, and which container was being worked on before), so a nesting of any depth dies in
+// constant stack and can't fail.
+#include "matrix/destroy.hpp"
+
+#include "matrix/accessors.hpp"
+#include "matrix/array_cache.hpp"
+#include "matrix/array_list.hpp"
+#include "matrix/class_hooks.hpp"
+#include "matrix/class_table.hpp"
+#include "matrix/containers.hpp"
+#include "matrix/dims32.hpp"
+#include "matrix/field_names.hpp"
+#include "matrix/gc_list.hpp"
+#include "matrix/header_allocator.hpp"
+#include "matrix/header_factory.hpp"
+#include "matrix/root_record.hpp"
+#include "matrix/sharing.hpp"
+
+#include <foundation/log/logger.hpp>
+
+namespace matrix::internal {
+namespace {
+
+constexpr std::int32_t poisoned_class = 0x7FFFFFFF;
+
+} // namespace
+
+void finish_header(ndArray_tag* array) noexcept {
+    array->scope = ndUNKNOWN_SCOPE;
+    free_dims(array);
+    void (*const deleter)(void*) = array->hasCustomDeleter() ? array->share_record->deleter : nullptr;
+    free_share_record(array);
+    if ((array->flags & flags_data_not_owned) == 0) {
+        if (deleter != nullptr) {
+            call_custom_deleter(deleter, array->pdata);
+        } else {
+            free_data(array->pdata);
+        }
+    }
+    if ((array->flags & flag_sparse) != 0) {
+        free_data(std::bit_cast<void*>(array->info_a));
+        free_data(std::bit_cast<void*>(array->info_b));
+    }
+    array->class_id = poisoned_class;
+    array->pdata = std::bit_cast<void*>(~std::uint64_t{0});
+    array->next = std::bit_cast<ndArray_tag*>(~std::uint64_t{0});
+    free_header_block(array);
+}
+
+namespace {
+
+// What a class keeps beside its block. Elements of containers have been dealt with: by the walk, or they belong to sharers.
+// Dimensions aren't read here: in a container they may be a work record by now.
+void tear_down_class_parts(ndArray_tag* array) noexcept {
+    free_dims32(array);
+    remove_from_gc_list(array);
+    if (is_struct_like(array->class_id)) {
+        release_struct_info(array);
+        array->class_id = ndUNKNOWN_CLASS;
+    } else if (array->class_id == ndFUNCTION_CLASS) {
+        destroy_function_records(array);
+    } else if (array->class_id == ndOPAQUE_CLASS) {
+        destroy_opaque_payload(array);
+    }
+    if (array->root_record != nullptr) release_root_record(array);
+}
+
+void tear_down_and_finish(ndArray_tag* array) noexcept {
+    tear_down_class_parts(array);
+    finish_header(array);
+}
+
+// The dimension words of a dying container. Its real dimensions are gone: nothing may ask for its count any more.
+struct work_record {
+    static void begin(ndArray_tag* container, std::size_t pending, ndArray_tag* previous) noexcept {
+        free_dims(container);
+        container->m_or_dims = pending;
+        container->n_or_ndims = std::bit_cast<std::uint64_t>(previous);
+    }
+    static ndArray_tag* pop(ndArray_tag* container) noexcept {
+        return container->m_or_dims == 0 ? nullptr : slots_of(container)[--container->m_or_dims];
+    }
+    static ndArray_tag* previous(const ndArray_tag* container) noexcept {
+        return std::bit_cast<ndArray_tag*>(container->n_or_ndims);
+    }
+};
+
+// Deals with one element at once where that needs no walk. True when it is a container with one owner: still to be walked.
+bool needs_walk(ndArray_tag* element) noexcept {
+    if (header_owners(element) >= 2) {
+        --element->ref_count;
+        return false;
+    }
+    if (!is_container_class(element->class_id)) {
+        destroyArray(element);
+        return false;
+    }
+    if (element->scope == ndTEMPORARY_SCOPE) remove_from_array_list(element);
+    remove_from_gc_list(element);
+    element->scope = ndLOCAL_SCOPE;
+    element->parent = nullptr;
+    if (release_data_for_destroy(element)) return true;
+    tear_down_and_finish(element);
+    return false;
+}
+
+// Deals with the elements of a container and moves those that need a walk of their own to the front of its slots.
+std::size_t compact_pending(ndArray_tag* container) noexcept {
+    if (container->pdata == nullptr) return 0;
+    if (container->class_id == ndOBJECT_CLASS) call_object_destroy_hook(container);
+    ndArray_tag** const slots = slots_of(container);
+    const std::size_t count = slot_count(container);
+    std::size_t pending = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        ndArray_tag* const element = slots[i];
+        slots[i] = nullptr;
+        if (element != nullptr && needs_walk(element)) slots[pending++] = element;
+    }
+    return pending;
+}
+
+// Walks a container that this header alone owns and finishes it with everything below it.
+void destroy_container(ndArray_tag* top) noexcept {
+    ndArray_tag* current = top;
+    work_record::begin(current, compact_pending(current), nullptr);
+    while (current != nullptr) {
+        ndArray_tag* const child = work_record::pop(current);
+        if (child == nullptr) {
+            ndArray_tag* const previous = work_record::previous(current);
+            tear_down_and_finish(current);
+            current = previous;
+            continue;
+        }
+        work_record::begin(child, compact_pending(child), current);
+        current = child;
+    }
+}
+
+void destroy_contents(ndArray_tag* array) noexcept {
+    if (!release_data_for_destroy(array)) {
+        tear_down_and_finish(array);
+    } else if (is_container_class(array->class_id)) {
+        destroy_container(array);
+    } else {
+        tear_down_class_parts(array);
+        if ((array->flags & flag_cached_header) != 0) {
+            recycle_pair(array);
+        } else {
+            finish_header(array);
+        }
+    }
+}
+
+const foundation::log::basic_diagnostic_logger& custom_deleter_channel() {
+    static const auto& channel = *new foundation::log::basic_diagnostic_logger("matrix::customDeleter");
+    return channel;
+}
+
+[[maybe_unused]] const auto& channel_made_at_load = custom_deleter_channel();
+
+bool pair_is_whole(const ndArray_tag* array) noexcept {
+    return (array->flags & flag_cached_header) != 0 && !has_shared_data(array) &&
+           has_plain_elements(array->class_id) && array->dims32 == nullptr;
+}
+
+} // namespace
+
+void call_custom_deleter(void (*deleter)(void*), void* data) noexcept {
+    constexpr std::uint32_t severity = 8;
+    const auto& channel = custom_deleter_channel();
+    if (deleter == nullptr || data == nullptr) return;
+    try {
+        if (channel.is_on(severity)) channel.write(severity, "Now invoking ndarray customer deleter");
+        deleter(data);
+        if (channel.is_on(severity)) channel.write(severity, "Customer ndarray deleter invoked");
+    } catch (...) {
+        if (channel.is_on(severity)) channel.write(severity, "Custom deleter threw exception");
+    }
+}
+
+void end_array(ndArray_tag* array) noexcept {
+    if (array->scope == ndTEMPORARY_SCOPE) {
+        remove_from_array_list(array);
+        array->scope = ndLOCAL_SCOPE;
+    }
+    remove_from_gc_list(array);
+    if (array->internal_ref_count != 0) {
+        array->ref_count = 1;
+        array->internal_ref_count = 0;
+        array->flags &= ~flag_reusable;
+    }
+    if (pair_is_whole(array)) {
+        recycle_pair(array);
+        return;
+    }
+    array->parent = nullptr;
+    destroy_contents(array);
+}
+
+} // namespace matrix::internal
+
+namespace matrix {
+
+void destroyArray(ndArray_tag* array) {
+    if (array == nullptr) return;
+    if (array->ref_count >= 2 || array->internal_ref_count != 0) {
+        --array->ref_count;
+        return;
+    }
+    internal::end_array(array);
+}
+
+void detail::ndDestroy_deleter::operator()(const ndArray_tag* array) const noexcept {
+    destroyArray(const_cast<ndArray_tag*>(array));
+}
+
+} // namespace matrix
+
+namespace matrix::detail::noninlined::nd_array_api {
+
+void ndDestroyArray(ndArray_tag* array) { destroyArray(array); }
+
+void ndReleaseInternalReference(ndArray_tag* array) {
+    if (array->internal_ref_count >= 2 || array->ref_count != 0) {
+        --array->internal_ref_count;
+        return;
+    }
+    internal::end_array(array);
+}
+
+void ndDestroyTempArrayOnArrayList(ndArray_tag* array) {
+    if (array->scope == ndTEMPORARY_SCOPE) destroyArray(array);
+}
+
+} // namespace matrix::detail::noninlined::nd_array_api
+
+void intrusive_ptr_add_ref(ndArray_tag* array) {
+    array->flags &= ~matrix::flag_reusable;
+    ++array->ref_count;
+}
+
+void intrusive_ptr_release(ndArray_tag* array) { matrix::destroyArray(array); }

@@ -1,0 +1,38 @@
+// One object of type T per engine, made at first use and owned by the engine's store.
+#pragma once
+
+#include <foundation/usm/usm.hpp>
+
+#include <memory>
+#include <typeinfo>
+
+namespace matrix::internal {
+
+template <class T>
+class engine_object {
+    using store = foundation::usm::Detail<foundation::usm::scope::EngineScope>;
+
+    static std::size_t id() {
+        static const std::size_t number = store::getNextID(typeid(T));
+        return number;
+    }
+
+public:
+    /// The current engine's object; null when there is none or no engine is active.
+    static T* find() noexcept { return static_cast<T*>(store::find(id())); }
+
+    /// The same, made if missing; null when no engine is active. Another thread may have made it meanwhile: one stands, the
+    /// loser is destroyed. Raises std::bad_alloc.
+    static T* find_or_make() {
+        if (T* object = find()) return object;
+        if (!store::isRequiredContextActive()) return nullptr;
+        foundation::usm::object_ptr candidate(new T, [](void* object) { delete static_cast<T*>(object); });
+        try {
+            return static_cast<T*>(store::findOrInsert(id(), std::move(candidate)));
+        } catch (const foundation::usm::TypeError&) {
+            return nullptr; // the engine's store was closed in between
+        }
+    }
+};
+
+} // namespace matrix::internal

@@ -1,0 +1,37 @@
+// The frame that every creator of the interface has: how a result gets out and how an error does.
+//
+//   result   its scope becomes temporary while a smart pointer still owns it, which puts it on the array list; with the
+//            list facility off the scope stays local
+//   error    with module mode 1 the exception goes on to the caller unchanged; in any other mode it ends here and the
+//            caller gets null
+#pragma once
+
+#include "matrix/module_state.hpp"
+#include "matrix/scope.hpp"
+
+#include <nd/create.hpp>
+
+namespace matrix::internal {
+
+/// Runs body and returns what it returns; the way out of an error as above, with a value-initialised result for "null".
+template <class Body>
+auto framed(Body&& body) -> decltype(body()) {
+    try {
+        return body();
+    } catch (...) {
+        if (errors_leave_as_exceptions()) throw;
+        return decltype(body())();
+    }
+}
+
+/// The frame of a creator: body returns an array_ptr, the caller gets a plain pointer to an array of temporary scope.
+template <class Body>
+ndArray_tag* framed_creator(Body&& body) {
+    return framed([&]() -> ndArray_tag* {
+        array_ptr result = body();
+        if (result) set_scope(result.get(), ndTEMPORARY_SCOPE);
+        return result.release();
+    });
+}
+
+} // namespace matrix::internal

@@ -1,0 +1,36 @@
+// Who is told when contents of objects gain or lose a reference.
+#include <nd/module.hpp>
+
+#include <atomic>
+
+namespace matrix {
+
+ObjectRefCountInterface::~ObjectRefCountInterface() = default;
+
+namespace {
+
+class ObjectRefCountInterfaceDefault final : public ObjectRefCountInterface {
+public:
+    void add(ndArray_tag* /*value*/, bool /*referencedByOldSystem*/) override {}
+    void release(ndArray_tag* /*value*/) override {}
+};
+
+ObjectRefCountInterface* built_in() {
+    static auto& instance = *new ObjectRefCountInterfaceDefault;
+    return &instance;
+}
+
+constinit std::atomic<ObjectRefCountInterface*> installed{nullptr};
+
+} // namespace
+
+ObjectRefCountInterface* ObjectRefCountInterface::get() {
+    ObjectRefCountInterface* const instance = installed.load(std::memory_order_acquire);
+    return instance == nullptr ? built_in() : instance;
+}
+
+void ObjectRefCountInterface::set(ObjectRefCountInterface* instance) {
+    installed.store(instance, std::memory_order_release);
+}
+
+} // namespace matrix

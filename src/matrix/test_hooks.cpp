@@ -1,0 +1,23 @@
+// Definitions of the test hooks.
+#include "matrix/test_hooks.hpp"
+
+#include "matrix/module_state.hpp"
+
+namespace matrix::internal {
+
+header_slots& mutable_header_slots() noexcept;
+
+namespace test_hooks {
+
+void set_header_slots(const header_slots* slots) noexcept {
+    static const header_slots chosen = mutable_header_slots();
+    mutable_header_slots() = slots == nullptr ? chosen : *slots;
+}
+
+void set_module_mode(int mode) noexcept {
+    the_module.mode = mode;
+    the_module.initialised.store(false);
+}
+
+} // namespace test_hooks
+} // namespace matrix::internal

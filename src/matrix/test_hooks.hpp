@@ -1,0 +1,14 @@
+// Setters of this folder that only tests may use; they exist in nd-testing alone.
+#pragma once
+
+#include "matrix/header_allocator.hpp"
+
+namespace matrix::internal::test_hooks {
+
+/// Puts other header slots in place of the chosen ones; null brings those back. All three must accept the others' blocks.
+void set_header_slots(const header_slots* slots) noexcept;
+
+/// Sets the module mode without initModule, and forgets that initModule ran.
+void set_module_mode(int mode) noexcept;
+
+} // namespace matrix::internal::test_hooks
