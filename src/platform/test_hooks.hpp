@@ -66,4 +66,12 @@ void set_warning_status(const char* identifier, int status);
 void set_warning_mode(int mode, bool on);
 void reset_warnings() noexcept; // a manager is present, all statuses default, all modes off
 
+// ---- output
+
+// From start to end, what basePrintf would write is kept instead; the end returns it and gives stdout back.
+void start_output_capture() noexcept;
+std::string end_output_capture() noexcept;
+
+void set_output_shows_links(bool shows) noexcept;
+
 } // namespace foundation::test_hooks

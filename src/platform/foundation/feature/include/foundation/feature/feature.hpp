@@ -11,11 +11,11 @@ namespace foundation::feature {
 
 class IFeature {
 public:
-    explicit IFeature(const char* name);
+    explicit IFeature(const char* name) noexcept;
 
     // The value now.
     int get() const noexcept;
-    static int get(const char* name);
+    static int get(const char* name) noexcept;
 
 private:
     int row_; // in the table of features; negative for a name that isn't there

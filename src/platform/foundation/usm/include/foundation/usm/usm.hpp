@@ -12,7 +12,8 @@
 // Threads. Finding takes no lock. Inserting takes the engine's lock, but never while foreign code runs. An engine must
 // not be closed while another thread uses it.
 //
-// Failure. An operation that throws leaves the store as it was; a candidate that isn't taken is destroyed.
+// Failure. An operation that throws leaves the store as it was; a candidate that isn't taken is destroyed. A null
+// candidate is refused with std::invalid_argument.
 #pragma once
 
 #include <nd/types.h>
@@ -23,6 +24,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <typeinfo>
+#include <vector>
 
 namespace foundation::usm {
 
@@ -47,11 +49,6 @@ struct EngineScope; // names the scope in Detail, never defined
 // An object and how it ends.
 using object_ptr = std::unique_ptr<void, void (*)(void*)>;
 
-namespace detail {
-struct slot_table;
-struct stored_object;
-} // namespace detail
-
 template <class Scope>
 struct Detail;
 
@@ -74,15 +71,24 @@ public:
 
 private:
     friend struct Detail<scope::EngineScope>;
+    struct insertion {
+        void* object; // the one that stands
+        bool is_new;
+    };
+    using object_slot = std::atomic<void*>;
 
     void* find(std::size_t id) const noexcept;
-    void* insert(std::size_t id, object_ptr& candidate, bool& inserted);
-    detail::slot_table* reserve(std::size_t id);
+    insertion find_or_insert(std::size_t id, object_ptr& candidate);
+    void grow_slots(std::size_t id);
 
-    std::atomic<detail::slot_table*> slots_{nullptr}; // objects by id
-    detail::stored_object* newest_ = nullptr;         // chain of owned objects, latest insertion first
-    std::mutex mutex_;                                // guards newest_ and changes of slots_
+    // Objects by id. The capacity is published after the slots, so that a reader who sees it sees slots of at least
+    // that many; slots that have become too small stay readable until the engine closes.
+    std::atomic<std::size_t> capacity_{0};
+    std::atomic<object_slot*> slots_{nullptr};
     std::atomic<bool> closed_{false};
+    std::mutex mutex_; // guards what follows and changes of what stands above
+    std::vector<std::unique_ptr<object_slot[]>> all_slots_;
+    std::vector<object_ptr> objects_; // in order of insertion
 };
 
 // Makes an engine, or with null no engine, current on this thread while it lives.

@@ -1,0 +1,124 @@
+// The engine store: which engine is current, and finding and inserting its objects.
+#include <foundation/usm/usm.hpp>
+
+#include <foundation/core/diag/diag.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace foundation::usm {
+
+TypeError::~TypeError() = default;
+DoesNotExistTypeError::~DoesNotExistTypeError() = default;
+
+namespace {
+
+// Holds an engine that is never destroyed: static constructors and thread exits may still use it.
+union immortal_engine {
+    constexpr immortal_engine() noexcept : engine() {}
+    ~immortal_engine() {}
+    EngineInstance engine;
+};
+
+constinit immortal_engine default_engine;
+
+// Both are constant-initialised: reading the current engine is one load relative to the thread pointer.
+[[gnu::tls_model("initial-exec")]] constinit thread_local EngineInstance* current_engine =
+    &default_engine.engine;
+
+EngineInstance& require_open_engine() {
+    if (current_engine == nullptr) throw TypeError("no engine is active on this thread");
+    if (current_engine->is_closed()) throw TypeError("the engine is closed");
+    return *current_engine;
+}
+
+} // namespace
+
+EngineInstance::~EngineInstance() { close(); }
+
+EngineInstance& EngineInstance::default_instance() noexcept { return default_engine.engine; }
+
+EngineInstance* EngineInstance::current() noexcept { return current_engine; }
+
+void EngineInstance::close() noexcept {
+    std::vector<object_ptr> ending;
+    {
+        const std::lock_guard lock(mutex_);
+        if (closed_.exchange(true)) return;
+        capacity_ = 0;
+        ending.swap(objects_);
+    }
+    {
+        const EngineActivation closing(this);
+        while (!ending.empty()) ending.pop_back();
+    }
+    slots_ = nullptr;
+    all_slots_.clear();
+}
+
+void* EngineInstance::find(std::size_t id) const noexcept {
+    if (id >= capacity_.load(std::memory_order_acquire)) return nullptr;
+    return slots_.load(std::memory_order_acquire)[id].load(std::memory_order_acquire);
+}
+
+EngineInstance::insertion EngineInstance::find_or_insert(std::size_t id, object_ptr& candidate) {
+    void* const object = candidate.get();
+    if (object == nullptr) throw std::invalid_argument("an engine stores no null object");
+    const std::lock_guard lock(mutex_);
+    if (closed_) throw TypeError("the engine is closed");
+    if (void* const standing = find(id)) return {standing, false};
+    grow_slots(id);
+    objects_.push_back(std::move(candidate)); // leaves the candidate as it is when there is no memory
+    slots_.load()[id].store(object, std::memory_order_release);
+    return {object, true};
+}
+
+void EngineInstance::grow_slots(std::size_t id) {
+    const std::size_t old_capacity = capacity_;
+    if (id < old_capacity) return;
+    const std::size_t capacity = std::max({id + 1, 2 * old_capacity, std::size_t{8}});
+    all_slots_.push_back(std::make_unique<object_slot[]>(capacity));
+    object_slot* const slots = all_slots_.back().get();
+    for (std::size_t i = 0; i < old_capacity; ++i) slots[i] = slots_.load()[i].load();
+    slots_.store(slots);
+    capacity_.store(capacity, std::memory_order_release);
+}
+
+EngineActivation::EngineActivation(EngineInstance* engine) noexcept
+    : previous_(std::exchange(current_engine, engine)) {}
+
+EngineActivation::~EngineActivation() { current_engine = previous_; }
+
+void* Detail<scope::EngineScope>::find(std::size_t id) noexcept {
+    const EngineInstance* const engine = current_engine;
+    return engine != nullptr ? engine->find(id) : nullptr;
+}
+
+void* Detail<scope::EngineScope>::findOrThrow(std::size_t id) {
+    if (void* const object = find(id)) return object;
+    require_open_engine();
+    throw DoesNotExistTypeError("the engine has no object of this type");
+}
+
+void* Detail<scope::EngineScope>::findOrFail(std::size_t id) {
+    if (void* const object = find(id)) return object;
+    core::diag::terminate("The engine has no object of the required type", __FILE__, __LINE__, __func__);
+}
+
+void* Detail<scope::EngineScope>::findOrInsert(std::size_t id, object_ptr candidate) {
+    const auto [object, is_new] = require_open_engine().find_or_insert(id, candidate);
+    if (!is_new) candidate.reset(); // outside the engine's lock, since its end may look things up
+    return object;
+}
+
+void* Detail<scope::EngineScope>::insert(std::size_t id, object_ptr object) {
+    const auto [standing, is_new] = require_open_engine().find_or_insert(id, object);
+    if (!is_new) throw TypeError("the engine already has an object of this type");
+    return standing;
+}
+
+bool Detail<scope::EngineScope>::isRequiredContextActive() noexcept {
+    return current_engine != nullptr && !current_engine->is_closed();
+}
+
+} // namespace foundation::usm
