@@ -1,0 +1,2 @@
+def text(entries):
+    return ""
