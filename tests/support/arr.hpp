@@ -32,10 +32,11 @@ public:
     using real_number = std::variant<std::int64_t, std::uint64_t, double>;
 
     template <class T>
-    requires std::is_arithmetic_v<T> number(T real) : re(exact(real)) {}
+    requires(std::is_arithmetic_v<T>) number(T real) : re(exact(real)) {}
 
-    template <class T>
-    requires std::is_arithmetic_v<T> number(T real, T imaginary) : re(exact(real)), im(exact(imaginary)) {}
+    template <class T, class U>
+    requires(std::is_arithmetic_v<T>&& std::is_arithmetic_v<U>) number(T real, U imaginary)
+        : re(exact(real)), im(exact(imaginary)) {}
 
     template <class T>
     number(std::complex<T> z) : re(exact(z.real())), im(exact(z.imag())) {}

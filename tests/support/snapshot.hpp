@@ -27,7 +27,7 @@ private:
     const ndArray_tag* array_;
     std::array<std::byte, sizeof(ndArray_tag)> header_;
     std::vector<std::size_t> dims_;
-    std::array<std::byte, sizeof(share_record)> record_{};
+    std::string record_;
     std::uint64_t hash_; ///< of all of the above, the data and the slots
 };
 

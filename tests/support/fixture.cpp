@@ -1,0 +1,64 @@
+// What the fixture does around each test.
+#include "support/fixture.hpp"
+
+#include "matrix/test_hooks.hpp"
+#include "matrix/validate.hpp"
+#include "platform/test_hooks.hpp"
+#include "support/module_mode.hpp"
+#include "support/second_pass.hpp"
+
+#include <sstream>
+
+namespace test {
+namespace {
+
+// Ends what a test may have left in the process on purpose: the engine's records and the module mode.
+void reset_process_state() {
+    foundation::test_hooks::reset_default_engine();
+    matrix::internal::test_hooks::set_module_mode(mode_null_results);
+}
+
+} // namespace
+
+NdTest::NdTest() {
+    reset_process_state();
+    before_ = count_live_blocks();
+}
+
+NdTest::~NdTest() {
+    end_kept_arrays();
+    reset_process_state();
+    check_balance();
+}
+
+ndArray_tag* NdTest::keep(matrix::array_ptr array) {
+    if (array == nullptr) {
+        ADD_FAILURE() << "there is no array to keep";
+        return nullptr;
+    }
+    kept_.push_back(std::move(array));
+    return kept_.back().get();
+}
+
+void NdTest::end_kept_arrays() {
+    for (const matrix::array_ptr& array : kept_) {
+        const std::string broken = matrix::internal::validate(array.get());
+        EXPECT_EQ(broken, "") << "an array that the fixture keeps isn't valid at the end of the test";
+    }
+    std::vector<matrix::array_ptr>().swap(kept_); // its own memory goes too: it isn't the test's
+}
+
+void NdTest::check_balance() {
+    // A test that stopped half-way needn't have given back everything.
+    if (HasFailure() || IsSkipped()) return;
+    const live_blocks left = count_live_blocks() - before_;
+    EXPECT_TRUE(left.header_slots == 0 && left.aligned_heap == 0) << "the test left blocks behind: " << left;
+    if (left.operator_new <= 0) return;
+    if (in_second_pass()) {
+        ADD_FAILURE() << "the test leaves blocks behind each time it runs: " << left;
+    } else {
+        remember_for_second_pass();
+    }
+}
+
+} // namespace test

@@ -1,0 +1,146 @@
+// The table of representations. Each row starts from a deep copy, so that the value given stays as it is.
+#include "support/variations.hpp"
+
+#include "matrix/class_table.hpp"
+#include "matrix/dimensions.hpp"
+#include "support/array_matchers.hpp"
+
+#include <foundation/core/mem/aligned_heap.hpp>
+#include <nd/sizes.hpp>
+
+#include <cstring>
+#include <new>
+
+namespace test {
+namespace {
+
+using matrix::array_ptr;
+using matrix::internal::dims_of;
+using matrix::internal::element_count;
+
+representation alone(array_ptr value) {
+    representation made;
+    made.value = std::move(value);
+    return made;
+}
+
+array_ptr own_copy(const ndArray_tag* value) { return matrix::detail::do_deep_copy(value); }
+
+bool has_data(const ndArray_tag* value) { return value->pdata != nullptr; }
+
+// Plain bytes: what a test may copy into a block of its own.
+bool has_plain_data(const ndArray_tag* value) {
+    return has_data(value) && matrix::internal::has_plain_elements(value->class_id);
+}
+
+std::size_t element_bytes(const ndArray_tag* value) {
+    const bool complex = (value->flags & matrix::flags_complex_numeric) == matrix::flags_complex_numeric;
+    return matrix::internal::element_size(matrix::internal::code_of(value->class_id, complex));
+}
+
+const auto& heap() { return foundation::core::mem::aligned_heap_instance(); }
+
+void free_on_heap(void* block) { heap().free(block); }
+
+// Moves the array's data to a fresh block with room for capacity elements.
+void replace_block(ndArray_tag* array, std::size_t capacity, void (*deleter)(void*)) {
+    const std::size_t size = element_bytes(array);
+    void* const block = heap().malloc(capacity * size);
+    if (block == nullptr) throw std::bad_alloc{};
+    std::memcpy(block, array->pdata, element_count(array) * size);
+    void* const old = array->pdata;
+    array->set_pdata_and_deleter(block, deleter);
+    heap().free(old);
+}
+
+representation own_block(const ndArray_tag* value) { return alone(own_copy(value)); }
+
+representation shared_block(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    made.sharers.push_back(matrix::detail::do_shared_copy(made.value.get()));
+    return made;
+}
+
+representation second_sharer(const ndArray_tag* value) {
+    representation made = shared_block(value);
+    made.value.swap(made.sharers.front());
+    return made;
+}
+
+// The shared-data bit stays behind when the others have left.
+representation once_shared(const ndArray_tag* value) {
+    representation made = shared_block(value);
+    made.sharers.clear();
+    return made;
+}
+
+representation custom_deleter(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    replace_block(made.value.get(), element_count(made.value.get()), free_on_heap);
+    return made;
+}
+
+representation capacity_tracked(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    ndArray_tag* const array = made.value.get();
+    replace_block(array, matrix::detail::noninlined::nd_array_api::ndGetCapacity(element_count(array)),
+                  nullptr);
+    array->flags |= matrix::flag_capacity_tracked;
+    return made;
+}
+
+representation header_owned_twice(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    made.other_owners.emplace_back(
+        matrix::detail::noninlined::nd_array_api::ndCreateReference(made.value.get()));
+    return made;
+}
+
+// Had more dimensions before: a block of dimensions keeps its length, inline ones come back from out of line.
+representation once_had_more_dims(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    const auto own = dims_of(made.value.get());
+    const std::vector<std::size_t> dims(own.begin(), own.end());
+    std::vector<std::size_t> more(dims);
+    more.insert(more.end(), 3, 2);
+    made.value->set_dimensions(more);
+    made.value->set_dimensions(dims);
+    return made;
+}
+
+representation with_user_bits(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    made.value->flags |= 0xA5U << matrix::flag_user_shift;
+    return made;
+}
+
+bool always(const ndArray_tag*) { return true; }
+
+constexpr variation table[] = {
+    {"own block", always, own_block},
+    {"shared block", has_data, shared_block},
+    {"shared block, the copy of it", has_data, second_sharer},
+    {"block that was shared once", has_data, once_shared},
+    {"block with a custom deleter", has_plain_data, custom_deleter},
+    {"block of tracked capacity", has_plain_data, capacity_tracked},
+    {"header with two owners", always, header_owned_twice},
+    {"header that had more dimensions", always, once_had_more_dims},
+    {"header with user bits", always, with_user_bits},
+};
+
+} // namespace
+
+std::span<const variation> all_variations() { return table; }
+
+void for_each_variation(const ndArray_tag* value, const variation_body& body) {
+    for (const variation& row : all_variations()) {
+        if (!row.applies(value)) continue;
+        SCOPED_TRACE(std::string("representation: ") + row.name);
+        representation made = row.make(value);
+        ASSERT_THAT(made.value, EqualsArray(value));
+        body(made.value);
+        for (const array_ptr& sharer : made.sharers) EXPECT_THAT(sharer, EqualsArray(value));
+    }
+}
+
+} // namespace test
