@@ -8,7 +8,9 @@
 // noexcept function the exception can't get out: EXPECT_TERMINATE_IN_CHILD runs the statement in a child process instead.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <csignal>
 
 #include <functional>
 #include <string>

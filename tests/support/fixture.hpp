@@ -28,7 +28,7 @@ protected:
     ndArray_tag* keep(ndArray_tag* array) { return keep(matrix::array_ptr(array)); }
 
 private:
-    void end_kept_arrays();
+    bool end_kept_arrays(); ///< false when one of them wasn't valid
     void check_balance();
 
     std::vector<matrix::array_ptr> kept_;
