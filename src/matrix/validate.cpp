@@ -46,7 +46,7 @@ private:
     const char* enter(const ndArray_tag* array) {
         if (const char* broken = broken_header_rule(array)) return broken;
         if ((array->flags & flag_sparse) != 0) return broken_sparse_rule(array);
-        const std::size_t slots = slot_count(array);
+        const std::size_t slots = readable_slots(array);
         if (slots == 0 || !seen_.insert(array).second) return nullptr;
         path_.push_back({array, 0, slots});
         return nullptr;

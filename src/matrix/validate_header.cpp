@@ -197,7 +197,7 @@ bool dims_are_readable(const ndArray_tag* array) noexcept {
            array->n_or_ndims <= largest_count / sizeof(std::size_t);
 }
 
-std::size_t slot_count(const ndArray_tag* array) noexcept {
+std::size_t readable_slots(const ndArray_tag* array) noexcept {
     if (!is_container_class(array->class_id) || array->pdata == nullptr || !stores_dims(array)) return 0;
     return stored_elements(array);
 }

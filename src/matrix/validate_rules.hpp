@@ -28,6 +28,6 @@ const char* broken_header_rule(const ndArray_tag* array) noexcept;
 const char* broken_sparse_rule(const ndArray_tag* array) noexcept;
 
 /// Slots of a container whose header is sound; 0 for every other array and for a container without data.
-std::size_t slot_count(const ndArray_tag* array) noexcept;
+std::size_t readable_slots(const ndArray_tag* array) noexcept;
 
 } // namespace matrix::internal
