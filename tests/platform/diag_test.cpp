@@ -126,7 +126,14 @@ TEST(stacktrace, has_one_frame_a_call) {
     EXPECT_EQ(capture_below(10, 0).size(), shallow + 10);
 }
 
-TEST(stacktrace, leaves_out_inner_frames_and_its_own) {
+// The innermost frame is that of the call of capture() and then come the equal ones of the recursion.
+TEST(stacktrace, begins_with_its_caller) {
+    const stacktrace_base stack = capture_below(5, 0);
+    EXPECT_NE(stack.frames()[0], stack.frames()[1]);
+    for (std::size_t i = 2; i <= 5; ++i) EXPECT_EQ(stack.frames()[i], stack.frames()[1]) << i;
+}
+
+TEST(stacktrace, leaves_out_inner_frames) {
     std::size_t sizes[2] = {};
     const void* second_of_all = nullptr;
     const void* first_of_rest = nullptr;
