@@ -33,8 +33,8 @@ def outputs(entries):
 
 def remove_stale(folder, files):
     """Pages of functions that the table no longer has would be installed; nothing else is picked up by pattern."""
-    for page in (folder / "man").glob("man3/*.3"):
-        if f"man/man3/{page.name}" not in files:
+    for page in (folder / "man").glob("*.3"):
+        if f"man/{page.name}" not in files:
             page.unlink()
 
 

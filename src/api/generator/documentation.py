@@ -2,6 +2,7 @@
 
 from dataclasses import dataclass
 
+
 @dataclass
 class Documentation:
     arguments: list  # of (name, what it is)
@@ -14,9 +15,7 @@ class Documentation:
 
 
 def describe(table, row):
-    checks = list(row.checks)
-    if any(form.narrow and form.built for form in row.forms) and any(a.kind.find("kv") >= 0 for a in row.signature.arguments):
-        checks.append("negative_size")
+    checks = dict.fromkeys(check for form in row.forms if form.built for check in row.checks_of(form))
     answers, failures = [], []
     for check in checks:
         words = table.checks[check]

@@ -1,23 +1,20 @@
 """What libnd exports: the version script, and what the export test expects of the library."""
 
-# The C++ interface, as its names begin when they are mangled. Each namespace or class once; what is exported of it is
-# decided by the export mark at a declaration, and reviewed in cxx_exports.txt.
-CXX_SCOPES = (
-    "6matrix",
-    "10ndArray_tag",
-    "6TARVEL",
-    "13resource_core",
-    "10foundation4core6except",
-    "10foundation3usm",
-    "7Korvane",
-)
+# The C++ interface: its namespaces and classes, each once. What of them is exported is decided by the export mark at a
+# declaration, and reviewed in cxx_exports.txt.
+CXX_SCOPES = ("matrix", "ndArray_tag", "TARVEL", "resource_core", "foundation::core::except", "foundation::usm", "Korvane")
+CXX_FUNCTIONS = ("intrusive_ptr_add_ref", "intrusive_ptr_release")
 # Member, const member, vtable, type information with its name, virtual base table, the adjusting entries of a virtual
 # function, and the guard of a static.
 CXX_KINDS = ("_ZN", "_ZNK", "_ZTVN", "_ZTIN", "_ZTSN", "_ZTTN", "_ZTCN", "_ZTh*_N", "_ZTh*_NK", "_ZTv*_N", "_ZTv*_NK",
              "_ZTc*_N", "_ZTc*_NK", "_ZGVN")
-CXX_FUNCTIONS = ("_Z21intrusive_ptr_add_ref*", "_Z21intrusive_ptr_release*")
 CXX_NODE = "ND_CXX"
 NODE_ORDER = ("ND_7.0", "ND_7.3", "ND_8.0", "ND_F")
+
+
+def mangled(scope):
+    """A qualified name as it stands in mangled ones."""
+    return "".join(f"{len(part)}{part}" for part in scope.split("::"))
 
 
 def expected(table):
@@ -50,5 +47,6 @@ def version_script(table):
         if own:
             text += node_text(node, parent, own, local="" if parent else "*")
             parent = node
-    patterns = [f"{kind}{scope}*" for scope in CXX_SCOPES for kind in CXX_KINDS]
-    return text + node_text(CXX_NODE, parent, [*patterns, *CXX_FUNCTIONS])
+    patterns = [f"{kind}{mangled(scope)}*" for scope in CXX_SCOPES for kind in CXX_KINDS]
+    patterns += [f"_Z{mangled(function)}*" for function in CXX_FUNCTIONS]
+    return text + node_text(CXX_NODE, parent, patterns)

@@ -59,4 +59,4 @@ def page(table, row):
 
 def pages(table):
     """File name to text."""
-    return {f"man3/{row.name}.3": page(table, row) for row in table.rows if row.built}
+    return {f"{row.name}.3": page(table, row) for row in table.rows if row.built}

@@ -1,2 +1,160 @@
-def text(entries):
-    return ""
+"""The argument sweep: for each built C form and each check that it promises, calls that must be refused or answered.
+
+What a case does when the promise is broken is the harness's matter (tests/api/sweep_test.cpp); here stand the calls.
+"""
+
+from .signature import SIZES
+from .stubs import BANNER
+from .table import TableError
+
+IDS = {
+    "ceiling": "TARVEL:pmaxsize",
+    "limit": "TARVEL:array:SizeLimitExceeded",
+    "class_id": "TARVEL:badargs",
+    "numeric": "TARVEL:numericArgRequired",
+    "complex": "TARVEL:matrix:illegalComplexArray",
+}
+VALUES = {"ndClassID": "ndDOUBLE_CLASS", "ndComplexity": "ndREAL", "double": "1", "float": "1", "bool": "true", "int": "0"}
+NO_CLASSES = ("-1", "19", "99", "INT_MAX", "INT_MIN")
+
+
+class Call:
+    """One form with arguments that it accepts, some of which can be replaced."""
+
+    def __init__(self, row, form):
+        self.row, self.form = row, form
+        pairs = list(zip(row.signature.arguments, form.signature.arguments))
+        self.counts = [own.name for wide, own in pairs if wide.name == "ndim"]
+        self.sizes = [own.name for wide, own in pairs if SIZES.fullmatch(wide.kind) and wide.name != "ndim"]
+        self.lists = [own.name for wide, own in pairs if wide.kind == "const kvSize*"]
+        self.integer = "int" if form.narrow else "kvSize"
+        self.values = {own.name: self.accepted(wide, own) for wide, own in pairs}
+
+    def accepted(self, wide, own):
+        if own.name in self.sizes or own.name in self.counts:
+            return "2"
+        if own.name in self.lists:
+            return self.shape("2", "3")
+        if own.kind.endswith("ndArray_tag*"):
+            return "a"
+        return VALUES.get(own.kind, "")
+
+    def shape(self, first, second):
+        return f"shape<{self.integer}>{{{{{first}, {second}}}}}.dims"
+
+    def text(self, **replaced):
+        values = {**self.values, **replaced}
+        return f"{self.form.symbol}({', '.join(values[a.name] for a in self.form.signature.arguments)})"
+
+    def refused(self, **replaced):
+        """An expression that is true when the call answers its failure value."""
+        call, failure = self.text(**replaced), self.row.failure
+        if self.form.signature.result == "void":
+            return f"({call}, true)"
+        if self.row.owner == "caller":
+            return f"made_nothing({call})"
+        return f"{call} == {'nullptr' if failure == 'null' else failure}"
+
+    def each_size(self, values):
+        """Replacements that put each of values into each size in turn."""
+        for value in values:
+            yield from ({name: value} for name in self.sizes)
+            yield from ({name: self.shape("2", value)} for name in self.lists)
+
+
+def on_array(class_id, complexity, expression):
+    return f"with_array({class_id}, {complexity}, [](ndArray_tag* a) {{ return {expression}; }})"
+
+
+def null_array(call):
+    array = next(a.name for a in call.form.signature.arguments if a.kind.endswith("ndArray_tag*"))
+    yield "", call.refused(**{array: "nullptr"})
+
+
+def wrong_class(call):
+    of = call.row.of
+    yield "", f'with_every_class_but({of["class"]}, {of["complexity"]}, [](ndArray_tag* a) {{ return {call.refused()}; }})'
+
+
+def wrong_complexity(call):
+    of = call.row.of
+    other = "ndREAL" if of["complexity"] == "ndCOMPLEX" else "ndCOMPLEX"
+    yield "", on_array(of["class"], other, call.refused())
+
+
+def complex_array(call):
+    yield IDS["complex"], on_array("ndDOUBLE_CLASS", "ndCOMPLEX", call.refused())
+
+
+def unknown_name(call):
+    for name in ('""', '"no such class"', '"Double"', '"double "'):
+        yield "", call.refused(name=name)
+
+
+def size(call):
+    largest = {name: "INT_MAX" for name in call.sizes} | {name: call.shape("INT_MAX", "INT_MAX") for name in call.lists}
+    if call.form.narrow:
+        yield IDS["ceiling"], call.refused(**largest)
+    else:
+        for replaced in call.each_size(("above_ceiling", "SIZE_MAX")):
+            yield IDS["ceiling"], call.refused(**replaced)
+    for replaced in call.each_size(("0", "1")):
+        yield "", f"made_one({call.text(**replaced)})"
+    for name in call.counts:
+        yield "", f"made_one({call.text(**{name: '0', call.lists[0]: 'nullptr'})})"
+
+
+def negative_size(call):
+    for replaced in call.each_size(("-1", "INT_MIN")):
+        yield IDS["limit"], call.refused(**replaced)
+    for name in call.counts:
+        yield IDS["limit"], call.refused(**{name: "-1"})
+
+
+def class_id(call):
+    class_name = next(a.name for a in call.form.signature.arguments if a.kind == "ndClassID")
+    for value in NO_CLASSES:
+        replaced = {class_name: f"ndClassID({value})"}
+        yield IDS["class_id"], call.refused(**replaced)
+        for too_large in call.each_size(("SIZE_MAX",) if not call.form.narrow else ("-1",)):
+            yield IDS["class_id"], call.refused(**replaced, **too_large)
+
+
+def numeric_class(call):
+    yield from class_id(call)
+    yield IDS["numeric"], call.refused(classId="ndSTRUCT_CLASS")
+
+
+def narrow_result(call):
+    if call.form.narrow or call.form.generation == "unsuffixed":
+        yield IDS["limit"], f"with_long_array([](ndArray_tag* a) {{ return {call.refused()}; }})"
+
+
+MAKERS = {
+    "null_array": null_array, "null_ignored": null_array, "wrong_class": wrong_class, "wrong_complexity": wrong_complexity,
+    "complex_array": complex_array, "unknown_name": unknown_name, "size": size, "negative_size": negative_size,
+    "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result,
+}
+
+
+def reachable_checks(table, row, form):
+    """The checks that a form promises and that calls alone can put to the test."""
+    checks = [check for check in row.checks_of(form) if "unswept" not in table.checks[check]]
+    for check in checks:
+        if check not in MAKERS:
+            raise TableError(f'the check "{check}" has no calls in generator/sweep.py and no word "unswept".')
+    return checks
+
+
+def text(table):
+    built = [(row, form) for row in table.rows for form in row.forms if form.built]
+    lines = [f"// Calls that the entry points promise to refuse or to answer. {BANNER}", '#include "api/sweep.hpp"', ""]
+    lines += ["ND_EXTERN_C_BEGIN", *(f"{form.signature.declaration(form.symbol)};" for _, form in built), "ND_EXTERN_C_END", ""]
+    lines += ["namespace test {", "", "const std::vector<sweep_case>& sweep_cases() {",
+              "    static const std::vector<sweep_case> cases{"]
+    for row, form in built:
+        for check in reachable_checks(table, row, form):
+            for id_, expression in MAKERS[check](Call(row, form)):
+                lines.append(f'        {{"{form.symbol}", "{check}", "{id_}", [] {{ return {expression}; }}}},')
+    lines += ["    };", "    return cases;", "}", "", "} // namespace test"]
+    return "\n".join(lines) + "\n"

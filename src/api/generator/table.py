@@ -56,12 +56,18 @@ class Row:
     args: dict = field(default_factory=dict)
     returns: str = ""
     notes: str = ""
+    of: dict = field(default_factory=dict)  # the words that fill the file's defaults
     forms: list = field(default_factory=list)
     fortran_forms: list = field(default_factory=list)
 
     @property
     def built(self):
         return any(form.built for form in self.forms)
+
+    def checks_of(self, form):
+        """What the form promises to test: the row's checks, and negative sizes where it takes int for a size."""
+        narrowed = any(own.kind != wide.kind for own, wide in zip(form.signature.arguments, self.signature.arguments))
+        return [*self.checks, "negative_size"] if narrowed else list(self.checks)
 
     def form_for(self, api):
         """The built form that code of generation api (700, 730 or 800) binds to, or None."""
@@ -145,6 +151,7 @@ class Reader:
         for key in ("checks", "failure", "owner", "consumes", "args", "returns", "notes"):
             setattr(row, key, merged.get(key, getattr(row, key)))
         row.call = merged.get("call", name)
+        row.of = given.get("of", {})
         if "forms" in merged:
             row.signature = signature.parse(merged.get("result", ""), merged.get("arguments", ""), complain)
             row.forms = self.c_forms(row, merged, complain)
@@ -173,9 +180,7 @@ class Reader:
         return forms
 
     def is_built(self, built, forms, complain):
-        if built is True:
-            return set(forms)
-        names = set(built or ())
+        names = set(forms) if built is True else set(built or ())
         if not names <= set(forms):
             complain(f"built names {', '.join(sorted(names - set(forms)))}, which isn't one of its forms.")
         for generation in names:

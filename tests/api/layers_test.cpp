@@ -1,0 +1,66 @@
+// The 32-bit layer from inside: conversions that no test can reach through an array, and allocations that fail.
+#include "api/layers/sizes_32.hpp"
+#include "support/arr.hpp"
+#include "support/fault_injection.hpp"
+#include "support/fixture.hpp"
+
+#include <nd/compat.hpp>
+#include <nd/sizes.hpp>
+
+#include <climits>
+
+namespace {
+
+namespace compat = matrix::detail::noninlined::nd_array_compat_32_api;
+using test::NdTest;
+
+constexpr std::size_t first_too_large = std::size_t{INT_MAX} + 1;
+
+TEST_F(NdTest, NarrowedValuesFitInt) {
+    EXPECT_EQ(matrix::internal::narrowed(0), 0);
+    EXPECT_EQ(matrix::internal::narrowed(INT_MAX), INT_MAX);
+    EXPECT_THROW(matrix::internal::narrowed(first_too_large), matrix::internal::SizeLimitExceeded);
+    EXPECT_THROW(matrix::internal::narrowed(SIZE_MAX), matrix::internal::SizeLimitExceeded);
+}
+
+TEST_F(NdTest, WidenedSizesKeepTheirValue) {
+    const auto size = matrix::internal::widened(0, INT_MAX);
+    EXPECT_EQ(size.m, 0U);
+    EXPECT_EQ(size.n, std::size_t{INT_MAX});
+    EXPECT_TRUE(matrix::internal::widened_dimensions(0, nullptr).empty());
+}
+
+test::fault_options framed() {
+    test::fault_options options;
+    options.framed = true;
+    return options;
+}
+
+constexpr int many_dims[] = {1, 2, 1, 2, 1, 2}; // more than are widened without the heap
+
+TEST_F(NdTest, FailingAllocationsOfCreators) {
+    test::for_each_failing_alloc(
+        "32-bit numeric array",
+        [](test::fault_run& run) {
+            run.act([] { return compat::ndCreateNumericArray(6, many_dims, ndDOUBLE_CLASS, ndCOMPLEX); });
+        },
+        framed());
+    test::for_each_failing_alloc(
+        "32-bit logical array", [](test::fault_run& run) { run.act([] { return compat::ndCreateLogicalArray(6, many_dims); }); },
+        framed());
+    test::for_each_failing_alloc(
+        "32-bit double matrix",
+        [](test::fault_run& run) { run.act([] { return compat::ndCreateDoubleMatrix(3, 4, ndREAL); }); }, framed());
+}
+
+TEST_F(NdTest, FailingAllocationsOfNarrowedDimensions) {
+    test::for_each_failing_alloc(
+        "32-bit dimensions",
+        [](test::fault_run& run) {
+            const auto array = test::arr("double 1x2x1x2x1x2", {1, 2, 3, 4, 5, 6, 7, 8});
+            run.act([&] { return compat::ndGetDimensions(array.get()) != nullptr; });
+        },
+        framed());
+}
+
+} // namespace

@@ -1,0 +1,34 @@
+// Subjects of the argument sweep.
+#include "api/sweep.hpp"
+
+namespace test {
+
+bool made_one(ndArray_tag* array) {
+    const matrix::array_ptr owned(array);
+    return owned != nullptr;
+}
+
+bool made_nothing(ndArray_tag* array) { return !made_one(array); }
+
+bool with_array(ndClassID class_id, ndComplexity complexity, array_call call) {
+    const std::size_t dims[] = {2, 3};
+    return call(matrix::create(dims, class_id, complexity).get());
+}
+
+bool with_long_array(array_call call) {
+    const std::size_t dims[] = {std::size_t{1} << 31, 0}; // no elements, so no memory
+    return call(matrix::create(dims, ndLOGICAL_CLASS, ndREAL).get());
+}
+
+bool with_every_class_but(ndClassID class_id, ndComplexity complexity, array_call call) {
+    bool all = true;
+    for (int other = ndLOGICAL_CLASS; other <= ndUINT64_CLASS; ++other) {
+        const auto other_class = static_cast<ndClassID>(other);
+        if (other_class == ndVOID_CLASS || other_class == class_id) continue;
+        all = with_array(other_class, ndREAL, call) && with_array(other_class, complexity, call) && all;
+    }
+    const std::size_t dims[] = {2, 3};
+    return call(matrix::create_cell(dims).get()) && all;
+}
+
+} // namespace test
