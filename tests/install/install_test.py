@@ -1,0 +1,126 @@
+#!/usr/bin/env python3
+"""Installs the build into a prefix of its own and uses it from there, as users do: by find_package and by pkg-config.
+
+Each way builds and runs a C11 and a C++20 program for each generation of the interface. The README's first addon function is
+taken out of the README, compiled and called; the examples are built as the project of their own that they are.
+"""
+import os
+import re
+import shutil
+import subprocess
+import textwrap
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+BUILD = Path(os.environ["ND_BUILD"])
+SOURCE = Path(os.environ["ND_SOURCE"])
+SANITIZE = [f"-fsanitize={os.environ['ND_SANITIZE']}"] if os.environ.get("ND_SANITIZE") else []
+WORK = BUILD / "tests" / "install" / "work"
+PREFIX = WORK / "prefix"
+HERE = Path(__file__).parent
+GENERATIONS = {"700": "07000000", "730": "07300000", "800": "08000000"}
+
+
+def run(*command, **options):
+    """The standard output of a command that must succeed."""
+    done = subprocess.run([str(word) for word in command], capture_output=True, text=True, **options)
+    if done.returncode != 0:
+        raise AssertionError(f"{' '.join(map(str, command))}: status {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def compile_with(variable, *arguments):
+    launcher = os.environ.get("CMAKE_C_COMPILER_LAUNCHER", "")
+    return run(*([launcher] if launcher else []), os.environ[variable], "-Wall", "-Wextra", "-Werror", *SANITIZE, *arguments)
+
+
+def pkg_config(*arguments):
+    environment = dict(os.environ, PKG_CONFIG_PATH=str(next(PREFIX.glob("lib*/**/pkgconfig"))))
+    return run("pkg-config", *arguments, env=environment).split()
+
+
+def build_project(source, name, *definitions):
+    """Configures and builds a user's project against the prefix; gives its build folder."""
+    build = WORK / name
+    flags = " ".join(SANITIZE)
+    run("cmake", "-S", source, "-B", build, f"-DCMAKE_PREFIX_PATH={PREFIX}", f"-DCMAKE_C_FLAGS={flags}",
+        f"-DCMAKE_CXX_FLAGS={flags}", *definitions)
+    run("cmake", "--build", build)
+    return build
+
+
+class Installed(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        shutil.rmtree(WORK, ignore_errors=True)
+        run("cmake", "--install", BUILD, "--prefix", PREFIX)
+
+    def check_consumer(self, program, generation):
+        wanted = f"{generation} {GENERATIONS[generation]} int16 24\n"
+        self.assertEqual(run(program), wanted, f"{program}")
+
+    def test_what_is_installed(self):
+        for path in ("bin/nd", "include/nd/nd.h", "include/nd/engine.hpp", "include/nd/platform/foundation/usm/usm.hpp",
+                     "share/man/man3/ndCreateDoubleMatrix.3"):
+            self.assertTrue((PREFIX / path).is_file(), path)
+        self.assertRegex(run(PREFIX / "bin/nd", "--version"), r"^nd \d")
+
+    def test_no_installed_text_names_the_build_tree(self):
+        for path in PREFIX.rglob("*"):
+            if path.is_file() and path.suffix in (".h", ".hpp", ".cmake", ".pc", ".3"):
+                self.assertNotIn(str(SOURCE), path.read_text(), path)
+
+    def test_consumers_by_cmake(self):
+        build = build_project(HERE / "project", "by_cmake", f"-DCONSUMERS={HERE}")
+        for generation in GENERATIONS:
+            for language in ("c", "cxx"):
+                self.check_consumer(build / f"{language}_{generation}", generation)
+
+    def test_consumers_by_pkg_config(self):
+        (WORK / "by_pkg_config").mkdir(parents=True)
+        library = run("readlink", "-f", next(PREFIX.glob("lib*/**/libnd.so"))).strip()
+
+        def build(job):
+            variable, standard, source, module, generation = job
+            program = WORK / "by_pkg_config" / f"{source}_{generation}"
+            compile_with(variable, f"-std={standard}", "-pedantic", f"-DND_API={generation}", HERE / source, "-o", program,
+                         *pkg_config("--cflags", "--libs", module), f"-Wl,-rpath,{Path(library).parent}")
+            return program, generation
+
+        jobs = [(*kind, generation) for generation in GENERATIONS
+                for kind in (("CC", "c11", "consumer.c", "nd"), ("CXX", "c++20", "consumer.cpp", "nd-engine"))]
+        with ThreadPoolExecutor(max_workers=os.cpu_count()) as pool:
+            for program, generation in pool.map(build, jobs):
+                self.check_consumer(program, generation)
+
+    def test_a_c_project_needs_nothing_but_the_library(self):
+        folder = WORK / "c_only_source"
+        folder.mkdir()
+        (folder / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.25)\nproject(c_only LANGUAGES C)\nset(CMAKE_DISABLE_FIND_PACKAGE_Boost ON)\n"
+            f"find_package(nd REQUIRED)\nadd_executable(c_only {HERE}/consumer.c)\ntarget_link_libraries(c_only nd::nd)\n")
+        self.check_consumer(build_project(folder, "c_only") / "c_only", "800")
+
+    def test_the_first_addon_of_the_readme(self):
+        readme = (SOURCE / "README.md").read_text()
+        blocks = re.findall(r"^```c\n(.*?)^```$", readme, re.MULTILINE | re.DOTALL)
+        self.assertEqual(blocks[0], (SOURCE / "examples" / "column_means.c").read_text())
+        self.assertLessEqual(blocks[0].count("\n"), 20)
+        source = WORK / "first.c"
+        source.write_text(blocks[0])
+        compile_with("CC", "-shared", "-fPIC", source, "-o", WORK / "first.so", *pkg_config("--cflags", "--libs", "nd"))
+        shown = run(PREFIX / "bin/nd", "call", WORK / "first.so", SOURCE / "examples/data/quakes.csv",
+                    "--columns", "lat,long,depth,mag,stations")
+        self.assertIn(textwrap.indent(shown, "    "), readme)
+
+    def test_the_examples_are_a_project_of_their_own(self):
+        build = build_project(SOURCE / "examples", "examples")
+        lines = run(build / "embed").splitlines()
+        self.assertEqual(lines[:4], ["column 1: 3", "column 2: 12", "column 3: 21", "column 4: 30"])
+        self.assertTrue(lines[4].startswith("TARVEL:pmaxsize: "), lines[4])
+        run(PREFIX / "bin/nd", "call", build / "column_means.so", SOURCE / "examples/data/quakes.csv")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,90 @@
+#include "addon.hpp"
+
+#include "elf_check.hpp"
+#include "failure.hpp"
+
+#include <dlfcn.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+
+namespace nd_host {
+
+namespace {
+
+constexpr const char* stamp_name = "ndAddonInterfaceVersion";
+
+// Each version up to and including the bound has the name, if no row above takes it.
+struct version_row {
+    std::uint32_t bound;
+    const char* name;
+};
+constexpr std::array<version_row, 3> versions{
+    {{0x07000000, "32-bit"}, {0x07300000, "Separate Complex"}, {current_interface, "Interleaved Complex"}}};
+
+const char* version_name(std::uint32_t version) {
+    if (version == 0) {
+        return "unknown";
+    }
+    for (const version_row& row : versions) {
+        if (version <= row.bound) {
+            return row.name;
+        }
+    }
+    return "incompatible";
+}
+
+[[noreturn]] void refuse(const std::string& path, const std::string& why) {
+    throw failure(exit_status::not_an_addon, path + ": can't be used as an addon: " + why);
+}
+
+// An absolute path: the loader would search the system's folders for a bare file name.
+void* load(const std::string& path) {
+    const std::string why = why_not_loadable(path);
+    if (!why.empty()) {
+        refuse(path, why);
+    }
+    void* handle = dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+        refuse(path, dlerror());
+    }
+    return handle;
+}
+
+void check_stamp(const std::string& path, void* handle) {
+    const auto* stamp = static_cast<const std::uint32_t*>(dlsym(handle, stamp_name));
+    if (stamp == nullptr) {
+        refuse(path, std::string("it has no interface version (") + stamp_name +
+                         "); put ND_ADDON_FUNCTION; once beside ndAddonFunction");
+    }
+    if (*stamp == current_interface) {
+        return;
+    }
+    const std::string both = path + ": compiled for interface version " + version_text(*stamp) +
+                             ", but this library calls addons of version " + version_text(current_interface);
+    throw failure(
+        exit_status::wrong_version,
+        both + (*stamp < current_interface
+                    ? "; compile it with ND_API 800"
+                    : "; install the libnd it was compiled for, or compile it with this one's headers"));
+}
+
+} // namespace
+
+std::string version_text(std::uint32_t version) {
+    std::array<char, 16> number{};
+    std::snprintf(number.data(), number.size(), "0x%08X", static_cast<unsigned>(version));
+    return std::string(number.data()) + " (" + version_name(version) + ")";
+}
+
+addon::addon(const std::string& path, const std::string& entry) : path_(path), entry_(nullptr) {
+    void* handle = load(path);
+    check_stamp(path, handle);
+    entry_ = reinterpret_cast<function>(dlsym(handle, entry.c_str()));
+    if (entry_ == nullptr) {
+        refuse(path, "it has no function '" + entry + "'");
+    }
+}
+
+} // namespace nd_host

@@ -1,0 +1,88 @@
+#include "array_view.hpp"
+
+#include <nd/nd.h>
+
+#include <array>
+#include <cstring>
+
+namespace nd_host {
+
+namespace {
+
+// One element of type T, widened to Wide. memcpy, since nothing promises that an addon aligned its block.
+template <class T, class Wide>
+number read_element(const void* data, std::size_t index) {
+    T value;
+    std::memcpy(&value, static_cast<const unsigned char*>(data) + index * sizeof(T), sizeof(T));
+    return static_cast<Wide>(value);
+}
+
+std::vector<std::size_t> dims_of(const ndArray_tag& array) {
+    if ((array.flags & matrix::flag_inline_dims) != 0) {
+        return {array.m_or_dims, array.n_or_ndims};
+    }
+    const auto* first = reinterpret_cast<const std::size_t*>(array.m_or_dims);
+    return {first, first + array.n_or_ndims};
+}
+
+} // namespace
+
+array_view::array_view(const ndArray_tag& array)
+    : array_(array),
+      read_(reader_of(array)),
+      complex_((array.flags & matrix::flags_complex_numeric) == matrix::flags_complex_numeric),
+      dims_(dims_of(array)) {
+    for (std::size_t i = 1; i < dims_.size(); ++i) {
+        columns_ *= dims_[i];
+    }
+}
+
+array_view::reader array_view::reader_of(const ndArray_tag& array) noexcept {
+    static constexpr auto table = [] {
+        std::array<reader, ndOBJECT_CLASS + 1> readers{};
+        readers[ndLOGICAL_CLASS] = read_element<std::uint8_t, std::uint64_t>;
+        readers[ndDOUBLE_CLASS] = read_element<double, double>;
+        readers[ndSINGLE_CLASS] = read_element<float, float>;
+        readers[ndINT8_CLASS] = read_element<std::int8_t, std::int64_t>;
+        readers[ndUINT8_CLASS] = read_element<std::uint8_t, std::uint64_t>;
+        readers[ndINT16_CLASS] = read_element<std::int16_t, std::int64_t>;
+        readers[ndUINT16_CLASS] = read_element<std::uint16_t, std::uint64_t>;
+        readers[ndINT32_CLASS] = read_element<std::int32_t, std::int64_t>;
+        readers[ndUINT32_CLASS] = read_element<std::uint32_t, std::uint64_t>;
+        readers[ndINT64_CLASS] = read_element<std::int64_t, std::int64_t>;
+        readers[ndUINT64_CLASS] = read_element<std::uint64_t, std::uint64_t>;
+        return readers;
+    }();
+    const bool readable = array.class_id >= 0 && array.class_id <= ndOBJECT_CLASS &&
+                          (array.flags & (matrix::flag_sparse | matrix::flag_colon_object)) == 0;
+    return readable ? table[static_cast<std::size_t>(array.class_id)] : nullptr;
+}
+
+bool array_view::has_numbers() const noexcept {
+    return read_ != nullptr && (array_.pdata != nullptr || rows() == 0 || columns() == 0);
+}
+
+std::string array_view::description() const {
+    std::string text;
+    for (const std::size_t dim : dims_) {
+        text += (text.empty() ? "" : "x") + std::to_string(dim);
+    }
+    if (complex_) {
+        text += " complex";
+    }
+    if ((array_.flags & matrix::flag_sparse) != 0) {
+        text += " sparse";
+    }
+    return text + " " + ndGetClassName(&array_);
+}
+
+number array_view::real(std::size_t row, std::size_t column) const noexcept {
+    const std::size_t index = column * rows() + row;
+    return read_(array_.pdata, complex_ ? 2 * index : index);
+}
+
+number array_view::imaginary(std::size_t row, std::size_t column) const noexcept {
+    return read_(array_.pdata, 2 * (column * rows() + row) + 1);
+}
+
+} // namespace nd_host

@@ -1,0 +1,56 @@
+/*
+ * Reads the elements of a result for showing and saving. Borrows the array: it must outlive the view.
+ *
+ * A result is looked at as a matrix: dimensions beyond the second continue the columns, page after page.
+ */
+#ifndef ND_TOOLS_ARRAY_VIEW_HPP
+#define ND_TOOLS_ARRAY_VIEW_HPP
+
+#include <nd/engine.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace nd_host {
+
+/// An element, exact in its own kind: logical and integer elements as integers of 64 bits.
+using number = std::variant<double, float, std::int64_t, std::uint64_t>;
+
+class array_view {
+public:
+    explicit array_view(const ndArray_tag& array);
+
+    /// Shape and class as one reads them aloud: "12x3 double", "1x1 complex single".
+    std::string description() const;
+
+    /// Whether the elements are numbers that this view can read: full, and numeric or logical. An array without elements counts.
+    bool has_numbers() const noexcept;
+
+    bool is_complex() const noexcept { return complex_; }
+    std::size_t rows() const noexcept { return dims_[0]; }
+    std::size_t columns() const noexcept { return columns_; }
+    const std::vector<std::size_t>& dims() const noexcept { return dims_; }
+
+    /// The element, for a complex array its real part. Needs has_numbers() and indices, from 0, below rows() and columns().
+    number real(std::size_t row, std::size_t column) const noexcept;
+
+    /// The imaginary part; needs is_complex() too.
+    number imaginary(std::size_t row, std::size_t column) const noexcept;
+
+private:
+    using reader = number (*)(const void* data, std::size_t index);
+    static reader reader_of(const ndArray_tag& array) noexcept;
+
+    const ndArray_tag& array_;
+    reader read_;
+    bool complex_;
+    std::vector<std::size_t> dims_;
+    std::size_t columns_ = 1;
+};
+
+} // namespace nd_host
+
+#endif

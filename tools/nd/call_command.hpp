@@ -1,0 +1,29 @@
+/*
+ * nd call: one addon function, called once with arrays from files and numbers, its results printed or saved.
+ */
+#ifndef ND_TOOLS_CALL_COMMAND_HPP
+#define ND_TOOLS_CALL_COMMAND_HPP
+
+#include <string>
+#include <vector>
+
+namespace nd_host {
+
+struct call_options {
+    std::string addon;
+    std::string entry = "ndAddonFunction";
+    std::vector<std::string> inputs;
+    std::vector<std::string>
+        outputs; ///< files, "-" for standard output; the k-th takes result k, the rest is printed
+    std::vector<std::string> columns; ///< names for the columns of the first result
+    int nlhs = 1;
+    int mode = 1;
+    bool whole = false; ///< print long results whole
+};
+
+/// Raises failure; when it returns the call was a success and everything is written.
+void run_call(const call_options& options);
+
+} // namespace nd_host
+
+#endif

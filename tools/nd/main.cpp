@@ -1,0 +1,79 @@
+/*
+ * nd: the command-line host of libnd. It loads addon functions, feeds them arrays and shows what comes back.
+ *
+ * This file is the command line only. engine_session is the part to read for embedding libnd in a program of one's own.
+ */
+#include "addon.hpp"
+#include "call_command.hpp"
+#include "failure.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+namespace {
+
+using nd_host::exit_status;
+
+void add_call(CLI::App& app, nd_host::call_options& options) {
+    CLI::App* call = app.add_subcommand("call", "call an addon function and show what it returns");
+    call->add_option("ADDON", options.addon, "the addon, a shared object")->required();
+    call->add_option("INPUT", options.inputs, "CSV files and numbers; after -- also -inf and the like");
+    call->add_option("--nlhs", options.nlhs, "how many outputs to ask for")
+        ->check(CLI::Range(0, 255))
+        ->capture_default_str();
+    call->add_option("--mode", options.mode, "1: errors are raised; 0: plain library, creators return null")
+        ->check(CLI::Range(0, 1))
+        ->capture_default_str();
+    call->add_option("--entry", options.entry, "name of the function to call")->capture_default_str();
+    call->add_option("--out", options.outputs,
+                     "write an output as CSV ('-' for standard output); repeat for the next")
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->take_all();
+    call->add_option_function<std::string>(
+        "--columns", [&options](const std::string& list) { options.columns = CLI::detail::split(list, ','); },
+        "names for the columns of the first output, a,b,c");
+    call->add_flag("--all", options.whole, "print long results whole");
+    call->callback([&options] { nd_host::run_call(options); });
+}
+
+int fail(exit_status status, const char* text) {
+    std::fprintf(stderr, "nd: %s\n", text);
+    return static_cast<int>(status);
+}
+
+int run(int argc, char** argv) {
+    CLI::App app("nd: calls addon functions of libnd with arrays from CSV files");
+    app.set_version_flag("--version", "nd " ND_VERSION ", interface version " +
+                                          nd_host::version_text(nd_host::current_interface));
+    app.require_subcommand(1);
+    app.footer(
+        "Exit status: 0 done, 2 usage, 3 input, 4 no addon, 5 interface version, 6 error raised, 7 foreign "
+        "exception,\n8 broken outputs, 9 can't write, 1 anything else. An error's identifier and text go to "
+        "standard error.");
+    nd_host::call_options options;
+    add_call(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : static_cast<int>(exit_status::usage);
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const nd_host::failure& error) {
+        return fail(error.status(), error.what());
+    } catch (const std::bad_alloc&) {
+        return fail(exit_status::internal, "out of memory");
+    } catch (const std::exception& error) {
+        return fail(exit_status::internal, error.what());
+    }
+}
