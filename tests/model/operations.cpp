@@ -1,0 +1,242 @@
+// The table of operations that random programs consist of.
+#include "matrix/creator_table.hpp"
+#include "model/program.hpp"
+
+#include <nd/access.hpp>
+#include <nd/create.hpp>
+
+#include <algorithm>
+#include <cstring>
+
+namespace model {
+namespace {
+
+namespace api = matrix::detail::noninlined::nd_array_api;
+
+constexpr std::size_t most_handles = 24;
+
+// Shapes with all that dimensions can be: none, one, trailing ones, zeros, equal counts in other shapes.
+const std::vector<dims> shapes{
+    {1, 1}, {2, 3},       {0, 0},    {3, 2},    {1, 6},       {6, 1},       {},        {4},       {2, 3, 4},
+    {24},   {1, 1, 1},    {2, 3, 1}, {2, 1, 3}, {0, 3},       {3, 0, 2},    {1, 1, 6}, {4, 3, 2}, {1, 24},
+    {300},  {2, 2, 2, 3}, {5, 1, 1}, {1, 2},    {2, 3, 4, 1}, {1, 0, 1, 1}, {8, 3}};
+
+ndClassID class_at(unsigned pick) {
+    static constexpr ndClassID with_bytes[] = {
+        ndDOUBLE_CLASS, ndSINGLE_CLASS, ndLOGICAL_CLASS, ndCHAR_CLASS,   ndINT8_CLASS,  ndUINT8_CLASS,
+        ndINT16_CLASS,  ndUINT16_CLASS, ndINT32_CLASS,   ndUINT32_CLASS, ndINT64_CLASS, ndUINT64_CLASS};
+    return with_bytes[pick % std::size(with_bytes)];
+}
+
+bool can_be_complex(ndClassID class_id) { return element_size(class_id, true) != 0; }
+
+handle* pick(world& w, unsigned which) {
+    return w.handles().empty() ? nullptr : &w.handles()[which % w.handles().size()];
+}
+
+bool has_room(world& w) { return w.handles().size() < most_handles; }
+
+// Undefined elements become known ones on both sides.
+void define_elements(const ndArray_tag* real, array& expected, unsigned seed) {
+    if (expected.data == nullptr) return;
+    auto& bytes = expected.data->bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::byte>(seed + i * 7);
+    std::memcpy(real->pdata, bytes.data(), bytes.size());
+}
+
+// c: class, complexity; b: shape; a: creator.
+void create(world& w, const step& s) {
+    if (!has_room(w)) return;
+    const auto creators = test::all_creators();
+    const test::creator_row& creator = creators[s.a % creators.size()];
+    if (creator.class_id == ndCELL_CLASS) return; // cells have no bytes to compare
+    const dims& given = shapes[s.b % shapes.size()];
+    if (!creator.takes_any_rank && given.size() != 2) return;
+    const ndClassID class_id = class_at(s.c / 2);
+    const bool want_complex = s.c % 2 == 1 && can_be_complex(class_id);
+    const test::creator_args args{given, class_id, want_complex ? 1 : 0};
+    const auto made_class = static_cast<ndClassID>(
+        creator.class_id == test::creator_row::given_class ? class_id : creator.class_id);
+    const bool complex = want_complex && creator.complexity != test::creator_row::counts::never;
+    ndArray_tag* const real = creator.make(args);
+    array expected = zeros(made_class, complex, given);
+    if (!creator.zeroed) define_elements(real, expected, s.a);
+    w.add(real, std::move(expected));
+}
+
+void create_scalar(world& w, const step& s) {
+    if (!has_room(w)) return;
+    const double value = s.b;
+    array expected = zeros(s.a % 3 == 0   ? ndDOUBLE_CLASS
+                           : s.a % 3 == 1 ? ndSINGLE_CLASS
+                                          : ndLOGICAL_CLASS,
+                           false, {1, 1});
+    const auto store = [&](auto element) {
+        std::memcpy(expected.data->bytes.data(), &element, sizeof element);
+    };
+    switch (s.a % 3) {
+    case 0:
+        store(value);
+        return w.add(api::ndCreateDoubleScalar(value), std::move(expected));
+    case 1:
+        store(static_cast<float>(value));
+        return w.add(api::ndCreateSingleScalar(static_cast<float>(value)), std::move(expected));
+    default:
+        store(s.b % 2 == 1);
+        return w.add(api::ndCreateLogicalScalar(s.b % 2 == 1), std::move(expected));
+    }
+}
+
+void create_blank(world& w, const step&) {
+    if (has_room(w)) w.add(api::ndCreateEmptyUnknownArrayNotOnArrayList(), array{});
+}
+
+// The candidate that the reuse creators must choose: the first that is free, of the same element size and the same length.
+array* chosen_candidate(world& w, std::size_t element_bytes, std::size_t needed) {
+    for (const handle& h : w.handles()) {
+        array& candidate = *h.expected;
+        if (candidate.reusable && candidate.element_bytes() == element_bytes &&
+            candidate.byte_count() == needed) {
+            return &candidate;
+        }
+    }
+    return nullptr;
+}
+
+// Every handle is offered as a candidate.
+void create_with_reuse(world& w, const step& s) {
+    if (!has_room(w)) return;
+    std::vector<ndArray_tag*> candidates;
+    for (const handle& h : w.handles()) candidates.push_back(h.real);
+    const dims& given = shapes[s.b % shapes.size()];
+    const ndClassID class_id = class_at(s.c / 2);
+    const bool complex = s.c % 2 == 1 && can_be_complex(class_id);
+    const ndComplexity complexity = complex ? ndCOMPLEX : ndREAL;
+    const bool as_matrix = given.size() == 2 && s.a % 2 == 0;
+    ndArray_tag* const real =
+        as_matrix ? api::ndCreateNumericMatrixWithReuse(given[0], given[1], class_id, complexity,
+                                                        candidates.size(), candidates.data())
+                  : api::ndCreateUninitNumericArray(given.size(), given.data(), class_id, complexity,
+                                                    candidates.size(), candidates.data());
+    array expected = zeros(class_id, complex, given);
+    if (array* lender = chosen_candidate(w, expected.element_bytes(), expected.byte_count())) {
+        lender->joined = true;
+        lender->reusable = false;
+        expected.data = lender->data;
+        expected.joined = true;
+    } else {
+        define_elements(real, expected, s.a);
+    }
+    w.add(real, std::move(expected));
+}
+
+void share(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr || !has_room(w)) return;
+    const handle source = *h;
+    ndArray_tag* const real = s.b % 2 == 0 ? matrix::detail::do_shared_copy(source.real).release()
+                                           : api::ndCreateSharedCopyNotOnArrayList(source.real);
+    w.add(real, shared_copy(*source.expected));
+}
+
+void copy(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr || !has_room(w)) return;
+    const handle source = *h;
+    w.add(matrix::detail::do_deep_copy(source.real).release(), deep_copy(*source.expected));
+}
+
+void reference(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr || !has_room(w)) return;
+    const handle source = *h;
+    api::ndCreateReference(source.real);
+    ++source.expected->owners;
+    source.expected->reusable = false;
+    w.handles().push_back(source);
+}
+
+void destroy(world& w, const step& s) {
+    if (!w.handles().empty()) w.release(s.a % w.handles().size());
+}
+
+// The first shape from the picked one on that the block has bytes for; there is always one without elements.
+const dims& shape_that_fits(const array& expected, unsigned from) {
+    const std::size_t room = expected.data == nullptr ? 0 : expected.data->bytes.size();
+    for (std::size_t i = 0;; ++i) {
+        const dims& shape = shapes[(from + i) % shapes.size()];
+        if (count_of(stored_dims(shape)) * expected.element_bytes() <= room) return shape;
+    }
+}
+
+void set_dimensions(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr) return;
+    const dims& shape = shape_that_fits(*h->expected, s.b);
+    if (s.c % 2 == 0) {
+        h->real->set_dimensions(shape);
+    } else {
+        api::ndSetDimensions(h->real, shape.data(), shape.size());
+    }
+    h->expected->set_dimensions(shape);
+}
+
+// Fewer rows, by the setter that leaves everything else alone.
+void set_rows(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr) return;
+    const std::size_t rows = s.b % (h->expected->shape[0] + 1);
+    api::ndSetM(h->real, rows);
+    h->expected->shape[0] = rows;
+    h->expected->scalar_double = false;
+}
+
+// Writes through the data pointer, which doesn't unshare: all sharers see it.
+void write(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr || h->expected->byte_count() == 0) return;
+    const std::size_t at = s.b % h->expected->byte_count();
+    const auto value = static_cast<std::byte>(s.c);
+    static_cast<std::byte*>(api::ndGetData(h->real))[at] = value;
+    h->expected->data->bytes[at] = value;
+}
+
+void mark_reusable(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr) return;
+    const bool wanted = s.b % 4 != 0;
+    api::ndSetReusable(h->real, wanted);
+    const array& now = *h->expected;
+    const bool refused = now.data == nullptr || now.owners > 1 || (now.joined && now.data.use_count() > 1);
+    if (!wanted) h->expected->reusable = false;
+    if (wanted && !refused) h->expected->reusable = true;
+}
+
+void set_user_bits(world& w, const step& s) {
+    const handle* h = pick(w, s.a);
+    if (h == nullptr) return;
+    api::ndSetUserBits(h->real, static_cast<int>(s.b % 256));
+    h->expected->user_bits = s.b % 256;
+}
+
+constexpr operation table[] = {
+    {"create", create},
+    {"create_scalar", create_scalar},
+    {"create_blank", create_blank},
+    {"create_with_reuse", create_with_reuse},
+    {"share", share},
+    {"copy", copy},
+    {"reference", reference},
+    {"destroy", destroy},
+    {"set_dimensions", set_dimensions},
+    {"set_rows", set_rows},
+    {"write", write},
+    {"mark_reusable", mark_reusable},
+    {"set_user_bits", set_user_bits},
+};
+
+} // namespace
+
+std::span<const operation> all_operations() { return table; }
+
+} // namespace model

@@ -1,0 +1,52 @@
+// Random programs over creation, dimensions, sharing, copies, reuse and destruction agree with the reference model.
+//
+// RC_PARAMS sets another number of programs or replays a failure: RC_PARAMS="max_success=1000000" or the reproduction that a
+// failure prints. A failing program is shrunk to its essential steps.
+#include "model/program.hpp"
+#include "support/fixture.hpp"
+
+#include <rapidcheck.h>
+#include <rapidcheck/gtest.h>
+
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+using model::step;
+
+class Programs : public test::NdTest {
+protected:
+    // The variable is read once, before the first property.
+    static void SetUpTestSuite() {
+        setenv("RC_PARAMS", "max_success=20000 max_size=40", 0);
+        rc::detail::configuration();
+    }
+};
+
+rc::Gen<step> any_step() {
+    const auto number = rc::gen::inRange(0U, 1000U);
+    return rc::gen::build<step>(
+        rc::gen::set(&step::operation,
+                     rc::gen::inRange(0U, static_cast<unsigned>(model::all_operations().size()))),
+        rc::gen::set(&step::a, number), rc::gen::set(&step::b, number), rc::gen::set(&step::c, number));
+}
+
+TEST_F(Programs, AgreeWithTheModel) {
+    rc::detail::checkGTest([] {
+        const auto program = *rc::gen::container<std::vector<step>>(any_step());
+        model::world world;
+        for (const step& s : program) {
+            const std::string wrong = world.run(s);
+            if (!wrong.empty()) {
+                std::ostringstream at;
+                at << "after " << s << ": " << wrong;
+                RC_FAIL(at.str());
+            }
+        }
+        const std::string left = world.finish();
+        if (!left.empty()) RC_FAIL(left);
+    });
+}
+
+} // namespace
