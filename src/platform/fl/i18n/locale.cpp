@@ -9,6 +9,9 @@
 #include <langinfo.h>
 #include <locale.h>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
 
 namespace fl::i18n {
 namespace detail {
@@ -60,8 +63,11 @@ const KvLocale& known_once(std::atomic<const KvLocale*>& slot, const char* categ
 } // namespace
 
 KvLocale locale_of(const char* name) {
-    const icu::Locale locale = icu::Locale::createCanonical(*name != '\0' ? name : "C");
-    return KvLocale(locale.isBogus() ? "en_US_POSIX" : locale.getBaseName(), encoding_of(name));
+    const std::string_view given = name;
+    const std::string_view language = given.substr(0, given.find_first_of(".@"));
+    if (language.empty() || language == "C" || language == "POSIX")
+        return KvLocale("en_US_POSIX", encoding_of(name));
+    return KvLocale(icu::Locale::createCanonical(name).getBaseName(), encoding_of(name));
 }
 
 } // namespace detail

@@ -9,6 +9,7 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <variant>
 #include <vector>
@@ -42,6 +43,21 @@ struct ToFormattable {
     // By its digits: ICU's own integers are signed.
     icu::Formattable operator()(std::uint64_t number) const {
         return icu::Formattable(icu::StringPiece(std::to_string(number)), status);
+    }
+};
+
+// For a message without a pattern: the same in all locales.
+struct ToPlainText {
+    icu::UnicodeString operator()(const std::string& text) const { return to_icu(text); }
+    icu::UnicodeString operator()(const std::u16string& text) const {
+        return {text.data(), icu_length(text)};
+    }
+
+    template <class Number>
+    icu::UnicodeString operator()(Number number) const {
+        char digits[32]; // holds every integer, and the shortest form of every double
+        const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+        return to_icu({digits, static_cast<std::size_t>(end - digits)});
     }
 };
 
@@ -80,13 +96,7 @@ std::u16string describe_message(const resource_core::BaseMsgID& id) {
     text.append(u':').append(to_icu(id.key()));
     const char16_t* separator = u" (";
     for (const MsgArg& argument : id.arguments()) {
-        UErrorCode status = U_ZERO_ERROR;
-        icu::Formattable value = std::visit(ToFormattable{status}, argument);
-        text.append(separator);
-        if (value.getType() == icu::Formattable::kString)
-            text.append(value.getString());
-        else
-            text.append(icu::UnicodeString::fromUTF8(value.getDecimalNumber(status)));
+        text.append(separator).append(std::visit(ToPlainText(), argument));
         separator = u", ";
     }
     if (!id.arguments().empty()) text.append(u')');

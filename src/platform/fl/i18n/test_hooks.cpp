@@ -1,33 +1,36 @@
-// Setters of the two locales. A locale that a test set stays reachable for good, since somebody may still hold it.
+// Setters of the two locales.
 #include "locale_slots.hpp"
 
 #include "platform/test_hooks.hpp"
 
-#include <deque>
 #include <mutex>
+#include <vector>
 
 namespace foundation::test_hooks {
 namespace {
 
 using fl::i18n::KvLocale;
 
-const KvLocale* keep(KvLocale locale) {
+// The locale that stood there before stays alive for good: somebody may still hold it.
+void replace(std::atomic<const KvLocale*>& slot, const KvLocale* locale) {
     static std::mutex lock;
-    static std::deque<KvLocale>& kept = *new std::deque<KvLocale>;
+    static std::vector<const KvLocale*>& replaced = *new std::vector<const KvLocale*>;
     const std::lock_guard guard(lock);
-    return &kept.emplace_back(std::move(locale));
+    replaced.push_back(slot.exchange(locale));
 }
 
 } // namespace
 
 void set_system_encoding(const char* name) {
     const KvLocale* locale = nullptr;
-    if (name != nullptr) locale = keep(KvLocale(KvLocale::system().name(), name));
-    fl::i18n::detail::system_locale = locale;
+    if (name != nullptr) locale = new KvLocale(KvLocale::system().name(), name);
+    replace(fl::i18n::detail::system_locale, locale);
 }
 
 void set_global_locale(const char* name) {
-    fl::i18n::detail::global_locale = name != nullptr ? keep(fl::i18n::detail::locale_of(name)) : nullptr;
+    const KvLocale* locale = nullptr;
+    if (name != nullptr) locale = new KvLocale(fl::i18n::detail::locale_of(name));
+    replace(fl::i18n::detail::global_locale, locale);
 }
 
 } // namespace foundation::test_hooks

@@ -6,6 +6,16 @@ namespace resource_core {
 
 BaseMsgID::~BaseMsgID() = default;
 
+// Arguments are copied by value, not as variants: the copy constructor of libstdc++'s variant destroys garbage when
+// there's no memory to copy a string that it holds.
+BaseMsgID::BaseMsgID(const BaseMsgID& other) : catalog_(other.catalog_), key_(other.key_) {
+    arguments_.reserve(other.arguments_.size());
+    for (const MsgArg& argument : other.arguments_)
+        std::visit([this](const auto& value) { arguments_.emplace_back(value); }, argument);
+}
+
+BaseMsgID& BaseMsgID::operator=(const BaseMsgID& other) { return *this = BaseMsgID(other); }
+
 } // namespace resource_core
 
 namespace foundation::core::except {

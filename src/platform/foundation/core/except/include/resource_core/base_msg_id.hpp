@@ -37,9 +37,9 @@ protected:
     }
 
     // Protected, so that an identifier is copied only as the class that it is.
-    BaseMsgID(const BaseMsgID&) = default;
+    BaseMsgID(const BaseMsgID& other);
     BaseMsgID(BaseMsgID&&) noexcept = default;
-    BaseMsgID& operator=(const BaseMsgID&) = default;
+    BaseMsgID& operator=(const BaseMsgID& other);
     BaseMsgID& operator=(BaseMsgID&&) noexcept = default;
 
 private:

@@ -128,7 +128,7 @@ public:
 // E with the legacy error interface, for handlers that know IUserException only. Like E, no heap is needed to build,
 // copy and throw it.
 template <class E>
-class ND_EXPORT legacy : public E, public IMsgIDException {
+class ND_EXPORT legacy : public E, public IMsgIDException, public boost::exception {
 public:
     legacy() = default;
     explicit legacy(const E& error) : E(error) {}
