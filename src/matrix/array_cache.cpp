@@ -61,6 +61,10 @@ struct thread_cache {
 
 constinit bool cache_enabled = false;
 
+std::size_t bin_number_of(const ndArray_tag* array) noexcept {
+    return (array->flags & flag_bin_mask) >> flag_bin_shift;
+}
+
 void empty_bin(cache_bin& bin) noexcept {
     while (bin.head != nullptr) {
         ndArray_tag* const pair = bin.head;
@@ -131,6 +135,8 @@ array_ptr reuse_pair(ndArray_tag* pair, NdArrayTypeId code, std::size_t bin_numb
 
 bool cache_is_enabled() noexcept { return cache_enabled; }
 
+std::size_t bin_size_of(const ndArray_tag* array) noexcept { return bin_sizes[bin_number_of(array)]; }
+
 array_ptr take_pair(NdArrayTypeId code, dims_view dims, std::size_t bytes, DataInitialization init) {
     const std::size_t bin_number = bin_of_size[bytes];
     const std::uint32_t bin_flags =
@@ -154,7 +160,7 @@ void recycle_pair(ndArray_tag* array) noexcept {
     free_dims(array);
     free_share_record(array);
     array->flags &= ~flag_shared_data;
-    const std::size_t bin_number = (array->flags & flag_bin_mask) >> flag_bin_shift;
+    const std::size_t bin_number = bin_number_of(array);
     thread_cache* const cache = usable_cache();
     if (cache == nullptr || cache->bins[bin_number].count >= bin_limits[bin_number]) {
         finish_header(array);

@@ -26,6 +26,9 @@ bool cache_is_enabled() noexcept;
 /// a new pair. Raises what construction raises.
 array_ptr take_pair(NdArrayTypeId code, dims_view dims, std::size_t bytes, DataInitialization init);
 
+/// Bytes of the block of an array with flag_cached_header.
+std::size_t bin_size_of(const ndArray_tag* array) noexcept;
+
 /// Puts the pair of an ended array into the calling thread's bin, or finishes it when the bin is full.
 void recycle_pair(ndArray_tag* array) noexcept;
 

@@ -2,6 +2,7 @@
 #include "matrix/arraycpy.hpp"
 
 #include "matrix/accessors.hpp"
+#include "matrix/array_cache.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/dimensions.hpp"
@@ -23,12 +24,28 @@ array_ptr copy_header(const ndArray_tag* source) {
     // The dimensions are the source's, so its inline-dims and scalar-double bits hold for the copy as well.
     dims.commit_to_new(copy.get());
     copy->flags = source->flags & ~flags_lost_by_copy;
+    if (copy->class_id == ndOBJECT_CLASS) call_object_create_hook(copy.get());
     return copy;
 }
 
 namespace {
 
+// A pair of the source's bin and one copy of the whole block; what a copied header keeps is the same either way.
+array_ptr copy_pair(const ndArray_tag* source) {
+    complete_dimensions_if_opaque(source);
+    const std::size_t bytes = bin_size_of(source);
+    array_ptr copy = take_pair(code_of(source), dims_of(source), bytes, DataInitialization::uninitialized);
+    std::memcpy(copy->pdata, source->pdata, bytes);
+    copy->flags =
+        (source->flags & ~flags_lost_by_copy) | (copy->flags & (flag_cached_header | flag_bin_mask));
+    return copy;
+}
+
 array_ptr copy_leaf(const ndArray_tag* source) {
+    if ((source->flags & flag_cached_header) != 0 && has_plain_elements(source->class_id) &&
+        cache_is_enabled()) {
+        return copy_pair(source);
+    }
     array_ptr copy = copy_header(source);
     if (source->pdata == nullptr) return copy;
     const std::size_t bytes = element_count(source) * stored_element_size(source);
@@ -86,7 +103,16 @@ array_ptr do_shared_copy(const ndArray_tag* source) {
                                           __LINE__, __func__);
     }
     array_ptr copy = copy_header(source);
+    if ((source->flags & flag_sparse) != 0) {
+        copy->info_a = source->info_a;
+        copy->info_b = source->info_b;
+        copy->info_c = source->info_c;
+    }
     if (source->pdata == nullptr) return copy;
+    if ((source->flags & flag_indexing_opaque) != 0) { // its class counts the payload, no record does
+        copy->pdata = source->pdata;
+        return copy;
+    }
     // Sharing is the source's affair as well: its record and hint change, its value doesn't.
     share_data_to(const_cast<ndArray_tag*>(source), copy.get());
     copy->pdata = source->pdata;

@@ -30,6 +30,10 @@ const char* class_name_from_class_system(const ndArray_tag* array) {
     return array->class_id == ndOBJECT_CLASS ? "" : class_rows[ndOPAQUE_CLASS].name;
 }
 
+void call_object_create_hook(ndArray_tag* array) {
+    if (auto* hook = object_create_hook.load(std::memory_order_acquire)) hook(array);
+}
+
 void call_object_destroy_hook(ndArray_tag* array) noexcept {
     if (auto* hook = object_destroy_hook.load(std::memory_order_acquire)) hook(array);
 }

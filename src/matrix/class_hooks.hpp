@@ -26,6 +26,9 @@ ndClassID class_id_from_class_system(const ndArray_tag* array);
 /// Class name of an opaque array or an object.
 const char* class_name_from_class_system(const ndArray_tag* array);
 
+/// Calls the hook for a new header of class object.
+void call_object_create_hook(ndArray_tag* array);
+
 /// Calls the hook for an object array that is about to be torn down, while it is whole.
 void call_object_destroy_hook(ndArray_tag* array) noexcept;
 

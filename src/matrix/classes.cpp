@@ -42,6 +42,7 @@ void ndSetArrayType(ndArray_tag* array, ndClassID classId) {
     array->class_id = classId;
     const bool numeric = ndIsNumericArrayType(classId);
     array->flags = numeric ? array->flags | flag_numeric : array->flags & ~flag_numeric;
+    if (classId != ndDOUBLE_CLASS) array->flags &= ~flag_scalar_double;
     if (!holds_references && array->root_record != nullptr) release_root_record(array);
 }
 

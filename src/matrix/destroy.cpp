@@ -29,6 +29,8 @@
 
 #include <foundation/log/logger.hpp>
 
+#include <new>
+
 namespace matrix::internal {
 namespace {
 
@@ -117,8 +119,8 @@ bool needs_walk(ndArray_tag* element) noexcept {
 
 // Deals with the elements of a container and moves those that need a walk of their own to the front of its slots.
 std::size_t compact_pending(ndArray_tag* container) noexcept {
-    if (container->pdata == nullptr) return 0;
     if (container->class_id == ndOBJECT_CLASS) call_object_destroy_hook(container);
+    if (container->pdata == nullptr) return 0;
     ndArray_tag** const slots = slots_of(container);
     const std::size_t count = slot_count(container);
     std::size_t pending = 0;
@@ -147,6 +149,11 @@ void destroy_container(ndArray_tag* top) noexcept {
     }
 }
 
+// A pair goes back as it came: a deleter that another sharer of the block has set must be asked in the end.
+bool can_be_recycled(const ndArray_tag* array) noexcept {
+    return (array->flags & flag_cached_header) != 0 && !array->hasCustomDeleter();
+}
+
 void destroy_contents(ndArray_tag* array) noexcept {
     if (!release_data_for_destroy(array)) {
         tear_down_and_finish(array);
@@ -154,7 +161,7 @@ void destroy_contents(ndArray_tag* array) noexcept {
         destroy_container(array);
     } else {
         tear_down_class_parts(array);
-        if ((array->flags & flag_cached_header) != 0) {
+        if (can_be_recycled(array)) {
             recycle_pair(array);
         } else {
             finish_header(array);
@@ -169,23 +176,30 @@ const foundation::log::basic_diagnostic_logger& custom_deleter_channel() {
 
 [[maybe_unused]] const auto& channel_made_at_load = custom_deleter_channel();
 
+// The deleter runs whether or not there is memory to tell so.
+void log_deleter_event(const char* text) noexcept {
+    constexpr std::uint32_t severity = 8;
+    try {
+        if (custom_deleter_channel().is_on(severity)) custom_deleter_channel().write(severity, text);
+    } catch (const std::bad_alloc&) {
+    }
+}
+
 bool pair_is_whole(const ndArray_tag* array) noexcept {
-    return (array->flags & flag_cached_header) != 0 && !has_shared_data(array) &&
-           has_plain_elements(array->class_id) && array->dims32 == nullptr;
+    return can_be_recycled(array) && !has_shared_data(array) && has_plain_elements(array->class_id) &&
+           array->dims32 == nullptr;
 }
 
 } // namespace
 
 void call_custom_deleter(void (*deleter)(void*), void* data) noexcept {
-    constexpr std::uint32_t severity = 8;
-    const auto& channel = custom_deleter_channel();
     if (deleter == nullptr || data == nullptr) return;
     try {
-        if (channel.is_on(severity)) channel.write(severity, "Now invoking ndarray customer deleter");
+        log_deleter_event("Now invoking ndarray customer deleter");
         deleter(data);
-        if (channel.is_on(severity)) channel.write(severity, "Customer ndarray deleter invoked");
+        log_deleter_event("Customer ndarray deleter invoked");
     } catch (...) {
-        if (channel.is_on(severity)) channel.write(severity, "Custom deleter threw exception");
+        log_deleter_event("Custom deleter threw exception");
     }
 }
 

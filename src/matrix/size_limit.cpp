@@ -134,5 +134,11 @@ SizeLimitExceeded::SizeLimitExceeded(std::span<const std::size_t> dims, std::siz
 
 SizeLimitExceeded::~SizeLimitExceeded() = default;
 
+const boost::exception_detail::clone_base* SizeLimitExceeded::clone() const {
+    return new SizeLimitExceeded(*this);
+}
+
+void SizeLimitExceeded::rethrow() const { throw SizeLimitExceeded(*this); }
+
 } // namespace internal
 } // namespace matrix

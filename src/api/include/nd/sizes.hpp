@@ -41,7 +41,12 @@ class ND_EXPORT SizeLimitExceeded
 public:
     /// dims as asked for; bytes requested and limit in bytes.
     SizeLimitExceeded(std::span<const std::size_t> dims, std::size_t bytes, std::size_t limit);
+    SizeLimitExceeded(const SizeLimitExceeded&) = default;
+    SizeLimitExceeded& operator=(const SizeLimitExceeded&) = default;
     ~SizeLimitExceeded() override;
+
+    const boost::exception_detail::clone_base* clone() const override;
+    [[noreturn]] void rethrow() const override;
 
     /// The identifier with its three texts. Writes to the channel "matrix::sizelimit" when that is on.
     static TARVEL::array::SizeLimitExceeded makeMessage(std::span<const std::size_t> dims, std::size_t bytes,
