@@ -41,7 +41,31 @@ array_ptr copy_pair(const ndArray_tag* source) {
     return copy;
 }
 
+// A fresh block for capacity items of which the first live ones are the source's.
+void* copy_items(const void* source, std::size_t item_size, std::size_t capacity, std::size_t live) {
+    if (source == nullptr) return nullptr;
+    void* const block = allocate_data(capacity * item_size, DataInitialization::uninitialized);
+    if (live != 0) std::memcpy(block, source, live * item_size);
+    return block;
+}
+
+// The room for nzmax elements stays; only those that are stored are copied.
+array_ptr copy_sparse(const ndArray_tag* source) {
+    array_ptr copy = copy_header(source);
+    const std::size_t columns = source->n_or_ndims;
+    const auto* const column_starts = std::bit_cast<const std::size_t*>(source->info_b);
+    const std::size_t stored = column_starts == nullptr ? 0 : column_starts[columns];
+    copy->info_b =
+        std::bit_cast<std::uint64_t>(copy_items(column_starts, sizeof stored, columns + 1, columns + 1));
+    const auto* const rows = std::bit_cast<const std::size_t*>(source->info_a);
+    copy->info_a = std::bit_cast<std::uint64_t>(copy_items(rows, sizeof stored, source->info_c, stored));
+    copy->pdata = copy_items(source->pdata, stored_element_size(source), source->info_c, stored);
+    copy->info_c = source->info_c;
+    return copy;
+}
+
 array_ptr copy_leaf(const ndArray_tag* source) {
+    if ((source->flags & flag_sparse) != 0) return copy_sparse(source);
     if ((source->flags & flag_cached_header) != 0 && has_plain_elements(source->class_id) &&
         cache_is_enabled()) {
         return copy_pair(source);
@@ -103,11 +127,6 @@ array_ptr do_shared_copy(const ndArray_tag* source) {
                                           __LINE__, __func__);
     }
     array_ptr copy = copy_header(source);
-    if ((source->flags & flag_sparse) != 0) {
-        copy->info_a = source->info_a;
-        copy->info_b = source->info_b;
-        copy->info_c = source->info_c;
-    }
     if (source->pdata == nullptr) return copy;
     if ((source->flags & flag_indexing_opaque) != 0) { // its class counts the payload, no record does
         copy->pdata = source->pdata;
@@ -115,6 +134,12 @@ array_ptr do_shared_copy(const ndArray_tag* source) {
     }
     // Sharing is the source's affair as well: its record and hint change, its value doesn't.
     share_data_to(const_cast<ndArray_tag*>(source), copy.get());
+    // Only a header that has joined may hold the blocks: one that fails before frees what it holds.
+    if ((source->flags & flag_sparse) != 0) {
+        copy->info_a = source->info_a;
+        copy->info_b = source->info_b;
+        copy->info_c = source->info_c;
+    }
     copy->pdata = source->pdata;
     copy->flags |= source->flags & (flag_cached_header | flag_bin_mask);
     return copy;
