@@ -1,0 +1,204 @@
+// The process-wide hooks for object arrays, and who is told of references to contents of objects.
+#include "matrix/class_table.hpp"
+#include "matrix/process_state.hpp"
+#include "support/arr.hpp"
+
+#include <nd/access.hpp>
+#include <nd/module.hpp>
+
+#include <atomic>
+#include <new>
+#include <thread>
+
+namespace test {
+namespace {
+
+namespace api = matrix::detail::noninlined::nd_array_api;
+using matrix::array_ptr;
+using dims_list = std::vector<std::size_t>;
+
+struct seen_object {
+    const ndArray_tag* at;
+    std::size_t elements;
+    bool whole;
+};
+std::vector<seen_object> created, destroyed;
+
+// Whole: its class, dimensions, data and owner are still there to be read.
+seen_object see(const ndArray_tag* array) {
+    const bool whole = array->class_id == ndOBJECT_CLASS && array->scope < 7 && array->ref_count == 1;
+    return {array, api::ndGetNumberOfElements(array), whole};
+}
+
+class ObjectHooks : public NdTest {
+protected:
+    ObjectHooks() {
+        created.clear();
+        destroyed.clear();
+        api::ndSetObjectCreateDestroyFn([](ndArray_tag* array) { created.push_back(see(array)); },
+                                        [](ndArray_tag* array) { destroyed.push_back(see(array)); });
+    }
+    ~ObjectHooks() override { api::ndSetObjectCreateDestroyFn(nullptr, nullptr); }
+};
+
+array_ptr object(const dims_list& dims) {
+    return matrix::detail::do_create_numeric(dims, matrix::internal::code_of(ndOBJECT_CLASS, false));
+}
+
+void put(const array_ptr& cell, std::size_t i, array_ptr element) {
+    element->scope = ndMEMBER_SCOPE;
+    static_cast<ndArray_tag**>(cell->pdata)[i] = element.release();
+}
+
+TEST_F(ObjectHooks, SeeAnObjectWholeAtItsEnd) {
+    for (const dims_list& dims : {dims_list{1, 1}, dims_list{2, 3}, dims_list{2, 2, 2}}) {
+        destroyed.clear();
+        array_ptr array = object(dims);
+        const ndArray_tag* const at = array.get();
+        const std::size_t elements = api::ndGetNumberOfElements(at);
+        array.reset();
+        ASSERT_EQ(destroyed.size(), 1U);
+        EXPECT_EQ(destroyed[0].at, at);
+        EXPECT_EQ(destroyed[0].elements, elements);
+        EXPECT_TRUE(destroyed[0].whole);
+    }
+}
+
+// Without elements there is still an object that ends.
+TEST_F(ObjectHooks, SeeAnEmptyObjectToo) {
+    for (const dims_list& dims : {dims_list{0, 0}, dims_list{0, 3}, dims_list{2, 0, 2}}) {
+        destroyed.clear();
+        object(dims).reset();
+        ASSERT_EQ(destroyed.size(), 1U);
+        EXPECT_EQ(destroyed[0].elements, 0U);
+        EXPECT_TRUE(destroyed[0].whole);
+    }
+}
+
+TEST_F(ObjectHooks, SeeObjectsInContainersOnceEach) {
+    array_ptr cell = matrix::create_cell(dims_list{1, 3});
+    put(cell, 0, object({1, 1}));
+    array_ptr inner = matrix::create_cell(dims_list{1, 2});
+    put(inner, 1, object({2, 1}));
+    put(cell, 2, std::move(inner));
+    cell.reset();
+    ASSERT_EQ(destroyed.size(), 2U);
+    for (const seen_object& seen : destroyed) EXPECT_TRUE(seen.whole);
+}
+
+TEST_F(ObjectHooks, SeeNoOtherClass) {
+    for (int class_id = 0; class_id < ndOBJECT_CLASS; ++class_id) {
+        matrix::detail::do_create_numeric(dims_list{1, 1}, matrix::internal::code_of(class_id, false))
+            .reset();
+    }
+    EXPECT_TRUE(destroyed.empty());
+    EXPECT_TRUE(created.empty());
+}
+
+TEST_F(ObjectHooks, SeeOnlyTheLastOwnerGo) {
+    array_ptr array = object({1, 1});
+    array_ptr again(api::ndCreateReference(array.get()));
+    again.reset();
+    EXPECT_TRUE(destroyed.empty());
+    array.reset();
+    EXPECT_EQ(destroyed.size(), 1U);
+}
+
+// While others have the object's slots, nothing of it is torn down.
+TEST_F(ObjectHooks, SeeOnlyTheLastSharerGo) {
+    array_ptr array = object({1, 1});
+    array_ptr copy = matrix::detail::do_shared_copy(array.get());
+    array.reset();
+    EXPECT_TRUE(destroyed.empty());
+    copy.reset();
+    EXPECT_EQ(destroyed.size(), 1U);
+}
+
+// The create hook gets each new header of class object that a copy makes.
+TEST_F(ObjectHooks, SeeEachCopyBegin) {
+    const array_ptr array = object({1, 1});
+    created.clear();
+    const array_ptr shared = matrix::detail::do_shared_copy(array.get());
+    ASSERT_EQ(created.size(), 1U);
+    EXPECT_EQ(created[0].at, shared.get());
+    const array_ptr deep = matrix::detail::do_deep_copy(array.get());
+    ASSERT_EQ(created.size(), 2U);
+    EXPECT_EQ(created[1].at, deep.get());
+}
+
+// A copy that can't be finished ends as every object does: whoever was told of its beginning hears of its end.
+TEST_F(ObjectHooks, SeeACopyThatFailsEndAgain) {
+    const array_ptr array = object({2, 2});
+    for (long n = 1; n < 5; ++n) {
+        created.clear();
+        destroyed.clear();
+        created.reserve(4);
+        destroyed.reserve(4);
+        array_ptr copy;
+        try {
+            const injection armed({n});
+            copy = matrix::detail::do_deep_copy(array.get());
+        } catch (const std::bad_alloc&) {
+        }
+        copy.reset();
+        EXPECT_EQ(created.size(), destroyed.size()) << "allocation " << n;
+    }
+}
+
+TEST_F(ObjectHooks, AreOptional) {
+    api::ndSetObjectCreateDestroyFn(nullptr, nullptr);
+    object({1, 1}).reset();
+    EXPECT_TRUE(destroyed.empty());
+}
+
+std::atomic<int> calls_of_one{0}, calls_of_other{0};
+
+// Exchanged while other threads end objects: each end calls one of the hooks that stood.
+TEST_F(ObjectHooks, AreExchangedWhileObjectsEnd) {
+    constexpr int rounds = 2000;
+    const auto install = [](bool one) {
+        api::ndSetObjectCreateDestroyFn(
+            nullptr, one ? +[](ndArray_tag*) { ++calls_of_one; } : +[](ndArray_tag*) { ++calls_of_other; });
+    };
+    install(true);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 3; ++t) {
+        threads.emplace_back([] {
+            for (int i = 0; i < rounds; ++i) object({1, 1}).reset();
+        });
+    }
+    for (int i = 0; i < rounds; ++i) install(i % 2 == 0);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(calls_of_one + calls_of_other, 3 * rounds);
+}
+
+class counting_interface final : public matrix::ObjectRefCountInterface {
+public:
+    void add(ndArray_tag*, bool) override { ++added; }
+    void release(ndArray_tag*) override { ++released; }
+    int added = 0, released = 0;
+};
+
+TEST(ObjectRefCount, HasABuiltInInterfaceThatDoesNothing) {
+    auto* const built_in = matrix::ObjectRefCountInterface::get();
+    ASSERT_NE(built_in, nullptr);
+    built_in->add(nullptr, true);
+    built_in->release(nullptr);
+    EXPECT_EQ(matrix::ObjectRefCountInterface::get(), built_in);
+}
+
+TEST(ObjectRefCount, TakesAnotherInterfaceAndGivesTheBuiltInOneBack) {
+    auto* const built_in = matrix::ObjectRefCountInterface::get();
+    counting_interface mine;
+    matrix::ObjectRefCountInterface::set(&mine);
+    EXPECT_EQ(matrix::ObjectRefCountInterface::get(), &mine);
+    matrix::ObjectRefCountInterface::get()->add(nullptr, false);
+    matrix::ObjectRefCountInterface::get()->release(nullptr);
+    EXPECT_EQ(mine.added, 1);
+    EXPECT_EQ(mine.released, 1);
+    matrix::ObjectRefCountInterface::set(nullptr);
+    EXPECT_EQ(matrix::ObjectRefCountInterface::get(), built_in);
+}
+
+} // namespace
+} // namespace test

@@ -1,0 +1,191 @@
+// One block, many headers, many threads: each thread copies and ends headers of its own. The block lives till the last of them
+// goes, and goes once.
+#include "matrix/process_state.hpp"
+#include "matrix/validate.hpp"
+#include "support/arr.hpp"
+
+#include <foundation/core/mem/aligned_heap.hpp>
+#include <nd/access.hpp>
+
+#include <atomic>
+#include <numeric>
+#include <thread>
+
+namespace test {
+namespace {
+
+namespace api = matrix::detail::noninlined::nd_array_api;
+using matrix::array_ptr;
+using matrix::detail::do_shared_copy;
+using dims_list = std::vector<std::size_t>;
+
+std::atomic<int> deleter_calls{0};
+
+void count_and_free(void* block) {
+    ++deleter_calls;
+    foundation::core::mem::aligned_heap_instance().free(block);
+}
+
+constexpr std::size_t elements = 512;
+constexpr double sum_of_elements = elements * (elements + 1) / 2.0;
+
+array_ptr numbers() {
+    array_ptr array = matrix::create(dims_list{elements, 1}, ndDOUBLE_CLASS, ndREAL);
+    auto* const data = static_cast<double*>(array->pdata);
+    std::iota(data, data + elements, 1.0);
+    return array;
+}
+
+double sum(const array_ptr& array) {
+    const auto* const data = static_cast<const double*>(array->pdata);
+    return std::accumulate(data, data + elements, 0.0);
+}
+
+// One header a thread, handed over before the threads start; each works on its own and ends it.
+template <class Work>
+void share_among(int threads, const array_ptr& source, Work work) {
+    std::vector<array_ptr> headers;
+    for (int t = 0; t < threads; ++t) headers.push_back(do_shared_copy(source.get()));
+    std::atomic<int> ready{0};
+    std::vector<std::thread> crew;
+    for (array_ptr& header : headers) {
+        crew.emplace_back([&, mine = std::move(header)]() mutable {
+            ready.fetch_add(1);
+            while (ready.load() < threads) std::this_thread::yield();
+            work(std::move(mine));
+        });
+    }
+    for (std::thread& worker : crew) worker.join();
+}
+
+using SharingThreads = NdTest;
+constexpr int crews[] = {2, 4, 8, 16};
+
+TEST_F(SharingThreads, EndTheBlockOnce) {
+    for (const int threads : crews) {
+        for (int round = 0; round < 50; ++round) {
+            deleter_calls = 0;
+            array_ptr source = numbers();
+            source->setCustomDeleter(count_and_free);
+            std::atomic<int> wrong{0};
+            share_among(threads, source, [&](array_ptr mine) {
+                if (deleter_calls != 0 || sum(mine) != sum_of_elements) ++wrong;
+            });
+            EXPECT_EQ(wrong, 0);
+            EXPECT_EQ(deleter_calls, 0);
+            EXPECT_FALSE(source->is_data_shared_impl());
+            source.reset();
+            EXPECT_EQ(deleter_calls, 1);
+        }
+    }
+}
+
+TEST_F(SharingThreads, EndTheBlockOnceWhenTheSourceIsGone) {
+    for (const int threads : crews) {
+        for (int round = 0; round < 50; ++round) {
+            deleter_calls = 0;
+            array_ptr source = numbers();
+            source->setCustomDeleter(count_and_free);
+            std::atomic<int> wrong{0}, ended{0};
+            share_among(threads, source, [&](array_ptr mine) {
+                if (ended.fetch_add(1) == 0) source.reset();
+                if (sum(mine) != sum_of_elements) ++wrong;
+            });
+            EXPECT_EQ(wrong, 0);
+            EXPECT_EQ(deleter_calls, 1);
+        }
+    }
+}
+
+// Copies of copies, made and ended while others do the same.
+TEST_F(SharingThreads, CopyAndEndAtTheSameTime) {
+    for (const int threads : crews) {
+        deleter_calls = 0;
+        array_ptr source = numbers();
+        source->setCustomDeleter(count_and_free);
+        std::atomic<int> wrong{0};
+        share_among(threads, source, [&](array_ptr mine) {
+            std::vector<array_ptr> copies;
+            for (int i = 0; i < 200; ++i) {
+                copies.push_back(do_shared_copy((copies.empty() ? mine : copies.back()).get()));
+                if (!copies.back()->is_data_shared_with_impl(mine.get())) ++wrong;
+                if (i % 3 == 2) copies.erase(copies.begin());
+                if (i % 50 == 49) copies.clear();
+            }
+            if (sum(mine) != sum_of_elements) ++wrong;
+        });
+        EXPECT_EQ(wrong, 0);
+        EXPECT_EQ(source->share_record->count.load(), 1U);
+        source.reset();
+        EXPECT_EQ(deleter_calls, 1);
+    }
+}
+
+// Deep copies read a block that others are leaving.
+TEST_F(SharingThreads, CopyDeeplyWhileOthersLeave) {
+    array_ptr source = numbers();
+    std::atomic<int> wrong{0};
+    share_among(8, source, [&](array_ptr mine) {
+        for (int i = 0; i < 20; ++i) {
+            const array_ptr copy = matrix::detail::do_deep_copy(mine.get());
+            static_cast<double*>(copy->pdata)[0] = -1.0;
+            if (sum(mine) != sum_of_elements) ++wrong;
+        }
+    });
+    EXPECT_EQ(wrong, 0);
+}
+
+// The last one puts a cached pair into its own thread's bin; the thread's end frees it.
+TEST_F(SharingThreads, EndACachedBlockOnce) {
+    const cache_on cache;
+    for (const int threads : crews) {
+        for (int round = 0; round < 20; ++round) {
+            array_ptr source = numbers();
+            ASSERT_TRUE(source->flags & matrix::flag_cached_header);
+            std::atomic<int> wrong{0};
+            share_among(threads, source, [&](array_ptr mine) {
+                if (sum(mine) != sum_of_elements) ++wrong;
+                const array_ptr more = do_shared_copy(mine.get());
+                mine.reset();
+                if (sum(more) != sum_of_elements) ++wrong;
+            });
+            EXPECT_EQ(wrong, 0);
+            source.reset();
+        }
+    }
+}
+
+// Slots of a cell are such a block too: whoever is last ends the elements.
+TEST_F(SharingThreads, EndTheElementsOfACellOnce) {
+    for (const int threads : crews) {
+        deleter_calls = 0;
+        array_ptr element = numbers();
+        element->setCustomDeleter(count_and_free);
+        array_ptr source = arr("cell 1x2", std::move(element), arr("cell 1x1", arr("double", {1})));
+        std::atomic<int> left{threads};
+        share_among(threads, source, [&](array_ptr mine) {
+            if (left.fetch_sub(1) == threads) source.reset();
+            mine.reset();
+        });
+        EXPECT_EQ(deleter_calls, 1);
+    }
+}
+
+// Arrays without anything in common don't meet at all.
+TEST_F(SharingThreads, WorkApartOnArraysOfTheirOwn) {
+    const cache_on cache;
+    std::vector<std::thread> crew;
+    for (int t = 0; t < 8; ++t) {
+        crew.emplace_back([] {
+            for (int i = 0; i < 300; ++i) {
+                const array_ptr array(api::ndCreateDoubleMatrix(static_cast<std::size_t>(i % 40), 3, ndREAL));
+                const array_ptr copy = matrix::detail::do_deep_copy(array.get());
+                const array_ptr solid = matrix::create(dims_list{2, 2, 2}, ndINT8_CLASS, ndREAL);
+            }
+        });
+    }
+    for (std::thread& worker : crew) worker.join();
+}
+
+} // namespace
+} // namespace test
