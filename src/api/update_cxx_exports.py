@@ -41,7 +41,7 @@ def main():
         print(f"listed, not exported: {line}")
     if lines != listed:
         sys.exit(f"{LIST} isn't current. Look at the difference; if it is meant, run\n"
-                 f"    src/api/update_cxx_exports.py {arguments.library}")
+                 "    scripts/update-abi-baseline")
 
 
 if __name__ == "__main__":

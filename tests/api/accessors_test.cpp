@@ -25,7 +25,8 @@ struct typed_getter {
 template <auto Getter>
 typed_getter getter_of(const char* name, ndClassID class_id, ndComplexity complexity) {
     using element = std::remove_pointer_t<decltype(Getter(nullptr))>;
-    return {name, class_id, complexity, [](const ndArray_tag* array) -> const void* { return Getter(array); }, sizeof(element)};
+    return {name, class_id, complexity, [](const ndArray_tag* array) -> const void* { return Getter(array); },
+            sizeof(element)};
 }
 
 const typed_getter getters[] = {
@@ -56,7 +57,8 @@ TEST(TypedGetters, AnswerForTheirClassAndComplexityOnly) {
         for (const typed_getter& other : getters) {
             const auto array = make(subject.class_id, subject.complexity);
             const void* const expected = &other == &subject ? array->pdata : nullptr;
-            EXPECT_EQ(other.get(array.get()), expected) << other.name << " of what " << subject.name << " is for";
+            EXPECT_EQ(other.get(array.get()), expected)
+                << other.name << " of what " << subject.name << " is for";
         }
     }
 }

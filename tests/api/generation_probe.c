@@ -11,80 +11,66 @@ typedef kvSize size_type;
 
 enum { most_dimensions = 8 };
 
-static const size_type* sizes_of(int ndim, const long long* dims, size_type* sizes)
-{
+static const size_type* sizes_of(int ndim, const long long* dims, size_type* sizes) {
     for (int i = 0; i < ndim && i < most_dimensions; ++i) {
         sizes[i] = (size_type)dims[i];
     }
     return sizes;
 }
 
-static ndArray_tag* double_matrix(long long m, long long n, int complexity)
-{
+static ndArray_tag* double_matrix(long long m, long long n, int complexity) {
     return ndCreateDoubleMatrix((size_type)m, (size_type)n, (ndComplexity)complexity);
 }
 
-static ndArray_tag* numeric_matrix(long long m, long long n, int class_id, int complexity)
-{
+static ndArray_tag* numeric_matrix(long long m, long long n, int class_id, int complexity) {
     return ndCreateNumericMatrix((size_type)m, (size_type)n, (ndClassID)class_id, (ndComplexity)complexity);
 }
 
-static ndArray_tag* numeric_array(int ndim, const long long* dims, int class_id, int complexity)
-{
+static ndArray_tag* numeric_array(int ndim, const long long* dims, int class_id, int complexity) {
     size_type sizes[most_dimensions];
-    return ndCreateNumericArray((size_type)ndim, sizes_of(ndim, dims, sizes), (ndClassID)class_id, (ndComplexity)complexity);
+    return ndCreateNumericArray((size_type)ndim, sizes_of(ndim, dims, sizes), (ndClassID)class_id,
+                                (ndComplexity)complexity);
 }
 
-static ndArray_tag* logical_matrix(long long m, long long n)
-{
+static ndArray_tag* logical_matrix(long long m, long long n) {
     return ndCreateLogicalMatrix((size_type)m, (size_type)n);
 }
 
-static ndArray_tag* logical_array(int ndim, const long long* dims)
-{
+static ndArray_tag* logical_array(int ndim, const long long* dims) {
     size_type sizes[most_dimensions];
     return ndCreateLogicalArray((size_type)ndim, sizes_of(ndim, dims, sizes));
 }
 
-static ndArray_tag* numeric_scalar(int class_id, int complexity)
-{
+static ndArray_tag* numeric_scalar(int class_id, int complexity) {
     return ndCreateNumericScalar((ndClassID)class_id, (ndComplexity)complexity);
 }
 
-static ndArray_tag* uninit_numeric_matrix(size_t m, size_t n, int class_id, int complexity)
-{
+static ndArray_tag* uninit_numeric_matrix(size_t m, size_t n, int class_id, int complexity) {
     return ndCreateUninitNumericMatrix(m, n, (ndClassID)class_id, (ndComplexity)complexity);
 }
 
-static ndArray_tag* uninit_numeric_array(int ndim, const size_t* dims, int class_id, int complexity)
-{
+static ndArray_tag* uninit_numeric_array(int ndim, const size_t* dims, int class_id, int complexity) {
     return ndCreateUninitNumericArray((size_t)ndim, dims, (ndClassID)class_id, (ndComplexity)complexity);
 }
 
-static long long number_of_dimensions(const ndArray_tag* array)
-{
+static long long number_of_dimensions(const ndArray_tag* array) {
     return (long long)ndGetNumberOfDimensions(array);
 }
 
-static const void* dimensions(const ndArray_tag* array)
-{
-    return ndGetDimensions(array);
-}
+static const void* dimensions(const ndArray_tag* array) { return ndGetDimensions(array); }
 
-static long long dimension(const void* dims, int i)
-{
-    return (long long)((const size_type*)dims)[i];
-}
+static long long dimension(const void* dims, int i) { return (long long)((const size_type*)dims)[i]; }
 
-#define PREDICATE(name) { #name, name }
+#define PREDICATE(name)                                                                                      \
+    { #name, name }
 
 static const named_predicate predicates[] = {
-    PREDICATE(ndIsCell),   PREDICATE(ndIsChar),   PREDICATE(ndIsDouble), PREDICATE(ndIsSingle),
-    PREDICATE(ndIsLogical), PREDICATE(ndIsStruct), PREDICATE(ndIsFunctionHandle), PREDICATE(ndIsObject),
-    PREDICATE(ndIsOpaque), PREDICATE(ndIsInt8),   PREDICATE(ndIsUint8),  PREDICATE(ndIsInt16),
-    PREDICATE(ndIsUint16), PREDICATE(ndIsInt32),  PREDICATE(ndIsUint32), PREDICATE(ndIsInt64),
-    PREDICATE(ndIsUint64), PREDICATE(ndIsNumeric), PREDICATE(ndIsSparse), PREDICATE(ndIsEmpty),
-    { NULL, NULL },
+    PREDICATE(ndIsCell),    PREDICATE(ndIsChar),    PREDICATE(ndIsDouble),         PREDICATE(ndIsSingle),
+    PREDICATE(ndIsLogical), PREDICATE(ndIsStruct),  PREDICATE(ndIsFunctionHandle), PREDICATE(ndIsObject),
+    PREDICATE(ndIsOpaque),  PREDICATE(ndIsInt8),    PREDICATE(ndIsUint8),          PREDICATE(ndIsInt16),
+    PREDICATE(ndIsUint16),  PREDICATE(ndIsInt32),   PREDICATE(ndIsUint32),         PREDICATE(ndIsInt64),
+    PREDICATE(ndIsUint64),  PREDICATE(ndIsNumeric), PREDICATE(ndIsSparse),         PREDICATE(ndIsEmpty),
+    {NULL, NULL},
 };
 
 #define JOIN_TWO(a, b) a##b

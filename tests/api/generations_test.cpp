@@ -31,7 +31,8 @@ protected:
     dims shape_of(const ndArray_tag* array) const {
         const void* own_dims = api().dimensions(array);
         dims shape;
-        for (int i = 0; i < api().number_of_dimensions(array); ++i) shape.push_back(api().dimension(own_dims, i));
+        for (int i = 0; i < api().number_of_dimensions(array); ++i)
+            shape.push_back(api().dimension(own_dims, i));
         return shape;
     }
 

@@ -1,8 +1,8 @@
 // The public C header together with everything for the engine, in one C++ file and once for each ND_API: the names of the C
 // interface, bound to their generation, stand beside those of the namespaces.
+#include <nd/compat.hpp>
 #include <nd/engine.hpp>
 #include <nd/nd.h>
-#include <nd/compat.hpp>
 
 #include <complex>
 #include <type_traits>
@@ -10,7 +10,8 @@
 ND_ADDON_FUNCTION;
 
 static_assert(std::is_same_v<decltype(ndGetM(nullptr)), kvSize>);
-static_assert(std::is_same_v<decltype(ndGetNumberOfDimensions(nullptr)), std::conditional_t<ND_API == 700, int, kvSize>>);
+static_assert(std::is_same_v<decltype(ndGetNumberOfDimensions(nullptr)),
+                             std::conditional_t<ND_API == 700, int, kvSize>>);
 static_assert(sizeof(nd_complex_uint64) == sizeof(std::complex<std::uint64_t>));
 static_assert(alignof(nd_complex_single) == alignof(std::complex<float>));
 

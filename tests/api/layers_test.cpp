@@ -7,6 +7,8 @@
 #include <nd/compat.hpp>
 #include <nd/sizes.hpp>
 
+#include <gmock/gmock.h>
+
 #include <climits>
 
 namespace {
@@ -27,7 +29,12 @@ TEST_F(NdTest, WidenedSizesKeepTheirValue) {
     const auto size = matrix::internal::widened(0, INT_MAX);
     EXPECT_EQ(size.m, 0U);
     EXPECT_EQ(size.n, std::size_t{INT_MAX});
-    EXPECT_TRUE(matrix::internal::widened_dimensions(0, nullptr).empty());
+    matrix::internal::wide_dimensions wide;
+    matrix::internal::widen_dimensions(0, nullptr, wide);
+    EXPECT_TRUE(wide.empty());
+    const int dims[] = {INT_MAX, 0, 7};
+    matrix::internal::widen_dimensions(3, dims, wide);
+    EXPECT_THAT(wide, testing::ElementsAre(std::size_t{INT_MAX}, 0U, 7U));
 }
 
 test::fault_options framed() {
@@ -46,11 +53,13 @@ TEST_F(NdTest, FailingAllocationsOfCreators) {
         },
         framed());
     test::for_each_failing_alloc(
-        "32-bit logical array", [](test::fault_run& run) { run.act([] { return compat::ndCreateLogicalArray(6, many_dims); }); },
+        "32-bit logical array",
+        [](test::fault_run& run) { run.act([] { return compat::ndCreateLogicalArray(6, many_dims); }); },
         framed());
     test::for_each_failing_alloc(
         "32-bit double matrix",
-        [](test::fault_run& run) { run.act([] { return compat::ndCreateDoubleMatrix(3, 4, ndREAL); }); }, framed());
+        [](test::fault_run& run) { run.act([] { return compat::ndCreateDoubleMatrix(3, 4, ndREAL); }); },
+        framed());
 }
 
 TEST_F(NdTest, FailingAllocationsOfNarrowedDimensions) {

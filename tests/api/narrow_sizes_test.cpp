@@ -28,19 +28,24 @@ TEST(NarrowSizes, NegativeSizesAreToldAsTheyWereGiven) {
     } cases[] = {{-1, 4, "-1x4"}, {4, -1, "4x-1"}, {INT_MIN, -7, "-2147483648x-7"}};
     for (const auto& one : cases) {
         const texts expected{one.text, "0.0GB", "0.0GB"};
-        EXPECT_EQ(texts_of([&] { return probe_700.double_matrix(one.m, one.n, ndREAL); }, expected), expected);
+        EXPECT_EQ(texts_of([&] { return probe_700.double_matrix(one.m, one.n, ndREAL); }, expected),
+                  expected);
         EXPECT_EQ(texts_of([&] { return probe_700.logical_matrix(one.m, one.n); }, expected), expected);
-        EXPECT_EQ(texts_of([&] { return probe_700.numeric_matrix(one.m, one.n, ndINT8_CLASS, ndREAL); }, expected), expected);
+        EXPECT_EQ(
+            texts_of([&] { return probe_700.numeric_matrix(one.m, one.n, ndINT8_CLASS, ndREAL); }, expected),
+            expected);
     }
 }
 
 TEST(NarrowSizes, NegativeDimensionsAreToldAsTheyWereGiven) {
     const long long dims[] = {2, -3, 4};
     const texts expected{"2x-3x4", "0.0GB", "0.0GB"};
-    EXPECT_EQ(texts_of([&] { return probe_700.numeric_array(3, dims, ndINT8_CLASS, ndREAL); }, expected), expected);
+    EXPECT_EQ(texts_of([&] { return probe_700.numeric_array(3, dims, ndINT8_CLASS, ndREAL); }, expected),
+              expected);
     EXPECT_EQ(texts_of([&] { return probe_700.logical_array(3, dims); }, expected), expected);
     const texts count{"-2x1", "0.0GB", "0.0GB"};
-    EXPECT_EQ(texts_of([&] { return probe_700.numeric_array(-2, dims, ndINT8_CLASS, ndREAL); }, count), count);
+    EXPECT_EQ(texts_of([&] { return probe_700.numeric_array(-2, dims, ndINT8_CLASS, ndREAL); }, count),
+              count);
 }
 
 TEST(NarrowSizes, TheErrorIsCaughtAsItsClass) {

@@ -49,7 +49,8 @@ std::set<std::string> true_of(const generation_probe& api, const ndArray_tag* ar
 /// A double array whose header says another class and other flags while it lives: predicates read the header alone.
 class relabelled {
 public:
-    relabelled(ndClassID class_id, std::uint32_t flags) : array_(matrix_of(ndDOUBLE_CLASS)), flags_(array_->flags) {
+    relabelled(ndClassID class_id, std::uint32_t flags)
+        : array_(matrix_of(ndDOUBLE_CLASS)), flags_(array_->flags) {
         array_->class_id = class_id;
         array_->flags = (flags_ & ~std::uint32_t{matrix::flag_numeric}) | flags;
     }
@@ -78,7 +79,8 @@ TEST_P(EachGenerationReads, PredicatesTellClassesWithoutCreators) {
     EXPECT_EQ(true_of(api(), relabelled(ndFUNCTION_CLASS, 0).get()), names{"ndIsFunctionHandle"});
     EXPECT_EQ(true_of(api(), relabelled(ndOPAQUE_CLASS, 0).get()), names{"ndIsOpaque"});
     EXPECT_EQ(true_of(api(), relabelled(ndOBJECT_CLASS, 0).get()), (names{"ndIsObject", "ndIsStruct"}));
-    EXPECT_EQ(true_of(api(), relabelled(ndLOGICAL_CLASS, matrix::flag_sparse).get()), (names{"ndIsLogical", "ndIsSparse"}));
+    EXPECT_EQ(true_of(api(), relabelled(ndLOGICAL_CLASS, matrix::flag_sparse).get()),
+              (names{"ndIsLogical", "ndIsSparse"}));
 }
 
 TEST_P(EachGenerationReads, PredicatesTellEmptiness) {
@@ -89,9 +91,10 @@ TEST_P(EachGenerationReads, PredicatesTellEmptiness) {
 
 TEST_P(EachGenerationReads, ClassNumbersAndNames) {
     const std::map<ndClassID, std::string> class_names{
-        {ndCELL_CLASS, "cell"},     {ndLOGICAL_CLASS, "logical"}, {ndCHAR_CLASS, "char"},     {ndDOUBLE_CLASS, "double"},
-        {ndSINGLE_CLASS, "single"}, {ndINT8_CLASS, "int8"},       {ndUINT8_CLASS, "uint8"},   {ndINT16_CLASS, "int16"},
-        {ndUINT16_CLASS, "uint16"}, {ndINT32_CLASS, "int32"},     {ndUINT32_CLASS, "uint32"}, {ndINT64_CLASS, "int64"},
+        {ndCELL_CLASS, "cell"},     {ndLOGICAL_CLASS, "logical"}, {ndCHAR_CLASS, "char"},
+        {ndDOUBLE_CLASS, "double"}, {ndSINGLE_CLASS, "single"},   {ndINT8_CLASS, "int8"},
+        {ndUINT8_CLASS, "uint8"},   {ndINT16_CLASS, "int16"},     {ndUINT16_CLASS, "uint16"},
+        {ndINT32_CLASS, "int32"},   {ndUINT32_CLASS, "uint32"},   {ndINT64_CLASS, "int64"},
         {ndUINT64_CLASS, "uint64"},
     };
     for (const auto& [class_id, name] : class_names) {

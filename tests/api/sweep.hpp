@@ -14,7 +14,8 @@ namespace test {
 struct sweep_case {
     const char* symbol;
     const char* check; ///< the promise, as the table of entry points calls it
-    const char* id;    ///< the error that is raised where errors are exceptions; empty for an answer in every mode
+    const char*
+        id; ///< the error that is raised where errors are exceptions; empty for an answer in every mode
     bool (*answers)(); ///< makes the call; true when its answer is the promised one
 };
 

@@ -11,8 +11,9 @@
 namespace matrix::detail::noninlined::nd_array_compat_32_api {
 
 using internal::framed;
+using internal::wide_dimensions;
+using internal::widen_dimensions;
 using internal::widened;
-using internal::widened_dimensions;
 
 ndArray_tag* ndCreateDoubleMatrix(int m, int n, ndComplexity complexity) {
     return framed([=] {
@@ -30,7 +31,8 @@ ndArray_tag* ndCreateNumericMatrix(int m, int n, ndClassID classId, ndComplexity
 
 ndArray_tag* ndCreateNumericArray(int ndim, const int* dims, ndClassID classId, ndComplexity complexity) {
     return framed([=] {
-        const auto wide = widened_dimensions(ndim, dims);
+        wide_dimensions wide;
+        widen_dimensions(ndim, dims, wide);
         return nd_array_api::ndCreateNumericArray(wide.size(), wide.data(), classId, complexity);
     });
 }
@@ -44,7 +46,8 @@ ndArray_tag* ndCreateLogicalMatrix(int m, int n) {
 
 ndArray_tag* ndCreateLogicalArray(int ndim, const int* dims) {
     return framed([=] {
-        const auto wide = widened_dimensions(ndim, dims);
+        wide_dimensions wide;
+        widen_dimensions(ndim, dims, wide);
         return nd_array_api::ndCreateLogicalArray(wide.size(), wide.data());
     });
 }

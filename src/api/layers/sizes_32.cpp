@@ -19,7 +19,10 @@ using size_message =
 // helps the caller, so the dimension text is put in place of the made one.
 [[noreturn, gnu::cold]] void raise_unrepresentable(std::span<const int> given) {
     std::string dimensions;
-    for (const int dim : given) dimensions += (dimensions.empty() ? "" : "x") + std::to_string(dim);
+    for (const int dim : given) {
+        if (!dimensions.empty()) dimensions += 'x';
+        dimensions += std::to_string(dim);
+    }
     if (given.size() == 1) dimensions += "x1";
     SizeLimitExceeded error({}, 0, 0);
     const auto& made = error.GetMsgIDObj().arguments();
@@ -32,8 +35,7 @@ using size_message =
 
 matrix_size widened(int m, int n) {
     try {
-        const auto columns =
-            boost::numeric_cast<std::size_t>(n); // columns first: their error is the one that is seen
+        const auto columns = boost::numeric_cast<std::size_t>(n); // the second size is converted first
         return {boost::numeric_cast<std::size_t>(m), columns};
     } catch (const boost::numeric::negative_overflow&) {
         const int given[] = {m, n};
@@ -41,15 +43,12 @@ matrix_size widened(int m, int n) {
     }
 }
 
-wide_dimensions widened_dimensions(int ndim, const int* dims) {
+void widen_dimensions(int ndim, const int* dims, wide_dimensions& wide) {
     std::span<const int> given(&ndim, 1);
     try {
-        const auto count = boost::numeric_cast<std::size_t>(ndim);
-        given = {dims, count};
-        wide_dimensions wide;
-        wide.reserve(count);
+        given = {dims, boost::numeric_cast<std::size_t>(ndim)};
+        wide.reserve(given.size());
         for (const int dim : given) wide.push_back(boost::numeric_cast<std::size_t>(dim));
-        return wide;
     } catch (const boost::numeric::negative_overflow&) {
         raise_unrepresentable(given);
     }

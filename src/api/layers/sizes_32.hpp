@@ -23,8 +23,8 @@ using wide_dimensions = boost::container::small_vector<std::size_t, inline_dimen
 /// Rows and columns; raises when one is negative.
 matrix_size widened(int m, int n);
 
-/// ndim dimensions; raises when ndim or one of them is negative. dims may be null when ndim is 0.
-wide_dimensions widened_dimensions(int ndim, const int* dims);
+/// Appends ndim dimensions to wide; raises when ndim or one of them is negative. dims may be null when ndim is 0.
+void widen_dimensions(int ndim, const int* dims, wide_dimensions& wide);
 
 /// A value on its way out; raises when it is 2^31 or more.
 int narrowed(std::size_t value);
