@@ -41,7 +41,7 @@ void append_frame(std::string& text, std::size_t number, void* frame) {
     append_number(text, " 0x%" PRIxPTR, address);
     // The byte before a return address is within the call; the address itself may be another function's first byte.
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(address - 1), &info) != 0) {
+    if (dladdr(static_cast<char*>(frame) - 1, &info) != 0) {
         if (info.dli_sname != nullptr) {
             text += ' ';
             text += readable(info.dli_sname);
@@ -57,14 +57,16 @@ void append_frame(std::string& text, std::size_t number, void* frame) {
 
 } // namespace
 
+// The frames of the capturing itself differ from tool to tool: sanitizers put theirs on top. What the caller sees begins
+// at the address to which this function returns.
 stacktrace_base stacktrace_base::capture(std::size_t skip) noexcept {
     void* all[2 * max_frames]; // room for what is skipped
-    const int found = backtrace(all, static_cast<int>(std::size(all)));
-    const std::size_t available = static_cast<std::size_t>(std::max(found, 0));
-    const std::size_t first = skip < available ? skip + 1 : available; // this function's own frame goes too
+    void** const end = all + std::max(backtrace(all, static_cast<int>(std::size(all))), 0);
+    void** const caller = std::find(all, end, __builtin_extract_return_addr(__builtin_return_address(0)));
+    void** const first = caller + std::min(skip, static_cast<std::size_t>(end - caller));
     stacktrace_base stack;
-    stack.size_ = std::min(available - first, max_frames);
-    std::copy_n(all + first, stack.size_, stack.frames_.begin());
+    stack.size_ = std::min(static_cast<std::size_t>(end - first), max_frames);
+    std::copy_n(first, stack.size_, stack.frames_.begin());
     return stack;
 }
 

@@ -18,12 +18,11 @@ namespace foundation::core::mem {
 
 void advise_huge_pages(void* raw, std::size_t size) noexcept {
     if (size < huge_page_threshold) return;
-    static const std::uintptr_t page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(raw);
-    const std::uintptr_t begin = address & ~(page - 1);
-    const std::uintptr_t end = (address + malloc_usable_size(raw) + page - 1) & ~(page - 1);
+    static const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t from_page = reinterpret_cast<std::uintptr_t>(raw) % page;
+    const std::size_t bytes = from_page + malloc_usable_size(raw);
     const int saved = errno;
-    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+    madvise(static_cast<char*>(raw) - from_page, (bytes + page - 1) / page * page, MADV_HUGEPAGE);
     errno = saved;
 }
 

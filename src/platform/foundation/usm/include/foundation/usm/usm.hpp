@@ -52,22 +52,22 @@ using object_ptr = std::unique_ptr<void, void (*)(void*)>;
 template <class Scope>
 struct Detail;
 
-class ND_EXPORT EngineInstance {
+class EngineInstance {
 public:
     constexpr EngineInstance() noexcept = default;
     EngineInstance(const EngineInstance&) = delete;
     EngineInstance& operator=(const EngineInstance&) = delete;
-    ~EngineInstance(); // closes; no activation of this engine may outlive it
+    ND_EXPORT ~EngineInstance(); // closes; no activation of this engine may outlive it
 
     // Ends the objects. The engine stays, empty, and every lookup in it fails.
-    void close() noexcept;
+    ND_EXPORT void close() noexcept;
     bool is_closed() const noexcept { return closed_.load(std::memory_order_acquire); }
 
     // The engine of threads without an activation. It is never destroyed.
-    static EngineInstance& default_instance() noexcept;
+    ND_EXPORT static EngineInstance& default_instance() noexcept;
 
     // The engine that is current on this thread; null within an activation of no engine.
-    static EngineInstance* current() noexcept;
+    ND_EXPORT static EngineInstance* current() noexcept;
 
 private:
     friend struct Detail<scope::EngineScope>;
@@ -92,12 +92,12 @@ private:
 };
 
 // Makes an engine, or with null no engine, current on this thread while it lives.
-class ND_EXPORT EngineActivation {
+class EngineActivation {
 public:
-    explicit EngineActivation(EngineInstance* engine) noexcept;
+    ND_EXPORT explicit EngineActivation(EngineInstance* engine) noexcept;
     EngineActivation(const EngineActivation&) = delete;
     EngineActivation& operator=(const EngineActivation&) = delete;
-    ~EngineActivation();
+    ND_EXPORT ~EngineActivation();
 
 private:
     EngineInstance* previous_;
@@ -105,28 +105,28 @@ private:
 
 // Lookup in the current engine.
 template <>
-struct ND_EXPORT Detail<scope::EngineScope> {
+struct Detail<scope::EngineScope> {
     // The number of a type: small, the same for every caller. Ask once and keep it.
-    static std::size_t getNextID(const std::type_info& type);
+    ND_EXPORT static std::size_t getNextID(const std::type_info& type);
 
     // The object, or null when there is none or no open engine is active.
-    static void* find(std::size_t id) noexcept;
+    ND_EXPORT static void* find(std::size_t id) noexcept;
 
     // The object; TypeError without an open engine, DoesNotExistTypeError without an object.
-    static void* findOrThrow(std::size_t id);
+    ND_EXPORT static void* findOrThrow(std::size_t id);
 
     // The object; ends the process when there is none.
-    static void* findOrFail(std::size_t id);
+    ND_EXPORT static void* findOrFail(std::size_t id);
 
     // Stores the candidate unless an object stands already. Returns the one that stands; a losing candidate is
     // destroyed before the return. TypeError without an open engine.
-    static void* findOrInsert(std::size_t id, object_ptr candidate);
+    ND_EXPORT static void* findOrInsert(std::size_t id, object_ptr candidate);
 
     // Stores the object and returns it. TypeError without an open engine or when an object stands already.
-    static void* insert(std::size_t id, object_ptr object);
+    ND_EXPORT static void* insert(std::size_t id, object_ptr object);
 
     // Whether an open engine is active on this thread.
-    static bool isRequiredContextActive() noexcept;
+    ND_EXPORT static bool isRequiredContextActive() noexcept;
 };
 
 } // namespace foundation::usm
