@@ -1,0 +1,61 @@
+// The one table of goals.
+#include "harness/goals.hpp"
+
+#include <algorithm>
+#include <iterator>
+
+namespace bench {
+namespace {
+
+struct goal {
+    std::string_view work;
+    std::string_view size;
+    double ratio;
+};
+
+constexpr double bytes_of_3x4 = 112 + 3 * 4 * 8; // header and elements
+
+constexpr goal goals[] = {
+    {"call_stub", "1x1", 1.25},
+
+    {"create_zero", "1x1", 1.5},
+    {"create_raw", "1x1", 1.5},
+    {"create_zero", "3x4", 1.5},
+    {"create_raw", "3x4", 1.5},
+    {"create_zero", "1000", 1.15},
+    {"create_raw", "1000", 1.5},
+    {"create_zero", "1e6", 1.05},
+    {"create_raw", "1e6", 1.5},
+    {"create_zero_uncached", "3x4", 1.5},
+    {"create_zero_1000_alive", "3x4", 1.5},
+    {"create_zero_fill", "1e6", 1.05},
+    {"create_fill_64_alive(fresh)", "64of1e6", 1.1},
+    {"create_fill_64_alive(kept)", "64of1e6", 1.1},
+
+    {"create_zero(mode1)", "1x1", 2.2},
+    {"create_raw(mode1)", "1x1", 2.2},
+    {"create_zero(mode1)", "3x4", 2.2},
+    {"create_raw(mode1)", "3x4", 2.2},
+    {"create_zero_1000_alive(mode1)", "3x4", 2.2},
+
+    // No page touched that need not be; half a page for headers and for what allocators set up once.
+    {"create_zero_faults", "1e6", 1},
+    {"create_raw_faults", "1e6", 1},
+    {"create_zero_resident", "1e6", 1.5},
+    {"create_raw_resident", "1e6", 1.5},
+
+    {"alive_bytes", "3x4", 320 / bytes_of_3x4},
+    {"alive_bytes(mode1)", "3x4", 320 / bytes_of_3x4},
+};
+
+} // namespace
+
+std::optional<double> goal_of(std::string_view work, std::string_view size) {
+    const auto found = std::find_if(std::begin(goals), std::end(goals), [&](const goal& entry) {
+        return entry.work == work && entry.size == size;
+    });
+    if (found == std::end(goals)) return std::nullopt;
+    return found->ratio;
+}
+
+} // namespace bench

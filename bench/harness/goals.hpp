@@ -1,0 +1,12 @@
+// The goals: what libnd is to reach, as a multiple of the limit.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace bench {
+
+// Nothing when a row stands for information only.
+std::optional<double> goal_of(std::string_view work, std::string_view size);
+
+} // namespace bench

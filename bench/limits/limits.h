@@ -1,0 +1,55 @@
+/*
+ * limits.h: the limit programs. Each does the work of the rows that name it and nothing more, behind calls into a shared
+ * library of its own, as libnd's work stands behind calls into libnd.
+ *
+ * Arrays here are real doubles, m by n. A header of 112 bytes is the size of libnd's; who creates an array destroys it with
+ * the function of the same family. Creators answer null when memory runs out. One thread: blocks go back where they came from.
+ */
+#ifndef ND_BENCH_LIMITS_H
+#define ND_BENCH_LIMITS_H
+
+#include <stdbool.h>
+#include <stddef.h>
+
+#define LIMIT_EXPORT __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct limit_array limit_array;
+
+/* freelist-hdr+data: header and block up to 16384 bytes from a thread-local free list. */
+LIMIT_EXPORT limit_array* limit_create_zero(size_t m, size_t n);
+LIMIT_EXPORT limit_array* limit_create_raw(size_t m, size_t n);
+LIMIT_EXPORT void limit_destroy(limit_array* array);
+
+/* shared-library-call: one field is read and compared. */
+LIMIT_EXPORT bool limit_is_double(const limit_array* array);
+
+/* header+data allocated: two allocations and their release; the header from the scalable allocator, the zeroed block from
+ * the heap. Of the header only the pointer to the block is set. */
+LIMIT_EXPORT limit_array* limit_allocate_two(size_t m, size_t n);
+LIMIT_EXPORT void limit_release_two(limit_array* array);
+
+/* calloc, malloc and free of the heap: the aligned heap of libnd, linked a second time. */
+LIMIT_EXPORT void* limit_heap_calloc(size_t bytes);
+LIMIT_EXPORT void* limit_heap_malloc(size_t bytes);
+LIMIT_EXPORT void limit_heap_free(void* block);
+
+/* mmap+2MiB-pages: fresh pages from the system at each call, given back at each release. */
+LIMIT_EXPORT void* limit_map(size_t bytes);
+LIMIT_EXPORT void limit_unmap(void* block, size_t bytes);
+
+/* freelist-hdr+data,kept: the same pages with a header, kept for the next array of that size. */
+LIMIT_EXPORT limit_array* limit_create_kept(size_t m, size_t n);
+LIMIT_EXPORT void limit_destroy_kept(limit_array* array);
+
+/* The elements of an array of any family. */
+LIMIT_EXPORT void* limit_data(const limit_array* array);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

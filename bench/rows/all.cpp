@@ -1,0 +1,16 @@
+// The whole report.
+#include "rows/rows.hpp"
+
+namespace bench {
+
+row_list all_rows() {
+    row_list all;
+    for (const auto group :
+         {call_rows, small_creation_rows, memory_rows, large_creation_rows, inside_engine_rows}) {
+        const row_list rows = group();
+        all.insert(all.end(), rows.begin(), rows.end());
+    }
+    return all;
+}
+
+} // namespace bench

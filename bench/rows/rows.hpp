@@ -1,0 +1,20 @@
+// Every row, in the order of the report. Two things decide it: rows that need memory fresh from the system stand before rows
+// that free large blocks, and rows inside the engine stand last, since a process can't leave that mode.
+#pragma once
+
+#include "harness/row.hpp"
+
+namespace bench {
+
+row_list call_rows();
+row_list small_creation_rows(); // arrays that the cache can hold
+row_list memory_rows();         // resident bytes per array
+row_list large_creation_rows(); // arrays that it can't
+row_list inside_engine_rows();  // what is judged inside the engine too
+
+// Bytes per live 3x4 double array.
+row alive_bytes(const char* work, conditions conditions);
+
+row_list all_rows();
+
+} // namespace bench
