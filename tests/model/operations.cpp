@@ -34,6 +34,17 @@ handle* pick(world& w, unsigned which) {
     return w.handles().empty() ? nullptr : &w.handles()[which % w.handles().size()];
 }
 
+// The first handle from the given place on, around the end, that satisfies the condition.
+template <class Condition>
+const handle* pick_if(world& w, unsigned from, Condition condition) {
+    const auto& handles = w.handles();
+    for (std::size_t i = 0; i < handles.size(); ++i) {
+        const handle& h = handles[(from + i) % handles.size()];
+        if (condition(*h.expected)) return &h;
+    }
+    return nullptr;
+}
+
 bool has_room(world& w) { return w.handles().size() < most_handles; }
 
 // Undefined elements become known ones on both sides.
@@ -103,31 +114,39 @@ array* chosen_candidate(world& w, std::size_t element_bytes, std::size_t needed)
     return nullptr;
 }
 
-// Every handle is offered as a candidate.
+ndArray_tag* call_reuse_creator(const array& wanted, std::vector<ndArray_tag*>& candidates, bool as_matrix) {
+    const ndComplexity complexity = wanted.complex ? ndCOMPLEX : ndREAL;
+    const dims& shape = wanted.shape;
+    if (as_matrix && shape.size() == 2) {
+        return api::ndCreateNumericMatrixWithReuse(shape[0], shape[1], wanted.class_id, complexity,
+                                                   candidates.size(), candidates.data());
+    }
+    return api::ndCreateUninitNumericArray(shape.size(), shape.data(), wanted.class_id, complexity,
+                                           candidates.size(), candidates.data());
+}
+
+// Every handle is offered as a candidate. Two in three ask for what one of them has, so that reuse does happen.
 void create_with_reuse(world& w, const step& s) {
     if (!has_room(w)) return;
     std::vector<ndArray_tag*> candidates;
     for (const handle& h : w.handles()) candidates.push_back(h.real);
-    const dims& given = shapes[s.b % shapes.size()];
-    const ndClassID class_id = class_at(s.c / 2);
-    const bool complex = s.c % 2 == 1 && can_be_complex(class_id);
-    const ndComplexity complexity = complex ? ndCOMPLEX : ndREAL;
-    const bool as_matrix = given.size() == 2 && s.a % 2 == 0;
-    ndArray_tag* const real =
-        as_matrix ? api::ndCreateNumericMatrixWithReuse(given[0], given[1], class_id, complexity,
-                                                        candidates.size(), candidates.data())
-                  : api::ndCreateUninitNumericArray(given.size(), given.data(), class_id, complexity,
-                                                    candidates.size(), candidates.data());
-    array expected = zeros(class_id, complex, given);
-    if (array* lender = chosen_candidate(w, expected.element_bytes(), expected.byte_count())) {
+    array wanted =
+        zeros(class_at(s.c), s.b % 2 == 1 && can_be_complex(class_at(s.c)), shapes[s.b % shapes.size()]);
+    const handle* like = pick_if(w, s.c, [](const array& a) { return a.reusable && a.element_bytes() != 0; });
+    if (like != nullptr && s.a % 3 != 0) {
+        wanted = zeros(like->expected->class_id, like->expected->complex, like->expected->shape);
+    }
+    ndArray_tag* const real = call_reuse_creator(wanted, candidates, s.a % 2 == 0);
+    if (array* lender = chosen_candidate(w, wanted.element_bytes(), wanted.byte_count())) {
         lender->joined = true;
         lender->reusable = false;
-        expected.data = lender->data;
-        expected.joined = true;
+        wanted.data = lender->data;
+        wanted.joined = true;
+        w.count_reuse();
     } else {
-        define_elements(real, expected, s.a);
+        define_elements(real, wanted, s.a);
     }
-    w.add(real, std::move(expected));
+    w.add(real, std::move(wanted));
 }
 
 void share(world& w, const step& s) {
@@ -201,15 +220,17 @@ void write(world& w, const step& s) {
     h->expected->data->bytes[at] = value;
 }
 
+bool may_become_reusable(const array& a) {
+    return a.data != nullptr && a.owners == 1 && !(a.joined && a.data.use_count() > 1);
+}
+
+// Any handle, or one where it has an effect.
 void mark_reusable(world& w, const step& s) {
-    const handle* h = pick(w, s.a);
+    const handle* h = s.b % 2 == 0 ? pick(w, s.a) : pick_if(w, s.a, may_become_reusable);
     if (h == nullptr) return;
     const bool wanted = s.b % 4 != 0;
     api::ndSetReusable(h->real, wanted);
-    const array& now = *h->expected;
-    const bool refused = now.data == nullptr || now.owners > 1 || (now.joined && now.data.use_count() > 1);
-    if (!wanted) h->expected->reusable = false;
-    if (wanted && !refused) h->expected->reusable = true;
+    if (!wanted || may_become_reusable(*h->expected)) h->expected->reusable = wanted;
 }
 
 void set_user_bits(world& w, const step& s) {
@@ -219,7 +240,9 @@ void set_user_bits(world& w, const step& s) {
     h->expected->user_bits = s.b % 256;
 }
 
+// Creation stands here twice, so that programs have something to work on.
 constexpr operation table[] = {
+    {"create", create},
     {"create", create},
     {"create_scalar", create_scalar},
     {"create_blank", create_blank},

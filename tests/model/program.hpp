@@ -45,11 +45,16 @@ public:
     std::vector<handle>& handles() { return handles_; }
     void add(ndArray_tag* real, array expected);
     void release(std::size_t i);
+    void count_reuse() { ++reuses_; }
+
+    /// How often a creator took over a candidate's data: programs that never do prove nothing about it.
+    long reuses() const { return reuses_; }
 
 private:
     std::string check() const;
 
     std::vector<handle> handles_;
+    long reuses_ = 0;
     test::live_blocks before_;
 };
 

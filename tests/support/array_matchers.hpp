@@ -4,7 +4,8 @@
 //
 // Two values are equal when class, complexity, dimensions, sparsity and every element agree, whatever block or header
 // they have. Elements compare by their bits, but for NaN, which equals every NaN. The actual value is validated first: a
-// broken one equals nothing, and the message says which rule it breaks.
+// broken one equals nothing, and the message says which rule it breaks. Of function handles and opaque values only
+// class and shape are compared.
 #pragma once
 
 #include "support/array_text.hpp"

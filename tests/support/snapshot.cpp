@@ -2,8 +2,8 @@
 #include "support/snapshot.hpp"
 
 #include "matrix/class_table.hpp"
+#include "matrix/containers.hpp"
 #include "matrix/dimensions.hpp"
-#include "matrix/field_names.hpp"
 
 #include <cstring>
 #include <sstream>
@@ -41,10 +41,9 @@ void add_record(hasher& hash, const share_record* record) {
     hash.add(record->deleter);
 }
 
-std::size_t slot_count(const ndArray_tag* array) {
-    const std::size_t fields =
-        matrix::internal::is_struct_like(array->class_id) ? matrix::internal::field_count(array) : 1;
-    return array->pdata == nullptr ? 0 : matrix::internal::element_count(array) * fields;
+std::size_t slots_with_data(const ndArray_tag* array) {
+    const bool container = matrix::internal::is_container_class(array->class_id);
+    return container && array->pdata != nullptr ? matrix::internal::slot_count(array) : 0;
 }
 
 void add_data(hasher& hash, const ndArray_tag* array) {
@@ -53,9 +52,10 @@ void add_data(hasher& hash, const ndArray_tag* array) {
     const bool sparse = (array->flags & matrix::flag_sparse) != 0;
     const std::size_t size =
         matrix::internal::element_size(matrix::internal::code_of(array->class_id, complex));
-    const std::size_t count = matrix::internal::is_container_class(array->class_id) ? slot_count(array)
-                              : sparse                                              ? array->info_c
-                                       : matrix::internal::element_count(array);
+    const bool container = matrix::internal::is_container_class(array->class_id);
+    const std::size_t count = container ? slots_with_data(array)
+                              : sparse  ? array->info_c
+                                        : matrix::internal::element_count(array);
     hash.add_bytes(array->pdata, count * size);
     if (sparse && array->info_a != 0) {
         hash.add_bytes(std::bit_cast<const void*>(array->info_a), array->info_c * sizeof(std::uint64_t));
@@ -81,9 +81,8 @@ std::uint64_t hash_of(const ndArray_tag* root) {
         const ndArray_tag* const array = open.back();
         open.pop_back();
         add_one(hash, array);
-        if (!matrix::internal::is_container_class(array->class_id)) continue;
-        const auto* slots = static_cast<const ndArray_tag* const*>(array->pdata);
-        for (std::size_t i = 0; i < slot_count(array); ++i) {
+        const ndArray_tag* const* slots = matrix::internal::slots_of(array);
+        for (std::size_t i = 0; i < slots_with_data(array); ++i) {
             if (slots[i] != nullptr && met.insert(slots[i]).second) open.push_back(slots[i]);
         }
     }
