@@ -6,6 +6,7 @@
 #include <nd/access.hpp>
 #include <nd/typed.hpp>
 
+#include <cstdlib>
 #include <stdexcept>
 
 namespace test {
@@ -109,6 +110,17 @@ TYPED_TEST(TypedSparse, RefusesThreeDimensions) {
         EXPECT_STREQ(refusal.what(), "Array with 3 dimensions not compatible with shape of Adder");
     }
     array->set_dimensions({});
+}
+
+// An emptied sparse header has no vectors to read. In a child process: there might be a crash.
+TEST(TypedSparse, AHeaderWithoutIndexVectorsStoresNothing) {
+    const auto reads_nothing = [] {
+        const auto array = matrix::create(std::vector<std::size_t>{0, 0}, ndDOUBLE_CLASS, ndREAL);
+        array->flags |= matrix::flag_sparse;
+        const typed_sparse_matrix<double> view(array.get());
+        std::_Exit(view.values().empty() && view.rows().empty() ? 0 : 1);
+    };
+    EXPECT_EXIT(reads_nothing(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(TypedSparse, ALogicalElementIsReadAsAByte) {
