@@ -32,6 +32,7 @@ class CommandLine(ToolTest):
             ["call", copies, "--nlhs", "many"],
             ["call", copies, "--mode", "2"],
             ["call", copies, "1", "--out", self.path("a.csv"), "--out", self.path("b.csv")],
+            ["call", copies, "1", "--columns", "a", "--columns", "b"],
             ["call", copies, "1", "--columns", "a,b"],
         ):
             with self.subTest(arguments):
@@ -179,6 +180,13 @@ class Outputs(ToolTest):
         self.check(result, 0)
         self.assertEqual((Path(first).read_text(), Path(second).read_text()), ("1\n", "2\n"))
         self.assertEqual(result.stdout.decode(), "output 3: 1x1 double\n     1\n  1  3\n")
+
+    def test_each_output_may_have_names_for_its_columns(self):
+        out = self.path("1.csv")
+        result = self.behave("all_asked_for", "--nlhs", 2, "--out", out, "--columns", "x", "--columns", "y z")
+        self.check(result, 0)
+        self.assertEqual(Path(out).read_text(), "x\n1\n")
+        self.assertEqual(result.stdout.decode(), "output 2: 1x1 double\n     y z\n  1    2\n")
 
     def test_every_class_is_shown_or_told(self):
         result = self.behave("results_of_classes", "--nlhs", 5)

@@ -5,13 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -24,7 +25,8 @@ constexpr double inf = std::numeric_limits<double>::infinity();
 
 // Equal bit for bit, but any NaN equals any other.
 bool same(double a, double b) {
-    return (std::isnan(a) && std::isnan(b)) || std::memcmp(&a, &b, sizeof a) == 0;
+    return (std::isnan(a) && std::isnan(b)) ||
+           std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
 struct good_text {
@@ -130,8 +132,7 @@ TEST(CsvReader, RoundTripsRandomBitPatterns) {
     std::mt19937_64 random(20240101);
     for (int i = 0; i < 200000; ++i) {
         const std::uint64_t bits = random();
-        double value = 0;
-        std::memcpy(&value, &bits, sizeof value);
+        const auto value = std::bit_cast<double>(bits);
         if (!std::isfinite(value)) {
             continue;
         }
@@ -158,9 +159,7 @@ TEST(CsvReader, TakesALineOfAMillionColumns) {
 // Whatever the bytes, there is a table whose counts agree, or a failure of the right kind.
 TEST(CsvReader, SurvivesJunk) {
     std::mt19937 random(7);
-    const std::string alphabet("0123456789.,,,\n\n\r\"\"eE+-naif \t\0\x80\xff"
-                               "x",
-                               37);
+    const std::string_view alphabet("0123456789.,,,\n\n\r\"\"eE+-naif \t\x80\xFF\x01");
     int taken = 0;
     for (int i = 0; i < 100000; ++i) {
         std::string text;

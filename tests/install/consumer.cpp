@@ -15,10 +15,13 @@ int main() {
     foundation::usm::EngineInstance engine;
     const foundation::usm::EngineActivation active(&engine);
     matrix::initModule(matrix::mode_in_engine);
-    const matrix::array_ptr array = matrix::create(std::array<std::size_t, 3>{2, 3, 4}, ndINT16_CLASS, ndREAL);
-    if (ndGetNumberOfDimensions(array.get()) != 3 || ndGetDimensions(array.get())[2] != 4) { return 1; }
-    std::printf("%d %08x %s %d\n", ND_API, static_cast<unsigned>(ND_INTERFACE_VERSION), ndGetClassName(array.get()),
-                static_cast<int>(ndGetNumberOfElements(array.get())));
+    const matrix::array_ptr array =
+        matrix::create(std::array<std::size_t, 3>{2, 3, 4}, ndINT16_CLASS, ndREAL);
+    if (ndGetNumberOfDimensions(array.get()) != 3 || ndGetDimensions(array.get())[2] != 4) {
+        return 1;
+    }
+    std::printf("%d %08x %s %d\n", ND_API, static_cast<unsigned>(ND_INTERFACE_VERSION),
+                ndGetClassName(array.get()), static_cast<int>(ndGetNumberOfElements(array.get())));
     try {
         ndCreateNumericMatrix(1, 1, static_cast<ndClassID>(99), ndREAL);
     } catch (const foundation::core::except::IUserException& error) {

@@ -30,9 +30,12 @@ def run(*command, **options):
     return done.stdout
 
 
-def compile_with(variable, *arguments):
-    launcher = os.environ.get("CMAKE_C_COMPILER_LAUNCHER", "")
-    return run(*([launcher] if launcher else []), os.environ[variable], "-Wall", "-Wextra", "-Werror", *SANITIZE, *arguments)
+def build_program(variable, source, program, flags, libraries):
+    """Compiles source and links program from it, by the compiler that CC or CXX names; through the compiler cache if there is one."""
+    launcher = os.environ.get("CMAKE_C_COMPILER_LAUNCHER")
+    compiler = [*([launcher] if launcher else []), os.environ[variable]]
+    run(*compiler, "-Wall", "-Wextra", "-Werror", *SANITIZE, *flags, "-c", source, "-o", f"{program}.o")
+    run(os.environ[variable], *SANITIZE, f"{program}.o", "-o", program, *libraries)
 
 
 def pkg_config(*arguments):
@@ -79,13 +82,13 @@ class Installed(unittest.TestCase):
 
     def test_consumers_by_pkg_config(self):
         (WORK / "by_pkg_config").mkdir(parents=True)
-        library = run("readlink", "-f", next(PREFIX.glob("lib*/**/libnd.so"))).strip()
+        folder = next(PREFIX.glob("lib*/**/libnd.so")).parent
 
         def build(job):
             variable, standard, source, module, generation = job
             program = WORK / "by_pkg_config" / f"{source}_{generation}"
-            compile_with(variable, f"-std={standard}", "-pedantic", f"-DND_API={generation}", HERE / source, "-o", program,
-                         *pkg_config("--cflags", "--libs", module), f"-Wl,-rpath,{Path(library).parent}")
+            flags = [f"-std={standard}", "-pedantic", f"-DND_API={generation}", *pkg_config("--cflags", module)]
+            build_program(variable, HERE / source, program, flags, [*pkg_config("--libs", module), f"-Wl,-rpath,{folder}"])
             return program, generation
 
         jobs = [(*kind, generation) for generation in GENERATIONS
@@ -109,7 +112,8 @@ class Installed(unittest.TestCase):
         self.assertLessEqual(blocks[0].count("\n"), 20)
         source = WORK / "first.c"
         source.write_text(blocks[0])
-        compile_with("CC", "-shared", "-fPIC", source, "-o", WORK / "first.so", *pkg_config("--cflags", "--libs", "nd"))
+        build_program("CC", source, WORK / "first.so", ["-fPIC", *pkg_config("--cflags", "nd")],
+                      ["-shared", *pkg_config("--libs", "nd")])
         shown = run(PREFIX / "bin/nd", "call", WORK / "first.so", SOURCE / "examples/data/quakes.csv",
                     "--columns", "lat,long,depth,mag,stations")
         self.assertIn(textwrap.indent(shown, "    "), readme)

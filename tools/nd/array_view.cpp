@@ -18,11 +18,8 @@ number read_element(const void* data, std::size_t index) {
 }
 
 std::vector<std::size_t> dims_of(const ndArray_tag& array) {
-    if ((array.flags & matrix::flag_inline_dims) != 0) {
-        return {array.m_or_dims, array.n_or_ndims};
-    }
-    const auto* first = reinterpret_cast<const std::size_t*>(array.m_or_dims);
-    return {first, first + array.n_or_ndims};
+    const kvSize* first = ndGetDimensions(&array);
+    return {first, first + ndGetNumberOfDimensions(&array)};
 }
 
 } // namespace

@@ -15,7 +15,7 @@ struct call_options {
     std::vector<std::string> inputs;
     std::vector<std::string>
         outputs; ///< files, "-" for standard output; the k-th takes result k, the rest is printed
-    std::vector<std::string> columns; ///< names for the columns of the first result
+    std::vector<std::string> columns; ///< names "a,b,c"; the k-th list is for the columns of result k
     int nlhs = 1;
     int mode = 1;
     bool whole = false; ///< print long results whole

@@ -75,6 +75,7 @@ engine_session::engine_session(matrix::Mode mode) {
 std::vector<matrix::array_ptr> engine_session::call(const addon& function, int nlhs,
                                                     const std::vector<matrix::array_ptr>& inputs) const {
     std::vector<const ndArray_tag*> prhs;
+    prhs.reserve(inputs.size());
     for (const matrix::array_ptr& input : inputs) {
         prhs.push_back(input.get());
     }

@@ -31,6 +31,7 @@ matrix::array_ptr read_input(const std::string& word) {
 
 std::vector<matrix::array_ptr> read_inputs(const std::vector<std::string>& words) {
     std::vector<matrix::array_ptr> arrays;
+    arrays.reserve(words.size());
     for (const std::string& word : words) {
         arrays.push_back(read_input(word));
     }

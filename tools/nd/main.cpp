@@ -33,9 +33,11 @@ void add_call(CLI::App& app, nd_host::call_options& options) {
         ->expected(1)
         ->allow_extra_args(false)
         ->take_all();
-    call->add_option_function<std::string>(
-        "--columns", [&options](const std::string& list) { options.columns = CLI::detail::split(list, ','); },
-        "names for the columns of the first output, a,b,c");
+    call->add_option("--columns", options.columns,
+                     "names for the columns of an output, a,b,c; repeat for the next")
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->take_all();
     call->add_flag("--all", options.whole, "print long results whole");
     call->callback([&options] { nd_host::run_call(options); });
 }
