@@ -75,13 +75,13 @@ int run(const options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("nd_bench: times of libnd as multiples of the limit");
-    options options;
-    app.add_option("FILTER", options.filter, "regular expression on the names of works; none for all");
-    app.add_flag("--tsv", options.tab_separated, "a tab between columns");
-    app.add_option("--json", options.json, "a file for every sample, as JSON");
-    CLI11_PARSE(app, argc, argv);
     try {
+        CLI::App app("nd_bench: times of libnd as multiples of the limit");
+        options options;
+        app.add_option("FILTER", options.filter, "regular expression on the names of works; none for all");
+        app.add_flag("--tsv", options.tab_separated, "a tab between columns");
+        app.add_option("--json", options.json, "a file for every sample, as JSON");
+        CLI11_PARSE(app, argc, argv);
         return run(options);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "nd_bench: %s\n", error.what());

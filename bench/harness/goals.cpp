@@ -13,7 +13,7 @@ struct goal {
     double ratio;
 };
 
-constexpr double bytes_of_3x4 = 112 + 3 * 4 * 8; // header and elements
+constexpr double bytes_of_3x4 = 112 + 12 * 8; // header and elements
 
 constexpr goal goals[] = {
     {"call_stub", "1x1", 1.25},

@@ -10,8 +10,7 @@ namespace {
 constexpr shape small{3, 4};
 constexpr std::size_t large_alive = 512;
 constexpr std::size_t small_alive = 100000;
-constexpr double least_bytes_of_small = 112 + 3 * 4 * sizeof(double);
-
+constexpr double least_bytes_of_small = 112 + 12 * sizeof(double);
 constexpr double page = 4096; // the one that holds what the heap notes about the block
 
 meter constant(double figure) {
