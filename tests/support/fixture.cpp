@@ -59,7 +59,7 @@ void NdTest::check_balance() {
     if (in_second_pass()) {
         ADD_FAILURE() << "the test leaves blocks behind each time it runs: " << left;
     } else {
-        remember_for_second_pass();
+        remember_for_second_pass(left);
     }
 }
 

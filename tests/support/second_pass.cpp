@@ -24,11 +24,13 @@ pass_state& state() {
 
 bool in_second_pass() noexcept { return state().second; }
 
-void remember_for_second_pass() {
+void remember_for_second_pass(const live_blocks& left) {
     const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
     if (test == nullptr) return;
     std::string& filter = state().filter;
     filter += (filter.empty() ? "" : ":") + std::string(test->test_suite_name()) + "." + test->name();
+    std::printf("[   memory ] %ld more blocks of operator new are alive than before this test\n",
+                left.operator_new);
 }
 
 int run_all_tests_in_two_passes() {
