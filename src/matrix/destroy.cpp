@@ -40,7 +40,7 @@ constexpr std::int32_t poisoned_class = 0x7FFFFFFF;
 
 void finish_header(ndArray_tag* array) noexcept {
     array->scope = ndUNKNOWN_SCOPE;
-    free_dims(array);
+    if (!has_inline_dims(array)) free_dims(array);
     void (*const deleter)(void*) = array->hasCustomDeleter() ? array->share_record->deleter : nullptr;
     free_share_record(array);
     if ((array->flags & flags_data_not_owned) == 0) {

@@ -12,34 +12,23 @@ bool block_is_reusable(const ndArray_tag* array, std::size_t needed) noexcept {
 
 } // namespace
 
-prepared_dims::prepared_dims(dims_view dims, const ndArray_tag* reuse) : dims_(without_trailing_ones(dims)) {
-    if (dims_.size() > 2 && !block_is_reusable(reuse, dims_.size())) {
-        block_ = std::make_unique_for_overwrite<std::size_t[]>(dims_.size());
-        std::copy(dims_.begin(), dims_.end(), block_.get());
-    }
+void prepared_dims::make_block(const ndArray_tag* reuse) {
+    if (block_is_reusable(reuse, dims_.size())) return;
+    block_ = std::make_unique_for_overwrite<std::size_t[]>(dims_.size());
+    std::copy(dims_.begin(), dims_.end(), block_.get());
 }
 
-void prepared_dims::store(ndArray_tag* array) noexcept {
-    if (dims_.size() > 2) {
-        array->flags &= ~(flag_inline_dims | flag_scalar_double);
-        array->n_or_ndims = dims_.size();
-        return;
-    }
-    const std::size_t m = dims_.empty() ? 0 : dims_[0];
-    const std::size_t n = dims_.empty() ? 0 : dims_.size() == 1 ? 1 : dims_[1];
-    store_inline_dims(array, m, n);
-}
-
-void prepared_dims::commit_to_new(ndArray_tag* array) noexcept {
+void prepared_dims::store_block(ndArray_tag* array) noexcept {
     if (block_) array->m_or_dims = std::bit_cast<std::uint64_t>(block_.release());
-    store(array);
+    array->n_or_ndims = dims_.size();
+    array->flags &= ~(flag_inline_dims | flag_scalar_double);
 }
 
 void prepared_dims::commit_to(ndArray_tag* array) noexcept {
     if (dims_.size() > 2 && !block_) {
         // The values may be the array's own block: moved, not copied.
         std::copy(dims_.begin(), dims_.end(), dims_block(array));
-        store(array);
+        store_block(array);
         return;
     }
     // dims_ may view the words or the block that are replaced here.

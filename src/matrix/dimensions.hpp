@@ -51,25 +51,6 @@ constexpr dims_view without_trailing_ones(dims_view dims) noexcept {
     return dims;
 }
 
-/// Everything that a change of dimensions needs, made before the header is touched.
-class prepared_dims {
-public:
-    /// Allocates a block if dims needs one and, when reuse is given, its block is too short. Raises std::bad_alloc.
-    explicit prepared_dims(dims_view dims, const ndArray_tag* reuse = nullptr);
-
-    /// Stores the dimensions. The header's own block is freed unless it was to be reused.
-    void commit_to(ndArray_tag* array) noexcept;
-
-    /// Stores the dimensions in a header that has none yet.
-    void commit_to_new(ndArray_tag* array) noexcept;
-
-private:
-    void store(ndArray_tag* array) noexcept;
-
-    dims_view dims_;
-    std::unique_ptr<std::size_t[]> block_;
-};
-
 /// Frees the out-of-line block, if any, and leaves the header 0x0.
 void free_dims(ndArray_tag* array) noexcept;
 
@@ -87,5 +68,35 @@ inline void store_inline_dims(ndArray_tag* array, std::size_t m, std::size_t n) 
     array->flags |= flag_inline_dims;
     refresh_scalar_double(array);
 }
+
+/// Everything that a change of dimensions needs, made before the header is touched.
+class prepared_dims {
+public:
+    /// Allocates a block if dims needs one and, when reuse is given, its block is too short. Raises std::bad_alloc.
+    explicit prepared_dims(dims_view dims, const ndArray_tag* reuse = nullptr)
+        : dims_(without_trailing_ones(dims)) {
+        if (dims_.size() > 2) make_block(reuse);
+    }
+
+    /// Stores the dimensions. The header's own block is freed unless it was to be reused.
+    void commit_to(ndArray_tag* array) noexcept;
+
+    /// Stores the dimensions in a header that has none yet.
+    void commit_to_new(ndArray_tag* array) noexcept {
+        if (dims_.size() > 2) {
+            store_block(array);
+        } else {
+            const std::size_t m = dims_.empty() ? 0 : dims_[0];
+            store_inline_dims(array, m, dims_.size() == 2 ? dims_[1] : dims_.size());
+        }
+    }
+
+private:
+    void make_block(const ndArray_tag* reuse);
+    void store_block(ndArray_tag* array) noexcept;
+
+    dims_view dims_;
+    std::unique_ptr<std::size_t[]> block_;
+};
 
 } // namespace matrix::internal

@@ -4,7 +4,7 @@
 #include "matrix/class_hooks.hpp"
 #include "matrix/dimensions.hpp"
 
-#include <nd/sizes.hpp>
+#include "matrix/size_limit.hpp"
 
 #include <boost/container/small_vector.hpp>
 
@@ -20,7 +20,7 @@ using narrowed_dims = boost::container::small_vector<int, inline_dims>;
 void check_fit_int(dims_view dims) {
     for (const std::size_t dim : dims) {
         if (dim > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-            throw SizeLimitExceeded(dims, 0, 0);
+            raise_size_limit_exceeded(dims, 0, 0);
     }
 }
 
@@ -44,7 +44,7 @@ const int* narrowed_dimensions(const ndArray_tag* array) {
     return kept->data();
 }
 
-void free_dims32(ndArray_tag* array) noexcept {
+void delete_dims32(ndArray_tag* array) noexcept {
     delete static_cast<narrowed_dims*>(array->dims32);
     array->dims32 = nullptr;
 }

@@ -12,7 +12,12 @@ namespace matrix::internal {
 /// std::bad_alloc; the array is then unchanged.
 const int* narrowed_dimensions(const ndArray_tag* array);
 
+/// Frees the vector of an array that has one.
+void delete_dims32(ndArray_tag* array) noexcept;
+
 /// Frees the vector, if any.
-void free_dims32(ndArray_tag* array) noexcept;
+inline void free_dims32(ndArray_tag* array) noexcept {
+    if (array->dims32 != nullptr) delete_dims32(array);
+}
 
 } // namespace matrix::internal

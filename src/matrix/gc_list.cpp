@@ -5,6 +5,6 @@ namespace matrix::internal {
 
 void add_to_gc_list(ndArray_tag* /*array*/) {}
 
-void remove_from_gc_list(ndArray_tag* /*array*/) noexcept {}
+void take_off_gc_list(ndArray_tag* array) noexcept { array->flags &= ~flag_on_collection_list; }
 
 } // namespace matrix::internal

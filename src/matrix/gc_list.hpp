@@ -8,7 +8,12 @@ namespace matrix::internal {
 /// Enters an array whose class can hold references. Without the collection feature nothing is entered.
 void add_to_gc_list(ndArray_tag* array);
 
-/// Takes the array off, if flag_on_collection_list says that it is on.
-void remove_from_gc_list(ndArray_tag* array) noexcept;
+/// Takes an array off that carries flag_on_collection_list.
+void take_off_gc_list(ndArray_tag* array) noexcept;
+
+/// Takes the array off if it is on.
+inline void remove_from_gc_list(ndArray_tag* array) noexcept {
+    if ((array->flags & flag_on_collection_list) != 0) take_off_gc_list(array);
+}
 
 } // namespace matrix::internal

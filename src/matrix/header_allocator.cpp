@@ -24,26 +24,41 @@ header_slots choose_slots() {
     return scalable ? scalable_slots : runtime_slots;
 }
 
-} // namespace
+// The slots until they are chosen: each chooses first and goes on with the choice.
+void* choose_and_malloc(std::size_t size);
+void* choose_and_calloc(std::size_t n, std::size_t size);
+void choose_and_free(void* block);
 
-header_slots& mutable_header_slots() noexcept {
-    static header_slots slots = choose_slots();
+constinit header_slots slots{choose_and_malloc, choose_and_calloc, choose_and_free};
+
+const header_slots& chosen_slots() {
+    static const bool chosen = (slots = choose_slots(), true);
+    static_cast<void>(chosen);
     return slots;
 }
 
-namespace {
+void* choose_and_malloc(std::size_t size) { return chosen_slots().malloc(size); }
+void* choose_and_calloc(std::size_t n, std::size_t size) { return chosen_slots().calloc(n, size); }
+void choose_and_free(void* block) { chosen_slots().free(block); }
+
 // Makes the choice in the library's load, unless a constructor that ran earlier asked for it.
-[[maybe_unused]] const header_slots& chosen_at_load = mutable_header_slots();
+[[maybe_unused]] const header_slots& chosen_at_load = chosen_slots();
+
 } // namespace
 
-const header_slots& header_allocator() noexcept { return mutable_header_slots(); }
+header_slots& mutable_header_slots() noexcept {
+    chosen_slots();
+    return slots;
+}
+
+const header_slots& header_allocator() noexcept { return chosen_slots(); }
 
 void* allocate_header_block(std::size_t size) {
-    void* block = mutable_header_slots().malloc(size);
+    void* const block = slots.malloc(size);
     if (block == nullptr) throw std::bad_alloc{};
     return block;
 }
 
-void free_header_block(void* block) noexcept { mutable_header_slots().free(block); }
+void free_header_block(void* block) noexcept { slots.free(block); }
 
 } // namespace matrix::internal

@@ -1,12 +1,12 @@
 // The process-wide switches that matrix::initModule sets. Written once at start-up, read plainly everywhere.
 #pragma once
 
+#include <nd/module.hpp>
+
 #include <atomic>
 #include <cstdint>
 
 namespace matrix::internal {
-
-inline constexpr std::int32_t mode_inside_engine = 1;
 
 struct module_state {
     std::atomic<bool> initialised{false};
@@ -20,6 +20,6 @@ struct module_state {
 extern constinit module_state the_module;
 
 /// True when an error leaves an exported creator as an exception; otherwise the creator returns null.
-inline bool errors_leave_as_exceptions() noexcept { return the_module.mode == mode_inside_engine; }
+inline bool errors_leave_as_exceptions() noexcept { return the_module.mode == mode_in_engine; }
 
 } // namespace matrix::internal

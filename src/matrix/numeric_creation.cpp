@@ -1,10 +1,10 @@
 // Which storage a new numeric, logical or char array gets, and the reuse of a dying value's data.
 //
-//   cache on, every dimension and the byte size at most 16240   a pair of the thread's cache; 0 bytes: a header alone
+//   cache on, every dimension at most 16240, 1 to 16240 bytes   a pair of the thread's cache
 //   otherwise                                                   size checks, then a header with a block of the exact size
 //
-// The cached way needs no size check: what fits 16240 bytes fits every limit. A dimension above 16240 takes the plain way even
-// when another one is 0, so that the check sees it.
+// The cached way needs no size check: what fits 16240 bytes fits every limit. No bytes at all take the plain way, since
+// elements of size 0 can be too many, and so does a dimension above 16240 even when another one is 0.
 #include "matrix/numeric_creation.hpp"
 
 #include "matrix/accessors.hpp"
@@ -61,10 +61,8 @@ array_ptr create_numeric(dims_view dims, NdArrayTypeId code, DataInitialization 
     // Undefined bytes can't stand for references: such an array couldn't be destroyed.
     if (can_hold_references(class_of(code))) init = DataInitialization::zeroed;
     if (cache_is_enabled()) {
-        if (const std::optional<std::size_t> bytes = cacheable_bytes(dims, code)) {
-            return *bytes == 0 ? header_factory::make(code, dims, 0, init)
-                               : take_pair(code, dims, *bytes, init);
-        }
+        const std::optional<std::size_t> bytes = cacheable_bytes(dims, code);
+        if (bytes && *bytes != 0) return take_pair(code, dims, *bytes, init);
     }
     return create_plain(dims, code, init);
 }

@@ -34,7 +34,7 @@ std::size_t checked_element_count(dims_view dims, std::size_t element_size) {
     const std::uint64_t bytes = saturated_product(count, element_size);
     if (bytes > address_ceiling) raise_too_large();
     const std::uint64_t limit = array_size_limit();
-    if (limit != 0 && bytes > limit) throw SizeLimitExceeded(dims, bytes, limit);
+    if (limit != 0 && bytes > limit) raise_size_limit_exceeded(dims, bytes, limit);
     return count;
 }
 

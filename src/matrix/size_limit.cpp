@@ -9,6 +9,7 @@
 #include <foundation/core/mem/manager.hpp>
 #include <foundation/log/logger.hpp>
 
+#include <nd/errors.hpp>
 #include <nd/sizes.hpp>
 
 #include <atomic>
@@ -117,6 +118,12 @@ std::string gigabytes_text(std::uint64_t bytes) {
 } // namespace
 
 std::uint64_t array_size_limit() noexcept { return built_state().limit(); }
+
+void raise_size_limit_exceeded(std::span<const std::size_t> dims, std::size_t bytes, std::size_t limit) {
+    const SizeLimitExceeded error(dims, bytes, limit);
+    detail::do_legacy_nd_error(error);
+    throw SizeLimitExceeded(error);
+}
 
 TARVEL::array::SizeLimitExceeded SizeLimitExceeded::makeMessage(std::span<const std::size_t> dims,
                                                                 std::size_t bytes, std::size_t limit) {

@@ -220,8 +220,8 @@ TEST_F(FaultInjection, FindsABrokenResult) {
                 const auto repair = [](ndArray_tag** a) {
                     if (*a != nullptr) (*a)->scope = ndLOCAL_SCOPE;
                 };
+                auto keeper = arr("int8"); // outlives the repair of its scope
                 const std::unique_ptr<ndArray_tag*, decltype(repair)> at_end(&made, repair);
-                auto keeper = arr("int8");
                 run.act([&] {
                     made = keeper.get();
                     made->scope = 9;

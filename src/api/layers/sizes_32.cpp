@@ -1,6 +1,9 @@
 // The checked conversions between int and 64-bit sizes.
 #include "api/layers/sizes_32.hpp"
 
+#include "matrix/size_limit.hpp"
+
+#include <nd/errors.hpp>
 #include <nd/sizes.hpp>
 
 #include <boost/numeric/conversion/cast.hpp>
@@ -28,7 +31,8 @@ using size_message =
     const auto& made = error.GetMsgIDObj().arguments();
     static_cast<size_message&>(error) = size_message(TARVEL::array::SizeLimitExceeded(
         std::move(dimensions), std::get<std::string>(made[1]), std::get<std::string>(made[2])));
-    throw error;
+    detail::do_legacy_nd_error(error);
+    throw SizeLimitExceeded(error);
 }
 
 } // namespace
@@ -58,7 +62,7 @@ int narrowed(std::size_t value) {
     try {
         return boost::numeric_cast<int>(value);
     } catch (const boost::numeric::positive_overflow&) {
-        throw SizeLimitExceeded(std::span(&value, 1), 0, 0);
+        raise_size_limit_exceeded(std::span(&value, 1), 0, 0);
     }
 }
 

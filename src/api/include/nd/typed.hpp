@@ -149,13 +149,17 @@ public:
         return {reinterpret_cast<const std::size_t*>(array_->info_a), stored_count()};
     }
 
-    /// Where each column starts in values(); one more than there are columns.
+    /// Where each column starts in values(); one more than there are columns. Empty when nothing has been stored yet.
     std::span<const std::size_t> column_starts() const {
-        return {reinterpret_cast<const std::size_t*>(array_->info_b), array_->n_or_ndims + 1};
+        const auto* starts = reinterpret_cast<const std::size_t*>(array_->info_b);
+        return starts == nullptr ? std::span<const std::size_t>() : std::span(starts, array_->n_or_ndims + 1);
     }
 
 private:
-    std::size_t stored_count() const { return column_starts().back(); }
+    std::size_t stored_count() const {
+        const std::span<const std::size_t> starts = column_starts();
+        return starts.empty() ? 0 : starts.back();
+    }
 
     ndArray_tag* array_;
 };
