@@ -4,6 +4,7 @@
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/dimensions.hpp"
+#include "matrix/frame.hpp"
 #include "matrix/scope.hpp"
 #include "matrix/sharing.hpp"
 
@@ -199,8 +200,10 @@ std::size_t ndGetElementSize(const ndArray_tag* array) {
 
 double* ndGetPr(const ndArray_tag* array) {
     if (array == nullptr) return nullptr;
-    if (is_complex(array)) errors::raise<TARVEL::matrix::illegalComplexArray>();
-    return static_cast<double*>(array->pdata);
+    return framed([=] {
+        if (is_complex(array)) errors::raise<TARVEL::matrix::illegalComplexArray>();
+        return static_cast<double*>(array->pdata);
+    });
 }
 
 } // namespace published

@@ -153,7 +153,8 @@ namespace published {
 ND_EXPORT void* ndGetData(const ndArray_tag* array);
 /// 0 for null and for indexing-opaque.
 ND_EXPORT std::size_t ndGetElementSize(const ndArray_tag* array);
-/// pdata; null for null. Raises TARVEL:matrix:illegalComplexArray for a complex array, whose real part isn't contiguous.
+/// pdata; null for null. A complex array, whose real part isn't contiguous, raises TARVEL:matrix:illegalComplexArray in mode 1
+/// and gives null in any other mode.
 ND_EXPORT double* ndGetPr(const ndArray_tag* array);
 
 } // namespace published
