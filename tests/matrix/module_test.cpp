@@ -176,9 +176,9 @@ TEST_F(Module, ASecondStartStoresItsModeWithChecksOff) {
     EXPECT_FALSE(errors_are_exceptions());
 }
 
-// The switch is one word: what start-up and the frame mean by the engine's mode is the same number.
+// Engines write the number.
 TEST_F(Module, TheEnginesModeIsOne) {
-    static_assert(mode_in_engine == 1 && matrix::internal::mode_inside_engine == 1 && mode_plain == 0);
+    static_assert(mode_in_engine == 1 && mode_plain == 0);
     static_assert(sizeof(Mode) == 4);
 }
 

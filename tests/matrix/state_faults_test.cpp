@@ -262,6 +262,7 @@ TEST_F(StateFaults, RefusedComplexData) {
     expect_scenario(
         "published::ndGetPr of a complex array",
         [&](fault_run& run) {
+            const module_mode_scope raising(mode_exceptions);
             run.operand(array.get());
             run.act([&] {
                 return arrives<except::IMsgIDException>([&] { api::published::ndGetPr(array.get()); });
