@@ -14,7 +14,7 @@ function(nd_test name)
         target_link_libraries(${name} PRIVATE nd_test_support)
     endif()
     # Tests are built to find faults, not to run fast: less optimising keeps the gate short.
-    target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+    target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O0>)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()
