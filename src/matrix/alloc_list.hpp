@@ -1,9 +1,56 @@
-// The list of blocks that the current engine's addon functions allocated.
+// The list of blocks that the current engine's addon functions allocated and haven't freed: a stack of contexts. When a
+// context ends, what is left in it is freed.
+//
+// One per engine, a member of its MatrixLibraryContext; no lock, since an engine's lists are used by one thread at a time.
 #pragma once
+
+#include "matrix/context_stack.hpp"
+
+#include <nd/memory.hpp>
 
 namespace matrix::internal {
 
-/// Takes a block off the list without freeing it: an array adopts it. A block that isn't listed is left alone.
-void removeFromAllocList(void* block) noexcept;
+class AllocList {
+public:
+    AllocList() = default;
+    AllocList(const AllocList&) = delete;
+    AllocList& operator=(const AllocList&) = delete;
+    ~AllocList();
+
+    /// Raises std::bad_alloc; the block is then not listed.
+    void add(void* block);
+
+    /// Takes a block of the current context off the list. Blocks of outer contexts and unlisted ones are left alone.
+    void remove(void* block) noexcept;
+
+    /// Room for one more block, so that the next add can't fail. Raises std::bad_alloc.
+    void reserve_one() { stack_.reserve_one(); }
+
+    /// Raises std::bad_alloc.
+    void push_context() { stack_.push(); }
+
+    /// Frees what is left in the current context and closes it.
+    void pop_context() noexcept;
+
+    /// Frees what is left in the current context.
+    void clear_context() noexcept;
+
+    bool is_context_empty() const noexcept;
+
+    /// Number of open contexts, the base context counted.
+    std::size_t depth() const noexcept { return stack_.depth(); }
+
+private:
+    struct block_entry {
+        void* pointer;
+    };
+    context_stack<block_entry, 3> stack_;
+};
+
+/// Puts a block on the current engine's list; nothing happens when no list is kept. Raises std::bad_alloc.
+void add_to_alloc_list(void* block);
+
+/// Room for one more block on the current engine's list, so that the next add can't fail. Raises std::bad_alloc.
+void reserve_on_alloc_list();
 
 } // namespace matrix::internal

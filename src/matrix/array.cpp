@@ -36,28 +36,10 @@ void* allocate_data(std::size_t bytes, DataInitialization init) {
 
 void free_data(void* block) noexcept { foundation::core::mem::aligned_heap_instance().free(block); }
 
-void header_factory::reset(ndArray_tag* array) noexcept {
-    array->share_record = nullptr;
-    array->next = nullptr;
-    array->class_id = ndUNKNOWN_CLASS;
-    array->scope = ndLOCAL_SCOPE;
-    array->ref_count = 1;
-    array->internal_ref_count = 0;
-    array->flags = flag_inline_dims;
-    array->m_or_dims = 0;
-    array->n_or_ndims = 0;
-    array->root_record = nullptr;
-    array->parent = nullptr;
-    array->pdata = nullptr;
-    array->info_a = 0;
-    array->info_b = 0;
-    array->info_c = 0;
-    array->dims32 = nullptr;
-}
-
 array_ptr header_factory::make_blank() {
     auto* array = new (allocate_header_block(sizeof(ndArray_tag))) ndArray_tag;
-    reset(array);
+    start(array, ndUNKNOWN_CLASS, 0, 0, flag_inline_dims);
+    array->pdata = nullptr;
     return array_ptr(array);
 }
 
@@ -69,15 +51,23 @@ array_ptr header_factory::make(NdArrayTypeId code, dims_view dims, std::size_t b
     return array_ptr(array);
 }
 
+ndArray_tag* header_factory::make_matrix(NdArrayTypeId code, std::size_t m, std::size_t n, std::size_t bytes,
+                                         DataInitialization init) {
+    header_block block(allocate_header_block(sizeof(ndArray_tag)));
+    void* const data = allocate_data(bytes, init);
+    auto* array = new (block.release()) ndArray_tag;
+    start(array, class_of(code), m, n, flags_of_matrix(code, m, n));
+    array->pdata = data;
+    return array;
+}
+
 } // namespace matrix::internal
 
 ndArray_tag::ndArray_tag(matrix::internal::NdArrayTypeId type, std::span<const std::size_t> dims,
                          std::size_t bytes, matrix::internal::DataInitialization init) {
     using namespace matrix::internal;
-    header_factory::reset(this);
-    class_id = class_of(type);
+    header_factory::start(this, class_of(type), 0, 0, matrix::flag_inline_dims | flags_of_code(type));
     data_block data(allocate_data(bytes, init));
-    flags |= flags_of_code(type);
     prepared_dims(dims).commit_to_new(this);
     pdata = data.get();
     if (class_id == ndFUNCTION_CLASS || class_id == ndOPAQUE_CLASS) {

@@ -1,10 +1,154 @@
-// The array list while the facility is off: nothing is a temporary, so nothing has to be taken off.
+// The array list of an engine: adding, removing, closing contexts.
 #include "matrix/array_list.hpp"
 
+#include "matrix/destroy.hpp"
+
+#include <nd/create.hpp>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <utility>
+
 namespace matrix::internal {
+namespace {
 
-bool add_to_array_list(ndArray_tag* /*array*/) { return false; }
+using foundation::core::diag::check;
 
-void remove_from_array_list(ndArray_tag* /*array*/) noexcept {}
+std::uint64_t serial_from_environment() noexcept {
+    const char* const text = std::getenv("ND_BREAK_ON_SERIAL");
+    return text == nullptr ? 0 : std::strtoull(text, nullptr, 10);
+}
+
+bool is_among(const ndArray_tag* array, std::span<ndArray_tag* const> keep) noexcept {
+    return array != nullptr && std::find(keep.begin(), keep.end(), array) != keep.end();
+}
+
+} // namespace
+
+ArrayList::ArrayList()
+    : serial_to_break_on_(serial_from_environment()),
+      orphans_channel_("matrix::arraylist"),
+      stacks_channel_("matrix::arraylist_stacks") {}
+
+ArrayList::~ArrayList() {
+    const bool quiet = std::uncaught_exceptions() > 0;
+    while (stack_.has_context()) pop_context({}, quiet);
+    check(stack_.size() == 0, "m_data.empty()");
+    check(!stack_.has_context(), "m_contexts.empty()");
+    check(m_arrayDebug.empty(), "m_arrayDebug.empty()");
+}
+
+void ArrayList::add(ndArray_tag* array) {
+    check(stack_.has_context(), "m_hasCurrentContext");
+    if (!stack_.has_context()) return;
+    stack_.reserve_one();
+    if (stacks_are_on()) addArrayDebug(array);
+    stack_.append({array, ++added_});
+    if (added_ == serial_to_break_on_) std::raise(SIGTRAP);
+}
+
+void ArrayList::remove(ndArray_tag* array) noexcept {
+    check(stack_.has_context(), "m_hasCurrentContext");
+    if (!stack_.has_context()) return;
+    forget_debug_record(array);
+    if (stack_.remove_newest(array)) return;
+    if (stack_.has_hint()) {
+        if (const std::size_t found = stack_.find_from_hint(array); found != stack_.not_found)
+            stack_.make_hole(found);
+        return;
+    }
+    // An array that isn't in the current context costs the outer context its last entry; only the records of the stack channel
+    // catch that. At the bottom of the list there is no such entry.
+    std::size_t found = stack_.find_backwards(array);
+    if (found == stack_.not_found) found = stack_.start() - 1;
+    if (found != stack_.not_found) stack_.make_hole(found);
+}
+
+// Records stay consistent when the channel is turned off in between: an array that leaves takes its record along.
+void ArrayList::forget_debug_record(const ndArray_tag* array) {
+    if (stacks_are_on()) {
+        removeArrayDebug(array);
+    } else if (!m_arrayDebug.empty()) {
+        m_arrayDebug.erase(array);
+    }
+}
+
+// The kept arrays go to the front of the context, which then begins behind them: they have moved without being copied.
+void ArrayList::keep_in_outer_context(std::span<ndArray_tag* const> keep) noexcept {
+    check(stack_.depth() >= 2, "No prior array list context into which to fold ndArrays");
+    if (stack_.depth() < 2) return;
+    std::size_t kept_end = stack_.start();
+    for (std::size_t i = stack_.start(); i < stack_.size(); ++i) {
+        if (!is_among(stack_[i].pointer, keep)) continue;
+        std::rotate(&stack_[kept_end], &stack_[i], &stack_[i] + 1);
+        ++kept_end;
+    }
+    for (std::size_t i = stack_.start(); i < kept_end; ++i) {
+        if (const auto record = m_arrayDebug.find(stack_[i].pointer); record != m_arrayDebug.end()) {
+            record->second.context = stack_.depth() - 1;
+        }
+    }
+    stack_.move_start(kept_end);
+}
+
+void ArrayList::pop_context(std::span<ndArray_tag* const> keep, bool quiet) noexcept {
+    check(stack_.has_context(), "m_hasCurrentContext");
+    if (!stack_.has_context()) return;
+    if (!keep.empty()) keep_in_outer_context(keep);
+    clearContextImpl(quiet);
+    stack_.pop();
+}
+
+void ArrayList::clear_context(bool quiet) noexcept {
+    check(stack_.has_context(), "m_hasCurrentContext");
+    if (stack_.has_context()) clearContextImpl(quiet);
+}
+
+bool ArrayList::is_context_empty() const noexcept {
+    check(stack_.has_context(), "m_hasCurrentContext");
+    return !stack_.has_context() || stack_.count_current() == 0;
+}
+
+std::vector<listed_array> ArrayList::current_entries() const {
+    std::vector<listed_array> entries;
+    for (std::size_t i = stack_.start(); i < stack_.size(); ++i) {
+        if (stack_[i].pointer != nullptr) entries.push_back({stack_[i].pointer, stack_[i].serial});
+    }
+    return entries;
+}
+
+void ArrayList::clearContextImpl(bool quiet) noexcept {
+    const std::size_t count = stack_.count_current();
+    if (count != 0) {
+        if (!quiet) {
+            try {
+                report_orphans(count);
+            } catch (...) {
+            } // no memory for the report: the orphans go without
+        }
+        destroy_orphans();
+    }
+    stack_.shorten_to_start();
+}
+
+// Destroying an orphan can call back into the list: deleters and hooks may destroy other temporaries. So the walk goes by
+// index, looks at the length each time, and a slot is empty before its array dies.
+void ArrayList::destroy_orphans() noexcept {
+    for (std::size_t i = stack_.size(); i > stack_.start();) {
+        --i;
+        ndArray_tag* const orphan = std::exchange(stack_[i].pointer, nullptr);
+        if (orphan != nullptr) {
+            forget_debug_record(orphan);
+            orphan->scope = ndLOCAL_SCOPE;
+            orphan->flags &= ~flag_reusable;
+            orphan->ref_count = 1;
+            orphan->internal_ref_count = 0;
+            destroyArray(orphan);
+        }
+        i = std::min(i, stack_.size());
+    }
+}
 
 } // namespace matrix::internal

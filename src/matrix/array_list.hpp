@@ -1,14 +1,110 @@
-// The list of temporaries of the current engine: what an exported creator returned and nobody has claimed yet.
+// The list of temporaries of an engine: what exported creators returned and nobody has claimed yet. A stack of contexts;
+// arrays still there when a context ends are orphans: reported if asked for, and destroyed whoever else claims them.
+//
+// One per engine, a member of its MatrixLibraryContext; no lock. An array stands on the list exactly while its scope is
+// temporary: set_scope is the only door.
+//
+// Two log channels. "matrix::arraylist" reports how many orphans a context left. "matrix::arraylist_stacks" keeps, for each
+// array added while it is on, where that happened, checks each removal against it, and reports every orphan with its origin.
 #pragma once
 
+#include "matrix/context_stack.hpp"
+
+#include <foundation/core/diag/diag.hpp>
+#include <foundation/log/logger.hpp>
+
 #include <nd/array.hpp>
+#include <nd/lists.hpp>
+
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
 
 namespace matrix::internal {
 
-/// Puts the array on the current context's list. False when no list is kept, and the array then isn't a temporary.
+class ArrayList {
+public:
+    ArrayList();
+    ArrayList(const ArrayList&) = delete;
+    ArrayList& operator=(const ArrayList&) = delete;
+    ~ArrayList();
+
+    /// Raises std::bad_alloc; the array is then not listed.
+    void add(ndArray_tag* array);
+    void remove(ndArray_tag* array) noexcept;
+
+    /// add() where it comes down to an append: false when there is more to do or it might fail, and nothing is done then.
+    bool add_at_once(ndArray_tag* array) noexcept {
+        if (!stack_.has_room() || stacks_are_on() || added_ + 1 == serial_to_break_on_ ||
+            !stack_.has_context())
+            return false;
+        stack_.append({array, ++added_});
+        return true;
+    }
+
+    /// remove() where it comes down to a comparison with the newest entry.
+    bool remove_at_once(ndArray_tag* array) noexcept {
+        if (!stack_.has_context() || stacks_are_on() || !m_arrayDebug.empty()) return false;
+        return stack_.remove_newest(array);
+    }
+
+    /// Raises std::bad_alloc.
+    void push_context() { stack_.push(); }
+
+    /// Closes the current context. Arrays of it that stand in keep move to the outer context, in order; the others are
+    /// destroyed, last first, and reported unless quiet.
+    void pop_context(std::span<ndArray_tag* const> keep, bool quiet) noexcept;
+    void clear_context(bool quiet) noexcept;
+
+    bool is_context_empty() const noexcept;
+    std::size_t depth() const noexcept { return stack_.depth(); }
+
+    /// The current context's arrays, oldest first. Raises std::bad_alloc.
+    std::vector<listed_array> current_entries() const;
+
+private:
+    struct array_entry {
+        ndArray_tag* pointer;
+        std::uint64_t serial; // how many arrays had been added before, plus one
+    };
+    struct debug_record {
+        std::size_t context;
+        bool has_stack;
+        foundation::core::diag::stacktrace_base stack;
+    };
+
+    void clearContextImpl(bool quiet) noexcept;
+    void report_orphans(std::size_t count) const;
+    void report_each_orphan(std::size_t count) const;
+    std::string header_line(std::size_t count) const;
+    std::string origin_of(const ndArray_tag* orphan) const;
+    void forget_debug_record(const ndArray_tag* array);
+    void destroy_orphans() noexcept;
+    void keep_in_outer_context(std::span<ndArray_tag* const> keep) noexcept;
+    void addArrayDebug(const ndArray_tag* array);
+    void removeArrayDebug(const ndArray_tag* array);
+    bool stacks_are_on() const noexcept { return stacks_channel_.highest_level() != 0; }
+
+    context_stack<array_entry, 16> stack_;
+    std::uint64_t added_ = 0;
+    std::uint64_t serial_to_break_on_; // the add at which a debugger wants to stand; 0 for none
+    std::unordered_map<const ndArray_tag*, debug_record> m_arrayDebug;
+    foundation::log::basic_diagnostic_logger orphans_channel_;
+    foundation::log::basic_diagnostic_logger stacks_channel_;
+};
+
+/// What is said when a temporary can't leave its list.
+inline constexpr const char* list_is_gone = "matrix::internal::removeFromArrayList(pa)";
+
+/// Puts the array on the current engine's list. False when no list is kept, and the array then isn't a temporary.
+/// Raises std::bad_alloc.
 bool add_to_array_list(ndArray_tag* array);
 
-/// Takes the array off the list.
-void remove_from_array_list(ndArray_tag* array) noexcept;
+/// Takes the array off the list. False when the engine's list is gone.
+bool remove_from_array_list(ndArray_tag* array) noexcept;
+
+/// Takes a dying temporary off the list. A list that is itself being closed counts as left.
+void leave_array_list(ndArray_tag* array) noexcept;
 
 } // namespace matrix::internal

@@ -25,6 +25,7 @@
 #include "matrix/header_allocator.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/root_record.hpp"
+#include "matrix/scope.hpp"
 #include "matrix/sharing.hpp"
 
 #include <foundation/log/logger.hpp>
@@ -35,6 +36,13 @@ namespace matrix::internal {
 namespace {
 
 constexpr std::int32_t poisoned_class = 0x7FFFFFFF;
+
+void poison_and_free(ndArray_tag* array) noexcept {
+    array->class_id = poisoned_class;
+    array->pdata = std::bit_cast<void*>(~std::uint64_t{0});
+    array->next = std::bit_cast<ndArray_tag*>(~std::uint64_t{0});
+    free_header_block(array);
+}
 
 } // namespace
 
@@ -54,10 +62,7 @@ void finish_header(ndArray_tag* array) noexcept {
         free_data(std::bit_cast<void*>(array->info_a));
         free_data(std::bit_cast<void*>(array->info_b));
     }
-    array->class_id = poisoned_class;
-    array->pdata = std::bit_cast<void*>(~std::uint64_t{0});
-    array->next = std::bit_cast<ndArray_tag*>(~std::uint64_t{0});
-    free_header_block(array);
+    poison_and_free(array);
 }
 
 namespace {
@@ -108,7 +113,7 @@ bool needs_walk(ndArray_tag* element) noexcept {
         destroyArray(element);
         return false;
     }
-    if (element->scope == ndTEMPORARY_SCOPE) remove_from_array_list(element);
+    if (element->scope == ndTEMPORARY_SCOPE) leave_array_list(element);
     remove_from_gc_list(element);
     element->scope = ndLOCAL_SCOPE;
     element->parent = nullptr;
@@ -185,6 +190,34 @@ void log_deleter_event(const char* text) noexcept {
     }
 }
 
+// What the shortest ways out of destroyArray have in common: nothing to leave but perhaps the array list, and nothing below.
+bool ends_at_once(ndArray_tag* array, std::uint32_t flags_tested, std::uint32_t flags_wanted) noexcept {
+    return (array->flags & flags_tested) == flags_wanted && has_plain_elements(array->class_id) &&
+           array->dims32 == nullptr && (array->scope != ndTEMPORARY_SCOPE || leave_list_at_once(array));
+}
+
+// A pair that goes back to its bin as it is. A share record is seen to on the way into the bin.
+bool recycle_at_once(ndArray_tag* array) noexcept {
+    constexpr std::uint32_t tested = flag_cached_header | flag_shared_data | flag_on_collection_list;
+    if (array->hasCustomDeleter() || !ends_at_once(array, tested, flag_cached_header)) return false;
+    recycle_pair(array);
+    return true;
+}
+
+// A plain header with a block of its own.
+bool finish_at_once(ndArray_tag* array) noexcept {
+    constexpr std::uint32_t tested = flag_cached_header | flag_shared_data | flag_on_collection_list |
+                                     flag_inline_dims | flag_sparse | flags_data_not_owned;
+    if (array->share_record != nullptr || array->root_record != nullptr ||
+        !ends_at_once(array, tested, flag_inline_dims)) {
+        return false;
+    }
+    array->scope = ndUNKNOWN_SCOPE;
+    free_data(array->pdata);
+    poison_and_free(array);
+    return true;
+}
+
 bool pair_is_whole(const ndArray_tag* array) noexcept {
     return can_be_recycled(array) && !has_shared_data(array) && has_plain_elements(array->class_id) &&
            array->dims32 == nullptr;
@@ -205,7 +238,7 @@ void call_custom_deleter(void (*deleter)(void*), void* data) noexcept {
 
 void end_array(ndArray_tag* array) noexcept {
     if (array->scope == ndTEMPORARY_SCOPE) {
-        remove_from_array_list(array);
+        leave_array_list(array);
         array->scope = ndLOCAL_SCOPE;
     }
     remove_from_gc_list(array);
@@ -232,6 +265,7 @@ void destroyArray(ndArray_tag* array) {
         --array->ref_count;
         return;
     }
+    if (internal::recycle_at_once(array) || internal::finish_at_once(array)) return;
     internal::end_array(array);
 }
 

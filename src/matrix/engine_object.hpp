@@ -1,7 +1,7 @@
 // One object of type T per engine, made at first use and owned by the engine's store.
 #pragma once
 
-#include <foundation/usm/usm.hpp>
+#include "platform/foundation/usm/current_engine.hpp"
 
 #include <memory>
 #include <typeinfo>
@@ -19,7 +19,7 @@ class engine_object {
 
 public:
     /// The current engine's object; null when there is none or no engine is active.
-    static T* find() noexcept { return static_cast<T*>(store::find(id())); }
+    static T* find() noexcept { return static_cast<T*>(foundation::usm::current_engine::find(id())); }
 
     /// The same, made if missing; null when no engine is active. Another thread may have made it meanwhile: one stands, the
     /// loser is destroyed. Raises std::bad_alloc.

@@ -34,4 +34,11 @@ ndArray_tag* framed_creator(Body&& body) {
     });
 }
 
+/// The same for a result that is there: no frame is entered where nothing can fail.
+[[gnu::always_inline]] inline ndArray_tag* as_temporary(ndArray_tag* result) {
+    if (!the_module.array_lists || make_temporary_at_once(result)) [[likely]]
+        return result;
+    return framed_creator([&] { return array_ptr(result); });
+}
+
 } // namespace matrix::internal

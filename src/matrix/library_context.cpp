@@ -1,14 +1,10 @@
 // Finding the per-engine record, and the error mode that lives in it.
 #include "matrix/library_context.hpp"
 
-#include "matrix/engine_object.hpp"
-
 #include <ostream>
 
 namespace matrix {
 namespace internal {
-
-MatrixLibraryContext* find_context() noexcept { return engine_object<MatrixLibraryContext>::find(); }
 
 MatrixLibraryContext* find_or_make_context() { return engine_object<MatrixLibraryContext>::find_or_make(); }
 

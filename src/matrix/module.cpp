@@ -24,6 +24,9 @@ void initModule(Mode mode) {
     the_module.mode = mode;
     const foundation::feature::IFeature mark_sweep("MarkSweepGC");
     if (mode != mode_in_engine) return;
+    the_module.alloc_lists = true;
+    the_module.array_lists = true;
+    the_module.collection_lists = true;
     // Feature 4 takes memory management away from the library; without feature 7 headers come from the plain heap, and pairs
     // kept back would hide them from the tools that watch it.
     using foundation::core::mem::manager::get_feature;

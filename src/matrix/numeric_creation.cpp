@@ -14,6 +14,7 @@
 #include "matrix/sharing.hpp"
 #include "matrix/size_check.hpp"
 
+#include <array>
 #include <optional>
 
 namespace matrix::internal {
@@ -65,6 +66,12 @@ array_ptr create_numeric(dims_view dims, NdArrayTypeId code, DataInitialization 
         if (bytes && *bytes != 0) return take_pair(code, dims, *bytes, init);
     }
     return create_plain(dims, code, init);
+}
+
+ndArray_tag* create_plain_matrix(std::size_t m, std::size_t n, NdArrayTypeId code, DataInitialization init) {
+    const std::array dims{m, n};
+    const std::size_t count = checked_element_count(dims, element_size(code));
+    return header_factory::make_matrix(code, m, n, count * element_size(code), init);
 }
 
 array_ptr create_with_reuse(dims_view dims, NdArrayTypeId code, std::span<ndArray_tag* const> candidates) {

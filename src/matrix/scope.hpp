@@ -1,6 +1,8 @@
 // The scope of an array: the only door to the array list. An array stands on the list exactly while its scope is temporary.
 #pragma once
 
+#include "matrix/library_context.hpp"
+
 #include <nd/array.hpp>
 
 namespace matrix::internal {
@@ -8,5 +10,20 @@ namespace matrix::internal {
 /// Changes the scope. A new scope of temporary puts the array on the array list, and is stored as local when no list takes
 /// it; leaving temporary takes the array off. Raises what adding to the list raises; the array is then unchanged.
 void set_scope(ndArray_tag* array, ndVariableScope scope);
+
+/// set_scope(array, ndTEMPORARY_SCOPE) for a new array, where that comes down to an append; false when it doesn't, and
+/// nothing is done then.
+inline bool make_temporary_at_once(ndArray_tag* array) noexcept {
+    MatrixLibraryContext* const context = find_context();
+    if (context == nullptr || !context->array_list.add_at_once(array)) return false;
+    array->scope = ndTEMPORARY_SCOPE;
+    return true;
+}
+
+/// Takes a temporary off its list where it is the newest one there; false when it isn't, and nothing is done then.
+inline bool leave_list_at_once(ndArray_tag* array) noexcept {
+    MatrixLibraryContext* const context = find_context();
+    return context != nullptr && context->array_list.remove_at_once(array);
+}
 
 } // namespace matrix::internal

@@ -16,6 +16,7 @@ void set_header_slots(const header_slots* slots) noexcept {
 
 void set_module_mode(int mode) noexcept {
     the_module.mode = mode;
+    the_module.alloc_lists = the_module.array_lists = the_module.collection_lists = false;
     the_module.initialised.store(false);
 }
 

@@ -8,7 +8,7 @@ namespace matrix::internal::test_hooks {
 /// Puts other header slots in place of the chosen ones; null brings those back. All three must accept the others' blocks.
 void set_header_slots(const header_slots* slots) noexcept;
 
-/// Sets the module mode without initModule, and forgets that initModule ran.
+/// Sets the module mode without initModule, forgets that initModule ran and turns the lists off.
 void set_module_mode(int mode) noexcept;
 
 } // namespace matrix::internal::test_hooks

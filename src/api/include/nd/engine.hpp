@@ -10,6 +10,8 @@
 #include <nd/create.hpp>
 #include <nd/engine_access.hpp>
 #include <nd/errors.hpp>
+#include <nd/lists.hpp>
+#include <nd/memory.hpp>
 #include <nd/messages.hpp>
 #include <nd/module.hpp>
 #include <nd/sizes.hpp>

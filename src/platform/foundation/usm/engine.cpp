@@ -1,5 +1,5 @@
 // The engine store: which engine is current, and finding and inserting its objects.
-#include <foundation/usm/usm.hpp>
+#include "platform/foundation/usm/current_engine.hpp"
 
 #include <foundation/core/diag/diag.hpp>
 
@@ -22,23 +22,22 @@ union immortal_engine {
 
 constinit immortal_engine default_engine;
 
-// Both are constant-initialised: reading the current engine is one load relative to the thread pointer.
-[[gnu::tls_model("initial-exec")]] constinit thread_local EngineInstance* current_engine =
-    &default_engine.engine;
-
 EngineInstance& require_open_engine() {
-    if (current_engine == nullptr) throw TypeError("no engine is active on this thread");
-    if (current_engine->is_closed()) throw TypeError("the engine is closed");
-    return *current_engine;
+    EngineInstance* const engine = EngineInstance::current();
+    if (engine == nullptr) throw TypeError("no engine is active on this thread");
+    if (engine->is_closed()) throw TypeError("the engine is closed");
+    return *engine;
 }
 
 } // namespace
+
+constinit thread_local EngineInstance* current_engine::engine_ = &default_engine.engine;
 
 EngineInstance::~EngineInstance() { close(); }
 
 EngineInstance& EngineInstance::default_instance() noexcept { return default_engine.engine; }
 
-EngineInstance* EngineInstance::current() noexcept { return current_engine; }
+EngineInstance* EngineInstance::current() noexcept { return current_engine::engine_; }
 
 void EngineInstance::close() noexcept {
     std::vector<object_ptr> ending;
@@ -54,11 +53,6 @@ void EngineInstance::close() noexcept {
     }
     slots_ = nullptr;
     all_slots_.clear();
-}
-
-void* EngineInstance::find(std::size_t id) const noexcept {
-    if (id >= capacity_.load(std::memory_order_acquire)) return nullptr;
-    return slots_.load(std::memory_order_acquire)[id].load(std::memory_order_acquire);
 }
 
 EngineInstance::insertion EngineInstance::find_or_insert(std::size_t id, object_ptr& candidate) {
@@ -85,14 +79,11 @@ void EngineInstance::grow_slots(std::size_t id) {
 }
 
 EngineActivation::EngineActivation(EngineInstance* engine) noexcept
-    : previous_(std::exchange(current_engine, engine)) {}
+    : previous_(std::exchange(current_engine::engine_, engine)) {}
 
-EngineActivation::~EngineActivation() { current_engine = previous_; }
+EngineActivation::~EngineActivation() { current_engine::engine_ = previous_; }
 
-void* Detail<scope::EngineScope>::find(std::size_t id) noexcept {
-    const EngineInstance* const engine = current_engine;
-    return engine != nullptr ? engine->find(id) : nullptr;
-}
+void* Detail<scope::EngineScope>::find(std::size_t id) noexcept { return current_engine::find(id); }
 
 void* Detail<scope::EngineScope>::findOrThrow(std::size_t id) {
     if (void* const object = find(id)) return object;
@@ -118,7 +109,8 @@ void* Detail<scope::EngineScope>::insert(std::size_t id, object_ptr object) {
 }
 
 bool Detail<scope::EngineScope>::isRequiredContextActive() noexcept {
-    return current_engine != nullptr && !current_engine->is_closed();
+    const EngineInstance* const engine = EngineInstance::current();
+    return engine != nullptr && !engine->is_closed();
 }
 
 } // namespace foundation::usm

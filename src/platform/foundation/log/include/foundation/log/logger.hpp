@@ -6,6 +6,7 @@
 #pragma once
 
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -14,6 +15,7 @@ namespace foundation::log {
 
 inline constexpr std::uint32_t severity_debug = 0x200;
 inline constexpr std::uint32_t severity_fatal = 0x800;
+inline constexpr std::uint32_t severity_mask = 0xFFF; // no severity is above fatal
 
 namespace detail {
 class channel;
@@ -54,6 +56,12 @@ public:
         return (mask_.load(std::memory_order_relaxed) & severity) != 0 ? severity << 15 : 0;
     }
     bool is_on(std::uint32_t severity) const noexcept { return level(severity) != 0; }
+
+    // The level word of the highest severity that the channel is on for, or 0. One load.
+    std::uint32_t highest_level() const noexcept {
+        const std::uint32_t mask = mask_.load(std::memory_order_relaxed) & severity_mask;
+        return std::bit_floor(mask) << 15;
+    }
 
     log_record open_record(std::uint32_t severity) const noexcept;
 

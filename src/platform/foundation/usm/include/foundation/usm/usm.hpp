@@ -71,13 +71,17 @@ public:
 
 private:
     friend struct Detail<scope::EngineScope>;
+    friend class current_engine;
     struct insertion {
         void* object; // the one that stands
         bool is_new;
     };
     using object_slot = std::atomic<void*>;
 
-    void* find(std::size_t id) const noexcept;
+    void* find(std::size_t id) const noexcept {
+        if (id >= capacity_.load(std::memory_order_acquire)) return nullptr;
+        return slots_.load(std::memory_order_acquire)[id].load(std::memory_order_acquire);
+    }
     insertion find_or_insert(std::size_t id, object_ptr& candidate);
     void grow_slots(std::size_t id);
 

@@ -1,0 +1,100 @@
+// What the array list tells its two log channels: how many orphans a context left, and where each of them was added.
+//
+// A channel at fatal severity ends the process behind its report, with the same text.
+#include "matrix/array_list.hpp"
+
+#include <boost/format.hpp>
+
+namespace matrix::internal {
+namespace {
+
+using foundation::core::diag::check;
+using foundation::core::diag::stacktrace_base;
+using foundation::log::basic_diagnostic_logger;
+
+constexpr const char* source_name = "matrix/array_list";
+constexpr int report_line = 261; // readers of the records match on it
+constexpr const char* report_function = "void matrix::internal::ArrayList::clearContextImpl(bool)";
+constexpr const char* in_another_context =
+    "Array list consistency error: Array is on array list in another context:\n"
+    "Possible call to ndSetCell, ndSetField, ndSetFieldByNumber or ndDestroyArray\n"
+    "on input argument";
+
+// Writes one record at the channel's level, and ends the process if that is fatal.
+template <class MakeText>
+void write_record(const basic_diagnostic_logger& channel, MakeText&& make_text) {
+    const std::uint32_t word = channel.highest_level();
+    std::string text = "Expression information is not available.";
+    if (foundation::log::log_record record = channel.open_record(word >> 15)) {
+        text = make_text();
+        record.close(text);
+    }
+    constexpr std::uint32_t fatal_word = foundation::log::severity_fatal << 15;
+    static_assert(fatal_word == 0x4000000);
+    if ((word & ~0x7FFFU) == fatal_word) {
+        foundation::log::detail::terminate(text, source_name, report_line, report_function);
+    }
+}
+
+} // namespace
+
+std::string ArrayList::header_line(std::size_t count) const {
+    return std::to_string(count) + " orphan ndArrays found exiting array list context " +
+           std::to_string(stack_.depth()) + " from:\n" + stacktrace_base::capture().format() + "\n";
+}
+
+void ArrayList::report_orphans(std::size_t count) const {
+    if (stacks_are_on()) {
+        write_record(stacks_channel_, [&] { return header_line(count); });
+        report_each_orphan(count);
+    } else if (orphans_channel_.highest_level() != 0) {
+        write_record(orphans_channel_, [&] {
+            return header_line(count) + "====> Re-run with full diagnostics for details" +
+                   "\n( Event generated in " + report_function + " at line " + std::to_string(report_line) +
+                   " from file " + source_name + " )";
+        });
+    }
+}
+
+void ArrayList::report_each_orphan(std::size_t count) const {
+    boost::format line("ndArray@%1% (%2% of %3%) orphaned in context %4% at exit. ");
+    std::size_t number = 0;
+    for (std::size_t i = stack_.size(); i > stack_.start(); --i) {
+        const ndArray_tag* const orphan = stack_[i - 1].pointer;
+        if (orphan == nullptr) continue;
+        ++number;
+        write_record(stacks_channel_, [&] {
+            line.clear();
+            return (line % orphan % number % count % stack_.depth()).str() + origin_of(orphan);
+        });
+    }
+}
+
+std::string ArrayList::origin_of(const ndArray_tag* orphan) const {
+    const auto record = m_arrayDebug.find(orphan);
+    if (record == m_arrayDebug.end() || !record->second.has_stack) {
+        return "**No record of this array being pushed onto list**";
+    }
+    return "Originally pushed onto array list from:\n" + record->second.stack.format();
+}
+
+void ArrayList::addArrayDebug(const ndArray_tag* array) {
+    check(array != nullptr, "Array list consistency error: Cannot add null to array list");
+    const auto [record, is_new] =
+        m_arrayDebug.try_emplace(array, debug_record{stack_.depth(), true, stacktrace_base::capture()});
+    if (is_new) return;
+    check(record->second.context != stack_.depth(),
+          "Array list consistency error: Array is already on array list");
+    check(record->second.context == stack_.depth(), in_another_context);
+}
+
+void ArrayList::removeArrayDebug(const ndArray_tag* array) {
+    check(array != nullptr, "Array list consistency error: Cannot remove null from array list");
+    const auto record = m_arrayDebug.find(array);
+    check(record != m_arrayDebug.end(), "Array list consistency error: Array is not on array list");
+    if (record == m_arrayDebug.end()) return;
+    check(record->second.context == stack_.depth(), in_another_context);
+    m_arrayDebug.erase(record);
+}
+
+} // namespace matrix::internal

@@ -1,0 +1,121 @@
+// A stack of contexts over one list of pointers: what the alloc list and the array list have in common.
+//
+// All contexts lie behind one another in m_data, oldest first; m_contexts holds where each begins, the last one is current.
+// Taking an entry out of the middle leaves a null hole; taking the last one out shortens the list past the holes before it.
+//
+// Entries mostly leave in reverse order, or near the one that left last: the newest costs one comparison, and a hint makes a
+// run of neighbours linear overall. The hint changes how long a search takes, never what it finds.
+#pragma once
+
+#include <boost/container/small_vector.hpp>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace matrix::internal {
+
+/// Entry: a struct with a member pointer that is null in a hole.
+template <class Entry, std::size_t InlineEntries>
+class context_stack {
+public:
+    using pointer = decltype(Entry::pointer);
+    static constexpr std::size_t not_found = ~std::size_t{0};
+
+    context_stack() { push(); }
+
+    bool has_context() const noexcept { return m_hasCurrentContext; }
+    std::size_t depth() const noexcept { return m_contexts.size(); }
+    std::size_t start() const noexcept { return m_contexts.back(); }
+    std::size_t size() const noexcept { return m_data.size(); }
+    Entry& operator[](std::size_t i) noexcept { return m_data[i]; }
+    const Entry& operator[](std::size_t i) const noexcept { return m_data[i]; }
+
+    /// Opens a context at the end of the list. Raises std::bad_alloc.
+    void push() {
+        m_contexts.push_back(m_data.size());
+        m_hasCurrentContext = true;
+        hint_ = not_found;
+    }
+
+    /// Closes the current context, whose entries are gone.
+    void pop() noexcept {
+        m_contexts.pop_back();
+        m_hasCurrentContext = !m_contexts.empty();
+        hint_ = not_found;
+    }
+
+    /// Moves the current context's start: entries before it belong to the outer context from now on.
+    void move_start(std::size_t start) noexcept { m_contexts.back() = start; }
+
+    bool has_room() const noexcept { return m_data.size() < m_data.capacity(); }
+
+    /// Room for one more entry, so that the next append can't fail. Grows as m_data grows by itself. Raises std::bad_alloc.
+    void reserve_one() {
+        if (!has_room()) m_data.reserve(std::max(m_data.size() + 1, m_data.capacity() / 5 * 8));
+    }
+
+    /// Raises std::bad_alloc, but never while has_room().
+    void append(const Entry& entry) {
+        m_data.push_back(entry);
+        hint_ = not_found;
+    }
+
+    /// Number of entries of the current context that aren't holes.
+    std::size_t count_current() const noexcept {
+        std::size_t count = 0;
+        for (std::size_t i = start(); i < m_data.size(); ++i) count += m_data[i].pointer != nullptr ? 1 : 0;
+        return count;
+    }
+
+    /// Drops the current context's entries.
+    void shorten_to_start() noexcept {
+        while (m_data.size() > start()) m_data.pop_back();
+        hint_ = not_found;
+    }
+
+    /// True when p is the newest entry of the current context; it is then gone, with the holes before it.
+    bool remove_newest(pointer p) noexcept {
+        if (m_data.size() <= start() || m_data.back().pointer != p) return false;
+        do {
+            m_data.pop_back();
+        } while (m_data.size() > start() && m_data.back().pointer == nullptr);
+        hint_ = not_found;
+        return true;
+    }
+
+    bool has_hint() const noexcept { return hint_ != not_found; }
+
+    /// Where p stands in the current context, searched backwards from the end.
+    std::size_t find_backwards(pointer p) const noexcept {
+        for (std::size_t i = m_data.size(); i > start(); --i) {
+            if (m_data[i - 1].pointer == p) return i - 1;
+        }
+        return not_found;
+    }
+
+    /// Where p stands in the current context, searched from the hint in both directions in turn. The hint is dropped.
+    std::size_t find_from_hint(pointer p) noexcept {
+        std::size_t below = hint_;
+        std::size_t above = hint_;
+        hint_ = not_found;
+        while (below > start() || above < m_data.size()) {
+            if (below > start() && m_data[--below].pointer == p) return below;
+            if (above < m_data.size() && m_data[above++].pointer == p) return above - 1;
+        }
+        return not_found;
+    }
+
+    /// Makes a hole at i and starts the next search there.
+    void make_hole(std::size_t i) noexcept {
+        m_data[i].pointer = nullptr;
+        hint_ = i;
+    }
+
+private:
+    boost::container::small_vector<Entry, InlineEntries> m_data;
+    boost::container::small_vector<std::size_t, 32> m_contexts;
+    bool m_hasCurrentContext = false;
+    std::size_t hint_ = not_found;
+};
+
+} // namespace matrix::internal

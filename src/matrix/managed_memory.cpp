@@ -1,0 +1,116 @@
+// The managed allocation family: three tiers over one heap.
+//
+//   ndMalloc ...         on the current alloc list; out of memory raises in mode 1, else gives null
+//   ndMallocEx ...       off the list; null
+//   ndMallocExCheck ...  off the list; raises in mode 1, else gives null
+#include "matrix/alloc_list.hpp"
+#include "matrix/frame.hpp"
+#include "matrix/header_factory.hpp"
+
+#include <nd/errors.hpp>
+#include <nd/memory.hpp>
+#include <nd/messages.hpp>
+
+#include <foundation/core/mem/aligned_heap.hpp>
+
+#include <limits>
+#include <new>
+
+namespace matrix::detail::noninlined::nd_array_api {
+
+using namespace internal;
+
+namespace {
+
+const foundation::core::mem::aligned_heap& heap() noexcept {
+    return foundation::core::mem::aligned_heap_instance();
+}
+
+[[gnu::noinline, gnu::cold]] void* out_of_memory() {
+    if (errors_leave_as_exceptions()) ndErrMsgId(TARVEL::legacy_two_part::nomem());
+    return nullptr;
+}
+
+// A block that the list has no room for is given back: an untracked block would leak with its owner.
+void* listed(void* block) {
+    try {
+        add_to_alloc_list(block);
+        return block;
+    } catch (const std::bad_alloc&) {
+        heap().free(block);
+        return out_of_memory();
+    }
+}
+
+bool product_overflows(std::size_t n, std::size_t size) noexcept {
+    return n > 1 && size > std::numeric_limits<std::size_t>::max() / n;
+}
+
+} // namespace
+
+void* ndMallocEx(std::size_t size) { return size == 0 ? nullptr : heap().malloc(size); }
+
+void* ndMallocExCheck(std::size_t size) {
+    if (size == 0) return nullptr;
+    void* const block = heap().malloc(size);
+    return block != nullptr ? block : out_of_memory();
+}
+
+void* ndMalloc(std::size_t size) {
+    void* const block = ndMallocExCheck(size);
+    return block == nullptr ? nullptr : listed(block);
+}
+
+void* ndCallocEx(std::size_t n, std::size_t size) {
+    if (n == 0 || size == 0 || product_overflows(n, size)) return nullptr;
+    return heap().calloc(n, size);
+}
+
+void* ndCallocExCheck(std::size_t n, std::size_t size) {
+    if (n == 0 || size == 0) return nullptr;
+    void* const block = ndCallocEx(n, size);
+    return block != nullptr ? block : out_of_memory();
+}
+
+void* ndCalloc(std::size_t n, std::size_t size) {
+    void* const block = ndCallocExCheck(n, size);
+    return block == nullptr ? nullptr : listed(block);
+}
+
+void* ndReallocEx(void* p, std::size_t size) {
+    if (size == 0) {
+        free_data(p);
+        return nullptr;
+    }
+    return p == nullptr ? heap().malloc(size) : heap().realloc(p, size);
+}
+
+void* ndReallocExCheck(void* p, std::size_t size) {
+    void* const block = ndReallocEx(p, size);
+    return block != nullptr || size == 0 ? block : out_of_memory();
+}
+
+void* ndRealloc(void* p, std::size_t size) {
+    try {
+        if (size != 0) reserve_on_alloc_list(); // once the block has moved, nothing may fail any more
+    } catch (const std::bad_alloc&) {
+        return out_of_memory();
+    }
+    void* const block = ndReallocEx(p, size);
+    if (block == nullptr && size != 0 && errors_leave_as_exceptions()) return out_of_memory();
+    if (block == p) return block;
+    // Also after a failure that doesn't raise: the old block stays allocated and is its owner's affair from now on.
+    if (p != nullptr) removeFromAllocList(p);
+    if (block != nullptr) add_to_alloc_list(block);
+    return block;
+}
+
+void ndFreeEx(void* p) { free_data(p); }
+
+void ndFree(void* p) {
+    if (p == nullptr) return;
+    removeFromAllocList(p);
+    free_data(p);
+}
+
+} // namespace matrix::detail::noninlined::nd_array_api

@@ -1,0 +1,21 @@
+// The current engine of the calling thread, for lookups on hot paths inside the library: no call, no lock.
+#pragma once
+
+#include <foundation/usm/usm.hpp>
+
+namespace foundation::usm {
+
+class current_engine {
+public:
+    /// The current engine's object or null: four loads.
+    static void* find(std::size_t id) noexcept { return engine_ != nullptr ? engine_->find(id) : nullptr; }
+
+private:
+    friend class EngineInstance;
+    friend class EngineActivation;
+
+    // Constant-initialised: reading it is one load relative to the thread pointer.
+    [[gnu::tls_model("initial-exec")]] static constinit thread_local EngineInstance* engine_;
+};
+
+} // namespace foundation::usm
