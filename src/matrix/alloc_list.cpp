@@ -33,7 +33,7 @@ AllocList::~AllocList() {
 
 void AllocList::add(void* block) {
     if (block == nullptr || !has_context(stack_)) return;
-    stack_.append({block});
+    stack_.append(block);
 }
 
 void AllocList::remove(void* block) noexcept {

@@ -42,6 +42,7 @@ public:
 
 private:
     struct block_entry {
+        explicit block_entry(void* block) noexcept : pointer(block) {}
         void* pointer;
     };
     context_stack<block_entry, 3> stack_;

@@ -56,7 +56,7 @@ ndArray_tag* header_factory::make_matrix(NdArrayTypeId code, std::size_t m, std:
     header_block block(allocate_header_block(sizeof(ndArray_tag)));
     void* const data = allocate_data(bytes, init);
     auto* array = new (block.release()) ndArray_tag;
-    start(array, class_of(code), m, n, flags_of_matrix(code, m, n));
+    start(array, class_of(code), m, n, flags_of_matrix(code, m * n));
     array->pdata = data;
     return array;
 }

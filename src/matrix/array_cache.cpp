@@ -96,8 +96,7 @@ void detail::zero_large_block(ndArray_tag* pair, std::size_t bytes) noexcept {
     std::memset(pair->pdata, 0, bytes);
 }
 
-// A pair that owns more than its block, or a bin that can't take it as it stands.
-void detail::recycle_with_care(ndArray_tag* array) noexcept {
+void recycle_pair(ndArray_tag* array) noexcept {
     array->parent = nullptr;
     free_dims(array);
     free_share_record(array);
@@ -108,7 +107,7 @@ void detail::recycle_with_care(ndArray_tag* array) noexcept {
         finish_header(array);
         return;
     }
-    link_pair(cache->bins[bin_number_of(array)], array);
+    detail::link_pair(cache->bins[bin_number_of(array)], array);
 }
 
 } // namespace matrix::internal

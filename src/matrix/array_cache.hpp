@@ -22,6 +22,7 @@
 #include <nd/create.hpp>
 
 #include <array>
+#include <bit>
 #include <cstring>
 
 namespace matrix::internal {
@@ -72,6 +73,15 @@ inline std::size_t bin_number_of(const ndArray_tag* array) noexcept {
 }
 inline std::size_t bin_size_of(const ndArray_tag* array) noexcept { return bin_sizes[bin_number_of(array)]; }
 
+/// The calling thread's bin for a pair. Its place among the bins comes straight out of flags, since what follows an array's
+/// creation at once waits for it.
+[[gnu::always_inline]] inline ArrayCache::bin& bin_of(const ndArray_tag* array) noexcept {
+    constexpr unsigned bits_of_bin = std::bit_width(sizeof(ArrayCache::bin)) - 1;
+    static_assert(sizeof(ArrayCache::bin) == std::size_t{1} << bits_of_bin && bits_of_bin <= flag_bin_shift);
+    const std::size_t offset = (array->flags & flag_bin_mask) >> (flag_bin_shift - bits_of_bin);
+    return *reinterpret_cast<ArrayCache::bin*>(reinterpret_cast<std::byte*>(the_cache.bins.data()) + offset);
+}
+
 constexpr std::uint32_t flags_of_bin(std::size_t bin_number) noexcept {
     return flag_cached_header | static_cast<std::uint32_t>(bin_number << flag_bin_shift);
 }
@@ -111,8 +121,6 @@ inline void zero_block(ndArray_tag* pair, std::size_t bin_number) noexcept {
     for (std::size_t at = 0; at < size; at += step) std::memset(block + at, 0, step);
 }
 
-void recycle_with_care(ndArray_tag* array) noexcept;
-
 } // namespace detail
 
 /// A pair of the bin that holds this size, made into an m by n array of local scope. Null when the way isn't this short:
@@ -121,13 +129,14 @@ void recycle_with_care(ndArray_tag* array) noexcept;
                                                            DataInitialization init) noexcept {
     if (!cache_enabled || m > largest_cached_block || n > largest_cached_block) return nullptr;
     const std::int32_t class_id = class_of(code);
-    const std::size_t bytes = m * n * element_size(code);
+    const std::size_t count = m * n;
+    const std::size_t bytes = count * element_size(code);
     if (bytes - 1 >= largest_cached_block || !has_plain_elements(class_id)) return nullptr;
     const std::size_t bin_number = bin_of_size[bytes];
     ndArray_tag* const pair = detail::unlink_pair(bin_number);
     if (pair == nullptr) [[unlikely]]
         return nullptr;
-    header_factory::start(pair, class_id, m, n, flags_of_bin(bin_number) | flags_of_matrix(code, m, n));
+    header_factory::start(pair, class_id, m, n, flags_of_bin(bin_number) | flags_of_matrix(code, count));
     if (init == DataInitialization::zeroed) detail::zero_block(pair, bin_number);
     return pair;
 }
@@ -137,10 +146,13 @@ void recycle_with_care(ndArray_tag* array) noexcept;
 array_ptr take_pair(NdArrayTypeId code, dims_view dims, std::size_t bytes, DataInitialization init);
 
 /// Puts the pair of an ended array into the calling thread's bin, or finishes it when the bin is full. Can't fail.
-inline void recycle_pair(ndArray_tag* array) noexcept {
-    ArrayCache::bin& bin = the_cache.bins[bin_number_of(array)];
-    if (!has_inline_dims(array) || array->share_record != nullptr || bin.count >= bin.max_count) [[unlikely]]
-        return detail::recycle_with_care(array);
+void recycle_pair(ndArray_tag* array) noexcept;
+
+/// The same for a pair that owns nothing beside its block: inline dimensions, no share record.
+[[gnu::always_inline]] inline void recycle_whole_pair(ndArray_tag* array) noexcept {
+    ArrayCache::bin& bin = bin_of(array);
+    if (bin.count >= bin.max_count) [[unlikely]]
+        return recycle_pair(array);
     array->parent = nullptr;
     detail::link_pair(bin, array);
 }

@@ -45,7 +45,7 @@ void ArrayList::add(ndArray_tag* array) {
     if (!stack_.has_context()) return;
     stack_.reserve_one();
     if (stacks_are_on()) addArrayDebug(array);
-    stack_.append({array, ++added_});
+    stack_.append(array, ++added_);
     if (added_ == serial_to_break_on_) std::raise(SIGTRAP);
 }
 

@@ -35,18 +35,24 @@ public:
     void remove(ndArray_tag* array) noexcept;
 
     /// add() where it comes down to an append: false when there is more to do or it might fail, and nothing is done then.
-    bool add_at_once(ndArray_tag* array) noexcept {
+    [[gnu::always_inline]] bool add_at_once(ndArray_tag* array) noexcept {
         if (!stack_.has_room() || stacks_are_on() || added_ + 1 == serial_to_break_on_ ||
             !stack_.has_context())
             return false;
-        stack_.append({array, ++added_});
+        stack_.append_in_room(array, ++added_);
         return true;
     }
 
     /// remove() where it comes down to a comparison with the newest entry.
-    bool remove_at_once(ndArray_tag* array) noexcept {
+    [[gnu::always_inline]] bool remove_at_once(ndArray_tag* array) noexcept {
         if (!stack_.has_context() || stacks_are_on() || !m_arrayDebug.empty()) return false;
         return stack_.remove_newest(array);
+    }
+
+    /// remove() where the array is the one made after the one that left last: arrays end in the order of their creation.
+    [[gnu::always_inline]] bool remove_in_order(ndArray_tag* array) noexcept {
+        if (!stack_.has_context() || stacks_are_on() || !m_arrayDebug.empty()) return false;
+        return stack_.remove_behind_hint(array);
     }
 
     /// Raises std::bad_alloc.
@@ -65,6 +71,7 @@ public:
 
 private:
     struct array_entry {
+        array_entry(ndArray_tag* array, std::uint64_t number) noexcept : pointer(array), serial(number) {}
         ndArray_tag* pointer;
         std::uint64_t serial; // how many arrays had been added before, plus one
     };
@@ -84,7 +91,7 @@ private:
     void keep_in_outer_context(std::span<ndArray_tag* const> keep) noexcept;
     void addArrayDebug(const ndArray_tag* array);
     void removeArrayDebug(const ndArray_tag* array);
-    bool stacks_are_on() const noexcept { return stacks_channel_.highest_level() != 0; }
+    [[gnu::always_inline]] bool stacks_are_on() const noexcept { return stacks_channel_.is_on_at_all(); }
 
     context_stack<array_entry, 16> stack_;
     std::uint64_t added_ = 0;

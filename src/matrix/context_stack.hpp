@@ -54,9 +54,18 @@ public:
         if (!has_room()) m_data.reserve(std::max(m_data.size() + 1, m_data.capacity() / 5 * 8));
     }
 
-    /// Raises std::bad_alloc, but never while has_room().
-    void append(const Entry& entry) {
-        m_data.push_back(entry);
+    /// Appends an entry made of fields. Raises std::bad_alloc.
+    template <class... Fields>
+    void append(Fields... fields) {
+        reserve_one();
+        append_in_room(fields...);
+    }
+
+    /// The same while has_room(): can't fail.
+    template <class... Fields>
+    [[gnu::always_inline]] void append_in_room(Fields... fields) noexcept {
+        if (!has_room()) __builtin_unreachable(); // leaves growth out of the code
+        m_data.emplace_back(fields...);
         hint_ = not_found;
     }
 
@@ -74,12 +83,20 @@ public:
     }
 
     /// True when p is the newest entry of the current context; it is then gone, with the holes before it.
-    bool remove_newest(pointer p) noexcept {
-        if (m_data.size() <= start() || m_data.back().pointer != p) return false;
-        do {
-            m_data.pop_back();
-        } while (m_data.size() > start() && m_data.back().pointer == nullptr);
+    [[gnu::always_inline]] bool remove_newest(pointer p) noexcept {
+        const std::size_t first = start();
+        if (m_data.size() <= first || m_data.back().pointer != p) return false;
         hint_ = not_found;
+        m_data.pop_back();
+        while (m_data.size() > first && m_data.back().pointer == nullptr) [[unlikely]] m_data.pop_back();
+        return true;
+    }
+
+    /// True when p stands right behind the hint, where a run in order of creation goes on; it is then gone.
+    [[gnu::always_inline]] bool remove_behind_hint(pointer p) noexcept {
+        const std::size_t next = hint_ + 1; // 0 without a hint
+        if (next == 0 || next >= m_data.size() || m_data[next].pointer != p) return false;
+        make_hole(next);
         return true;
     }
 
@@ -96,7 +113,7 @@ public:
     /// Where p stands in the current context, searched from the hint in both directions in turn. The hint is dropped.
     std::size_t find_from_hint(pointer p) noexcept {
         std::size_t below = hint_;
-        std::size_t above = hint_;
+        std::size_t above = hint_ + 1; // at the hint itself is a hole
         hint_ = not_found;
         while (below > start() || above < m_data.size()) {
             if (below > start() && m_data[--below].pointer == p) return below;

@@ -190,32 +190,67 @@ void log_deleter_event(const char* text) noexcept {
     }
 }
 
-// What the shortest ways out of destroyArray have in common: nothing to leave but perhaps the array list, and nothing below.
-bool ends_at_once(ndArray_tag* array, std::uint32_t flags_tested, std::uint32_t flags_wanted) noexcept {
-    return (array->flags & flags_tested) == flags_wanted && has_plain_elements(array->class_id) &&
-           array->dims32 == nullptr && (array->scope != ndTEMPORARY_SCOPE || leave_list_at_once(array));
+// Nothing that the header owns beside its block, and nothing that it hangs from.
+[[gnu::always_inline]] inline bool owns_its_block_only(const ndArray_tag* array) noexcept {
+    return has_plain_elements(array->class_id) && array->share_record == nullptr && array->dims32 == nullptr;
 }
 
-// A pair that goes back to its bin as it is. A share record is seen to on the way into the bin.
-bool recycle_at_once(ndArray_tag* array) noexcept {
-    constexpr std::uint32_t tested = flag_cached_header | flag_shared_data | flag_on_collection_list;
-    if (array->hasCustomDeleter() || !ends_at_once(array, tested, flag_cached_header)) return false;
-    recycle_pair(array);
-    return true;
+// A pair that goes back to its bin as it is, once it's off the array list.
+[[gnu::always_inline]] inline bool fits_its_bin(const ndArray_tag* array) noexcept {
+    constexpr std::uint32_t tested =
+        flag_cached_header | flag_inline_dims | flag_shared_data | flag_on_collection_list;
+    return (array->flags & tested) == (flag_cached_header | flag_inline_dims) && owns_its_block_only(array);
 }
 
 // A plain header with a block of its own.
-bool finish_at_once(ndArray_tag* array) noexcept {
+bool is_plain(const ndArray_tag* array) noexcept {
     constexpr std::uint32_t tested = flag_cached_header | flag_shared_data | flag_on_collection_list |
                                      flag_inline_dims | flag_sparse | flags_data_not_owned;
-    if (array->share_record != nullptr || array->root_record != nullptr ||
-        !ends_at_once(array, tested, flag_inline_dims)) {
-        return false;
-    }
+    return (array->flags & tested) == flag_inline_dims && owns_its_block_only(array) &&
+           array->root_record == nullptr;
+}
+
+void finish_plain(ndArray_tag* array) noexcept {
     array->scope = ndUNKNOWN_SCOPE;
     free_data(array->pdata);
     poison_and_free(array);
-    return true;
+}
+
+// The short ways out of destroyArray that end_array() would find as well, but later. Each is a function of its own, so that
+// none saves registers for the next.
+[[gnu::noinline]] void end_plain(ndArray_tag* array) noexcept {
+    if (is_plain(array)) return finish_plain(array);
+    end_array(array);
+}
+
+[[gnu::noinline]] void end_listed(ndArray_tag* array) noexcept {
+    if (!leave_list_in_order(array)) leave_array_list(array);
+    array->scope = ndLOCAL_SCOPE;
+    if (fits_its_bin(array)) return recycle_whole_pair(array);
+    end_plain(array);
+}
+
+[[gnu::noinline]] void end_temporary(ndArray_tag* array) noexcept {
+    if (!leave_list_at_once(array)) return end_listed(array);
+    if (fits_its_bin(array)) [[likely]]
+        return recycle_whole_pair(array);
+    array->scope = ndLOCAL_SCOPE;
+    end_plain(array);
+}
+
+// One owner lets go. In line in each entry point that does this: a whole pair then needs no further call.
+[[gnu::always_inline]] inline void let_go(ndArray_tag* array) noexcept {
+    if (array == nullptr) [[unlikely]]
+        return;
+    if (array->ref_count >= 2 || array->internal_ref_count != 0) [[unlikely]] {
+        --array->ref_count;
+    } else if (array->scope == ndTEMPORARY_SCOPE) {
+        end_temporary(array);
+    } else if (fits_its_bin(array)) [[likely]] {
+        recycle_whole_pair(array);
+    } else {
+        end_plain(array);
+    }
 }
 
 bool pair_is_whole(const ndArray_tag* array) noexcept {
@@ -259,15 +294,7 @@ void end_array(ndArray_tag* array) noexcept {
 
 namespace matrix {
 
-void destroyArray(ndArray_tag* array) {
-    if (array == nullptr) return;
-    if (array->ref_count >= 2 || array->internal_ref_count != 0) {
-        --array->ref_count;
-        return;
-    }
-    if (internal::recycle_at_once(array) || internal::finish_at_once(array)) return;
-    internal::end_array(array);
-}
+void destroyArray(ndArray_tag* array) { internal::let_go(array); }
 
 void detail::ndDestroy_deleter::operator()(const ndArray_tag* array) const noexcept {
     destroyArray(const_cast<ndArray_tag*>(array));
@@ -277,7 +304,7 @@ void detail::ndDestroy_deleter::operator()(const ndArray_tag* array) const noexc
 
 namespace matrix::detail::noninlined::nd_array_api {
 
-void ndDestroyArray(ndArray_tag* array) { destroyArray(array); }
+void ndDestroyArray(ndArray_tag* array) { internal::let_go(array); }
 
 void ndReleaseInternalReference(ndArray_tag* array) {
     if (array->internal_ref_count >= 2 || array->ref_count != 0) {
@@ -298,4 +325,4 @@ void intrusive_ptr_add_ref(ndArray_tag* array) {
     ++array->ref_count;
 }
 
-void intrusive_ptr_release(ndArray_tag* array) { matrix::destroyArray(array); }
+void intrusive_ptr_release(ndArray_tag* array) { matrix::internal::let_go(array); }

@@ -3,6 +3,7 @@
 
 #include "platform/foundation/usm/current_engine.hpp"
 
+#include <atomic>
 #include <memory>
 #include <typeinfo>
 
@@ -12,14 +13,21 @@ template <class T>
 class engine_object {
     using store = foundation::usm::Detail<foundation::usm::scope::EngineScope>;
 
+    // Asked for when the first object is made. Until then no engine has one, and no store has a place for this number.
+    static constexpr std::size_t not_asked = ~std::size_t{0};
+    static inline constinit std::atomic<std::size_t> id_{not_asked};
+
     static std::size_t id() {
         static const std::size_t number = store::getNextID(typeid(T));
+        id_.store(number, std::memory_order_relaxed);
         return number;
     }
 
 public:
-    /// The current engine's object; null when there is none or no engine is active.
-    static T* find() noexcept { return static_cast<T*>(foundation::usm::current_engine::find(id())); }
+    /// The current engine's object; null when there is none or no engine is active. A handful of loads.
+    [[gnu::always_inline]] static T* find() noexcept {
+        return static_cast<T*>(foundation::usm::current_engine::find(id_.load(std::memory_order_relaxed)));
+    }
 
     /// The same, made if missing; null when no engine is active. Another thread may have made it meanwhile: one stands, the
     /// loser is destroyed. Raises std::bad_alloc.

@@ -34,11 +34,16 @@ ndArray_tag* framed_creator(Body&& body) {
     });
 }
 
-/// The same for a result that is there: no frame is entered where nothing can fail.
-[[gnu::always_inline]] inline ndArray_tag* as_temporary(ndArray_tag* result) {
-    if (!the_module.array_lists || make_temporary_at_once(result)) [[likely]]
-        return result;
+/// The same for a result that is there. Out of line, so that callers need no stack frame for what few of them reach.
+[[gnu::noinline, gnu::cold]] inline ndArray_tag* put_on_array_list_slowly(ndArray_tag* result) {
     return framed_creator([&] { return array_ptr(result); });
+}
+[[gnu::noinline]] inline ndArray_tag* put_on_array_list(ndArray_tag* result) {
+    return make_temporary_at_once(result) ? result : put_on_array_list_slowly(result);
+}
+
+[[gnu::always_inline]] inline ndArray_tag* as_temporary(ndArray_tag* result) {
+    return the_module.array_lists ? put_on_array_list(result) : result;
 }
 
 } // namespace matrix::internal

@@ -50,9 +50,9 @@ constexpr std::uint32_t flags_of_code(NdArrayTypeId code) noexcept {
     return (is_complex_code(code) ? flag_complex : 0U) | (is_numeric(code) ? flag_numeric : 0U);
 }
 
-/// The flags of a full m by n array.
-constexpr std::uint32_t flags_of_matrix(NdArrayTypeId code, std::size_t m, std::size_t n) noexcept {
-    const bool scalar_double = class_of(code) == ndDOUBLE_CLASS && m == 1 && n == 1;
+/// The flags of a full two-dimensional array of count elements.
+constexpr std::uint32_t flags_of_matrix(NdArrayTypeId code, std::size_t count) noexcept {
+    const bool scalar_double = class_of(code) == ndDOUBLE_CLASS && count == 1;
     return flag_inline_dims | flags_of_code(code) | (scalar_double ? flag_scalar_double : 0U);
 }
 

@@ -22,7 +22,9 @@ struct MatrixLibraryContext {
 };
 
 /// The current engine's context or null: a handful of loads.
-inline MatrixLibraryContext* find_context() noexcept { return engine_object<MatrixLibraryContext>::find(); }
+[[gnu::always_inline]] inline MatrixLibraryContext* find_context() noexcept {
+    return engine_object<MatrixLibraryContext>::find();
+}
 
 /// The current engine's context, made if missing; null when no engine is active. Raises std::bad_alloc.
 MatrixLibraryContext* find_or_make_context();

@@ -13,7 +13,7 @@ void set_scope(ndArray_tag* array, ndVariableScope scope);
 
 /// set_scope(array, ndTEMPORARY_SCOPE) for a new array, where that comes down to an append; false when it doesn't, and
 /// nothing is done then.
-inline bool make_temporary_at_once(ndArray_tag* array) noexcept {
+[[gnu::always_inline]] inline bool make_temporary_at_once(ndArray_tag* array) noexcept {
     MatrixLibraryContext* const context = find_context();
     if (context == nullptr || !context->array_list.add_at_once(array)) return false;
     array->scope = ndTEMPORARY_SCOPE;
@@ -21,9 +21,15 @@ inline bool make_temporary_at_once(ndArray_tag* array) noexcept {
 }
 
 /// Takes a temporary off its list where it is the newest one there; false when it isn't, and nothing is done then.
-inline bool leave_list_at_once(ndArray_tag* array) noexcept {
+[[gnu::always_inline]] inline bool leave_list_at_once(ndArray_tag* array) noexcept {
     MatrixLibraryContext* const context = find_context();
     return context != nullptr && context->array_list.remove_at_once(array);
+}
+
+/// The same where the array isn't the newest one, but arrays are leaving in the order of their creation.
+[[gnu::always_inline]] inline bool leave_list_in_order(ndArray_tag* array) noexcept {
+    MatrixLibraryContext* const context = find_context();
+    return context != nullptr && context->array_list.remove_in_order(array);
 }
 
 } // namespace matrix::internal

@@ -8,7 +8,9 @@ namespace foundation::usm {
 class current_engine {
 public:
     /// The current engine's object or null: four loads.
-    static void* find(std::size_t id) noexcept { return engine_ != nullptr ? engine_->find(id) : nullptr; }
+    [[gnu::always_inline]] static void* find(std::size_t id) noexcept {
+        return engine_ != nullptr ? engine_->find(id) : nullptr;
+    }
 
 private:
     friend class EngineInstance;

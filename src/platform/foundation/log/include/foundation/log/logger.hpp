@@ -63,6 +63,9 @@ public:
         return std::bit_floor(mask) << 15;
     }
 
+    // Whether it is on for any severity.
+    bool is_on_at_all() const noexcept { return (mask_.load(std::memory_order_relaxed) & severity_mask) != 0; }
+
     log_record open_record(std::uint32_t severity) const noexcept;
 
     // Opens a record, writes the text and closes it; nothing if the record can't be opened.

@@ -78,7 +78,7 @@ private:
     };
     using object_slot = std::atomic<void*>;
 
-    void* find(std::size_t id) const noexcept {
+    [[gnu::always_inline]] void* find(std::size_t id) const noexcept {
         if (id >= capacity_.load(std::memory_order_acquire)) return nullptr;
         return slots_.load(std::memory_order_acquire)[id].load(std::memory_order_acquire);
     }
