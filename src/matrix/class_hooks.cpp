@@ -1,12 +1,15 @@
-// The answers of the array model on its own: no class system is registered, function handles have no contents.
-// The object hooks are real: an engine may install them before any object exists.
+// The answers of the array model on its own: no class system is registered, function handles have no contents, a colon object
+// is what its header says. The object hooks are real: an engine may install them before any object exists.
 #include "matrix/class_hooks.hpp"
 
 #include "matrix/class_table.hpp"
+#include "matrix/dimensions.hpp"
+#include "matrix/object_info.hpp"
 
 #include <nd/create.hpp>
 
 #include <atomic>
+#include <string_view>
 
 namespace matrix::internal {
 namespace {
@@ -23,12 +26,21 @@ void destroy_opaque_payload(ndArray_tag* /*array*/) noexcept {}
 void complete_opaque_dimensions(const ndArray_tag* /*array*/) {}
 
 ndClassID class_id_from_class_system(const ndArray_tag* array) {
-    return static_cast<ndClassID>(array->class_id);
+    const std::int32_t tag_index = array->class_id == ndOBJECT_CLASS ? read_object_info(array).tag_index : 0;
+    return static_cast<ndClassID>(tag_index != 0 ? tag_index : array->class_id);
 }
 
 const char* class_name_from_class_system(const ndArray_tag* array) {
-    return array->class_id == ndOBJECT_CLASS ? "" : class_rows[ndOPAQUE_CLASS].name;
+    if (array->class_id != ndOBJECT_CLASS) return class_rows[ndOPAQUE_CLASS].name;
+    const char* const name = read_object_info(array).class_name;
+    return name == nullptr ? "" : name;
 }
+
+bool is_class_by_class_system(const ndArray_tag* array, const char* name) {
+    return std::string_view(name) == class_name_from_class_system(array);
+}
+
+std::size_t count_colon_elements(const ndArray_tag* array) { return element_count(array); }
 
 void call_object_create_hook(ndArray_tag* array) {
     if (auto* hook = object_create_hook.load(std::memory_order_acquire)) hook(array);

@@ -1,4 +1,5 @@
-// What the library asks of things that live above the array model: function handles, opaque class systems, object hooks.
+// What the library asks of things that live above the array model: function handles, opaque class systems, colon objects,
+// object hooks.
 // Declared here, so that the model never includes upwards; filled by the folders above it.
 #pragma once
 
@@ -25,6 +26,12 @@ ndClassID class_id_from_class_system(const ndArray_tag* array);
 
 /// Class name of an opaque array or an object.
 const char* class_name_from_class_system(const ndArray_tag* array);
+
+/// Whether an opaque array is of the class with this name; name isn't null.
+bool is_class_by_class_system(const ndArray_tag* array, const char* name);
+
+/// How many elements the range of a colon object has.
+std::size_t count_colon_elements(const ndArray_tag* array);
 
 /// Calls the hook for a new header of class object.
 void call_object_create_hook(ndArray_tag* array);

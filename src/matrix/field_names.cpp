@@ -1,10 +1,15 @@
 // Field names while no struct has any: the three words of a struct-like header are zero.
 #include "matrix/field_names.hpp"
 
+#include "matrix/object_info.hpp"
+
 namespace matrix::internal {
 
 std::size_t field_count(const ndArray_tag* /*array*/) noexcept { return 0; }
 
-void release_struct_info(ndArray_tag* array) noexcept { array->info_a = array->info_b = array->info_c = 0; }
+void release_struct_info(ndArray_tag* array) noexcept {
+    free_object_info(array);
+    array->info_a = array->info_b = 0;
+}
 
 } // namespace matrix::internal

@@ -14,7 +14,12 @@ IDS = {
     "numeric": "TARVEL:numericArgRequired",
     "complex": "TARVEL:matrix:illegalComplexArray",
 }
-VALUES = {"ndClassID": "ndDOUBLE_CLASS", "ndComplexity": "ndREAL", "double": "1", "float": "1", "bool": "true", "int": "0"}
+VALUES = {
+    "ndClassID": "ndDOUBLE_CLASS", "ndComplexity": "ndREAL", "double": "1", "float": "1", "bool": "true", "int": "0",
+    "const char*": '"name"',
+}
+COUNTS = ("ndim", "nsubs")  # how many entries the list beside it has
+LISTS = ("const kvSize*", "const kvIndex*")
 NO_CLASSES = ("-1", "19", "99", "INT_MAX", "INT_MIN")
 
 
@@ -24,9 +29,9 @@ class Call:
     def __init__(self, row, form):
         self.row, self.form = row, form
         pairs = list(zip(row.signature.arguments, form.signature.arguments))
-        self.counts = [own.name for wide, own in pairs if wide.name == "ndim"]
-        self.sizes = [own.name for wide, own in pairs if SIZES.fullmatch(wide.kind) and wide.name != "ndim"]
-        self.lists = [own.name for wide, own in pairs if wide.kind == "const kvSize*"]
+        self.counts = [own.name for wide, own in pairs if wide.name in COUNTS]
+        self.sizes = [own.name for wide, own in pairs if SIZES.fullmatch(wide.kind) and wide.name not in COUNTS]
+        self.lists = [own.name for wide, own in pairs if wide.kind in LISTS]
         self.integer = "int" if form.narrow else "kvSize"
         self.values = {own.name: self.accepted(wide, own) for wide, own in pairs}
 
@@ -37,6 +42,8 @@ class Call:
             return self.shape("2", "3")
         if own.kind.endswith("ndArray_tag*"):
             return "a"
+        if own.kind.endswith("*") and not own.kind.startswith("const "):
+            return "nullptr"
         return VALUES.get(own.kind, "")
 
     def shape(self, first, second):
@@ -66,6 +73,12 @@ def on_array(class_id, complexity, expression):
     return f"with_array({class_id}, {complexity}, [](ndArray_tag* a) {{ return {expression}; }})"
 
 
+def on_any_array(call, expression):
+    """The expression, with an array at hand if the call takes one."""
+    takes_one = "a" in call.values.values()
+    return on_array("ndDOUBLE_CLASS", "ndREAL", expression) if takes_one else expression
+
+
 def null_array(call):
     array = next(a.name for a in call.form.signature.arguments if a.kind.endswith("ndArray_tag*"))
     yield "", call.refused(**{array: "nullptr"})
@@ -80,6 +93,10 @@ def wrong_complexity(call):
     of = call.row.of
     other = "ndREAL" if of["complexity"] == "ndCOMPLEX" else "ndCOMPLEX"
     yield "", on_array(of["class"], other, call.refused())
+
+
+def not_struct(call):
+    yield "", f"with_every_class_but(ndSTRUCT_CLASS, ndCOMPLEX, [](ndArray_tag* a) {{ return {call.refused()}; }})"
 
 
 def complex_array(call):
@@ -106,9 +123,9 @@ def size(call):
 
 def negative_size(call):
     for replaced in call.each_size(("-1", "INT_MIN")):
-        yield IDS["limit"], call.refused(**replaced)
+        yield IDS["limit"], on_any_array(call, call.refused(**replaced))
     for name in call.counts:
-        yield IDS["limit"], call.refused(**{name: "-1"})
+        yield IDS["limit"], on_any_array(call, call.refused(**{name: "-1"}))
 
 
 def class_id(call):
@@ -130,10 +147,18 @@ def narrow_result(call):
         yield IDS["limit"], f"with_long_array([](ndArray_tag* a) {{ return {call.refused()}; }})"
 
 
+def narrow_offset(call):
+    if call.form.narrow:
+        (name,) = call.lists
+        last = call.refused(**{name: call.shape("0", "1")})
+        yield IDS["limit"], f"with_long_array([](ndArray_tag* a) {{ return {last}; }})"
+
+
 MAKERS = {
     "null_array": null_array, "null_ignored": null_array, "wrong_class": wrong_class, "wrong_complexity": wrong_complexity,
     "complex_array": complex_array, "unknown_name": unknown_name, "size": size, "negative_size": negative_size,
-    "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result,
+    "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result, "narrow_offset": narrow_offset,
+    "not_struct": not_struct,
 }
 
 

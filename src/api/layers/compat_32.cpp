@@ -60,4 +60,12 @@ const int* ndGetDimensions(const ndArray_tag* array) {
     return framed([=] { return internal::narrowed_dimensions(array); });
 }
 
+int ndCalcSingleSubscript(const ndArray_tag* array, int nsubs, const int* subs) {
+    return framed([=] {
+        wide_dimensions wide;
+        widen_dimensions(nsubs, subs, wide);
+        return internal::narrowed(nd_array_api::ndCalcSingleSubscript(array, wide.size(), wide.data()));
+    });
+}
+
 } // namespace matrix::detail::noninlined::nd_array_compat_32_api

@@ -1,5 +1,5 @@
-// The typed getters of the newest generation: the elements of an array of one class and complexity as that type.
-// The header is all that is read, so the data are a load away from the caller.
+// The typed accessors of the newest generation: the elements of an array of one class and complexity as that type.
+// A getter reads the header and nothing else, so the data are a load away from the caller.
 #pragma once
 
 #include "matrix/accessors.hpp"
@@ -9,12 +9,26 @@
 
 namespace matrix::detail::noninlined::typed_elements {
 
+/// True for an array, not null, of this class and complexity.
+template <ndClassID Class, ndComplexity Complexity>
+bool fits(const ndArray_tag* array) noexcept {
+    return array != nullptr && array->class_id == Class &&
+           internal::is_complex(array) == (Complexity == ndCOMPLEX);
+}
+
 /// pdata; null for a null array, another class or the other complexity. Owner: the array.
 template <class Element, ndClassID Class, ndComplexity Complexity>
 Element* elements(const ndArray_tag* array) noexcept {
-    const bool fits = array != nullptr && array->class_id == Class &&
-                      internal::is_complex(array) == (Complexity == ndCOMPLEX);
-    return fits ? static_cast<Element*>(array->pdata) : nullptr;
+    return fits<Class, Complexity>(array) ? static_cast<Element*>(array->pdata) : nullptr;
+}
+
+/// Stores data as pdata and returns 1. The block belongs to the array then; the old one is the caller's. Returns 0 with
+/// nothing changed for a null array, another class or the other complexity.
+template <class Element, ndClassID Class, ndComplexity Complexity>
+int set_elements(ndArray_tag* array, Element* data) {
+    if (!fits<Class, Complexity>(array)) return 0;
+    array->set_pdata_untrusted(data, nullptr);
+    return 1;
 }
 
 } // namespace matrix::detail::noninlined::typed_elements

@@ -1,68 +1,22 @@
 /*
- * nd/access.hpp: reading and writing single fields of an array, for code in the engine's process.
+ * nd/access.hpp: reading and writing single fields of an array, for code in the engine's process. Flags, scope, dimensions
+ * and data stand here; nd/class_access.hpp has what goes by class, nd/scalars.hpp single numbers.
  *
  * The functions of nd_array_api don't test for null: a null array is a fault of the caller. Those of published do and answer
  * 0 or null. A function for one class doesn't test for it: on another class it reads the field as it stands. None takes a
  * lock or allocates unless it says so; mutators don't unshare on their own.
+ *
+ * What is said to be raised leaves as an exception in module mode 1. In any other mode the function answers 0 or null, or
+ * returns; nothing has changed then.
  */
 #ifndef ND_ACCESS_HPP
 #define ND_ACCESS_HPP
 
 #include <nd/array.hpp>
+#include <nd/class_access.hpp>
+#include <nd/scalars.hpp>
 
 namespace matrix::detail::noninlined::nd_array_api {
-
-/* Classes. */
-
-/// The class: the stored one up to 16, what the class system says for opaque and object arrays.
-ND_EXPORT ndClassID ndGetClassID(const ndArray_tag* array);
-
-/// The class's name; for opaque and object arrays what the class system says. Valid while the array is.
-ND_EXPORT const char* ndGetClassName(const ndArray_tag* array);
-
-/// The stored class.
-ND_EXPORT ndClassID ndGetArrayType(const ndArray_tag* array);
-
-/// Changes the stored class and nothing of the data: the numeric bit follows, struct information comes or goes, and a class
-/// that can't hold references loses its containment record. May raise what the collection list raises.
-ND_EXPORT void ndSetArrayType(ndArray_tag* array, ndClassID classId);
-
-/// The name of a class number; "unknown" for a number of no class.
-ND_EXPORT const char* ndArrayClassIDName(ndClassID classId);
-
-/// The class number of a name, 0 for the empty and every unknown name.
-ND_EXPORT ndClassID ndClassIDFromClassName(const char* name);
-
-/// Double, single or an integer class.
-ND_EXPORT bool ndIsNumericArrayType(ndClassID classId);
-
-/// Bytes of one element; complex counts when it is exactly ndCOMPLEX; 0 where the class has no such elements.
-ND_EXPORT std::size_t ndGetElementSizeofClassID(ndClassID classId, ndComplexity complexity);
-
-/* Class predicates, by the stored class. */
-
-ND_EXPORT bool ndIsCell(const ndArray_tag* array);
-ND_EXPORT bool ndIsChar(const ndArray_tag* array);
-ND_EXPORT bool ndIsDouble(const ndArray_tag* array);
-ND_EXPORT bool ndIsSingle(const ndArray_tag* array);
-ND_EXPORT bool ndIsLogical(const ndArray_tag* array);
-ND_EXPORT bool ndIsFunctionHandle(const ndArray_tag* array);
-ND_EXPORT bool ndIsOpaque(const ndArray_tag* array);
-ND_EXPORT bool ndIsObject(const ndArray_tag* array);
-ND_EXPORT bool ndIsInt8(const ndArray_tag* array);
-ND_EXPORT bool ndIsInt16(const ndArray_tag* array);
-ND_EXPORT bool ndIsInt32(const ndArray_tag* array);
-ND_EXPORT bool ndIsInt64(const ndArray_tag* array);
-ND_EXPORT bool ndIsUint8(const ndArray_tag* array);
-ND_EXPORT bool ndIsUint16(const ndArray_tag* array);
-ND_EXPORT bool ndIsUint32(const ndArray_tag* array);
-ND_EXPORT bool ndIsUint64(const ndArray_tag* array);
-
-/// Struct or object.
-ND_EXPORT bool ndIsStruct(const ndArray_tag* array);
-
-/// Cell, struct or object.
-ND_EXPORT bool ndIsContainer(const ndArray_tag* array);
 
 /* Flags. */
 
@@ -71,6 +25,10 @@ ND_EXPORT bool ndIsNumeric(const ndArray_tag* array);
 /// Complex and numeric: a char array with the complex bit isn't complex.
 ND_EXPORT bool ndIsComplex(const ndArray_tag* array);
 ND_EXPORT bool ndIsSparse(const ndArray_tag* array);
+/// A range that stores its operands only.
+ND_EXPORT bool ndIsColonObj(const ndArray_tag* array);
+/// The dimensions are asked of the array's class.
+ND_EXPORT bool ndIsIndexingOpaque(const ndArray_tag* array);
 ND_EXPORT bool ndIsFromGlobalWS(const ndArray_tag* array);
 ND_EXPORT void ndSetFromGlobalWS(ndArray_tag* array, bool flag);
 ND_EXPORT bool ndIsEmptySqrBrktArray(const ndArray_tag* array);
@@ -86,13 +44,31 @@ ND_EXPORT bool ndIsReusable(const ndArray_tag* array);
 /// scope but local and temporary. False always works.
 ND_EXPORT void ndSetReusable(ndArray_tag* array, bool flag);
 
-/// One byte of flags that belongs to the user.
+/// The library doesn't own the data: it never frees them, and blocks that the array is given stay with the caller. True
+/// takes the array out of its cache bin.
+ND_EXPORT bool ndIsDataPrivate(const ndArray_tag* array);
+ND_EXPORT void ndSetDataPrivateFlag(ndArray_tag* array, bool flag);
+
+/// The data are private to this array and its shared copies.
+ND_EXPORT bool ndIsShareDataPrivate(const ndArray_tag* array);
+
+/// Really shared: the header has several owners, or several headers use the data. Exact, where
+/// matrix::engine_access::mightBeShared is quick.
+ND_EXPORT bool ndIsSharedArray(const ndArray_tag* array);
+
+/// One byte of flags that belongs to the user: 0 to 255.
 ND_EXPORT int ndGetUserBits(const ndArray_tag* array);
+/// Keeps the low eight bits.
 ND_EXPORT void ndSetUserBits(ndArray_tag* array, int bits);
 
 /* Scope. */
 
 ND_EXPORT ndVariableScope ndGetArrayScope(const ndArray_tag* array);
+/// The same under its older name.
+ND_EXPORT ndVariableScope ndGetArrayScopeField(const ndArray_tag* array);
+ND_EXPORT bool ndIsGlobal(const ndArray_tag* array);
+ND_EXPORT bool ndIsLocal(const ndArray_tag* array);
+ND_EXPORT bool ndIsTemp(const ndArray_tag* array);
 /// The only door to the array list; see ndVariableScope. May raise what adding to the list raises.
 ND_EXPORT void ndSetArrayScope(ndArray_tag* array, ndVariableScope scope);
 
@@ -106,8 +82,16 @@ ND_EXPORT kvSize ndGetM(const ndArray_tag* array);
 /// Product of all dimensions but the first: 12 for 2x3x4.
 ND_EXPORT kvSize ndGetN(const ndArray_tag* array);
 ND_EXPORT kvSize ndGetNumberOfElements(const ndArray_tag* array);
-/// True when any dimension is 0.
+/// True when any dimension is 0; for a colon object, when its range has no element.
 ND_EXPORT bool ndIsEmpty(const ndArray_tag* array);
+
+/// Writes the array's dimensions as nsubs subscripts see them: the last one takes the product of those that remain, and 1
+/// stands for each that the array hasn't. out has room for nsubs.
+ND_EXPORT void ndGetDims(const ndArray_tag* array, kvSize nsubs, kvSize* out);
+
+/// The offset of the element that subs name, counted from 0, in column-major order. Subscripts beyond the number of
+/// dimensions are left out; none gives 0. Nothing is compared with the dimensions.
+ND_EXPORT kvIndex ndCalcSingleSubscript(const ndArray_tag* array, kvSize nsubs, const kvIndex* subs);
 
 /// Writes the first dimension. The data stay as they are: their owner sees to their size.
 ND_EXPORT void ndSetM(ndArray_tag* array, kvSize m);
@@ -116,27 +100,38 @@ ND_EXPORT void ndSetN(ndArray_tag* array, kvSize n);
 /// Replaces all dimensions; the data stay as they are. 0, or 1 when memory ran out and nothing has changed.
 ND_EXPORT int ndSetDimensions(ndArray_tag* array, const kvSize* dims, kvSize ndim);
 
-/* Data. */
+/* Data. Getters answer pdata, which belongs to the array and is valid till its data change. Setters store another block and
+ * free nothing: the old block is the caller's. The new one belongs to the array, which takes it off the list of blocks that
+ * ndMalloc gave to an addon function, unless its data are private. It holds as many elements as the dimensions say. */
 
 ND_EXPORT void* ndGetData(const ndArray_tag* array);
+/// The real elements. A complex array has none in a row: an internal check ends the process, and without checks the answer
+/// is pdata.
+ND_EXPORT double* ndGetPr(const ndArray_tag* array);
 ND_EXPORT char16_t* ndGetChars(const ndArray_tag* array);
 ND_EXPORT bool* ndGetLogicals(const ndArray_tag* array);
+/// The slots of a cell: one array or null each.
+ND_EXPORT ndArray_tag** ndGetCells(const ndArray_tag* array);
+/// What stands in slot index, array or null. The index isn't tested.
+ND_EXPORT ndArray_tag* ndGetCell(const ndArray_tag* cell, kvIndex index);
+
+/// data comes from the library's heap, or deleter releases it. With a deleter it stays on the list of the addon function.
+/// A deleter needs a record, which may raise std::bad_alloc; without one nothing is raised.
+ND_EXPORT void ndSetData(ndArray_tag* array, void* data, void (*deleter)(void*));
+/// The same without a deleter, for real elements: checked as ndGetPr is.
+ND_EXPORT void ndSetPr(ndArray_tag* array, double* data);
+/// The slots belong to the array, and what stands in them too; they aren't looked at.
+ND_EXPORT void ndSetCells(ndArray_tag* array, ndArray_tag** buffer);
+/// The same for the values of a struct or object, fields of one element side by side.
+ND_EXPORT void ndSetFields(ndArray_tag* array, ndArray_tag** buffer);
+
 /// Bytes of one element; 0 for indexing-opaque.
 ND_EXPORT std::size_t ndGetElementSize(const ndArray_tag* array);
 
-/// The real part of the first element as a double; 0 without data, for a sparse array that stores nothing, and for classes
-/// that aren't numeric, logical or char. 64-bit integers round to nearest.
-ND_EXPORT double ndGetScalar(const ndArray_tag* array);
-
-/* Floating-point constants and tests (IEEE 754 binary64). */
-
-ND_EXPORT double ndGetEps();
-ND_EXPORT double ndGetInf();
-/// The quiet NaN with the sign bit set: 0xFFF8000000000000.
-ND_EXPORT double ndGetNaN();
-ND_EXPORT bool ndIsFinite(double x);
-ND_EXPORT bool ndIsInf(double x);
-ND_EXPORT bool ndIsNaN(double x);
+/// Bytes of the data: elements times their size; of a sparse array all three blocks with the room in them; of a container 8
+/// for each slot and what its elements take, an element in two slots twice. Headers don't count. Stored in out, if that
+/// isn't null, and returned; a null array gives 0. A container nested deeper than 16 levels may raise std::bad_alloc.
+ND_EXPORT kvSize ndGetNumberOfBytes(const ndArray_tag* array, kvSize* out);
 
 /* Positions of fields for an engine that can't include nd/engine_access.hpp, in bytes. */
 
@@ -153,9 +148,12 @@ namespace published {
 ND_EXPORT void* ndGetData(const ndArray_tag* array);
 /// 0 for null and for indexing-opaque.
 ND_EXPORT std::size_t ndGetElementSize(const ndArray_tag* array);
-/// pdata; null for null. A complex array, whose real part isn't contiguous, raises TARVEL:matrix:illegalComplexArray in mode 1
-/// and gives null in any other mode.
+/// pdata; null for null. A complex array, whose real part isn't contiguous, raises TARVEL:matrix:illegalComplexArray.
 ND_EXPORT double* ndGetPr(const ndArray_tag* array);
+/// nd_array_api::ndSetData without a deleter; null is ignored. Raises nothing.
+ND_EXPORT void ndSetData(ndArray_tag* array, void* data);
+/// The same for real elements: a complex array raises TARVEL:matrix:illegalComplexArray.
+ND_EXPORT void ndSetPr(ndArray_tag* array, double* data);
 
 } // namespace published
 } // namespace matrix::detail::noninlined::nd_array_api

@@ -165,6 +165,12 @@ struct ndArray_tag {
     /// a deleter was given.
     ND_EXPORT void set_pdata_untrusted(void* data, void (*fn)(void*));
 
+    /// Gives a full array another block together with another class: data leaves the alloc list, and the old block is released,
+    /// by its deleter if it has one; private data and a block that other headers use are left alone. The data that the
+    /// array has already stay. complexity counts when it is exactly ndCOMPLEX. The dimensions stay as they are: data
+    /// holds that many elements of the class.
+    ND_EXPORT void reset_pdata_untrusted(void* data, ndClassID classId, ndComplexity complexity) noexcept;
+
     /// True when more than one header uses the data block. The record must exist: test flag_shared_data first.
     ND_EXPORT bool is_data_shared_impl() const noexcept;
 
