@@ -26,14 +26,15 @@ void destroy_opaque_payload(ndArray_tag* /*array*/) noexcept {}
 void complete_opaque_dimensions(const ndArray_tag* /*array*/) {}
 
 ndClassID class_id_from_class_system(const ndArray_tag* array) {
-    const std::int32_t tag_index = array->class_id == ndOBJECT_CLASS ? read_object_info(array).tag_index : 0;
-    return static_cast<ndClassID>(tag_index != 0 ? tag_index : array->class_id);
+    const object_info* const info = array->class_id == ndOBJECT_CLASS ? object_info_of(array) : nullptr;
+    const bool registered = info != nullptr && info->tag_index != 0;
+    return static_cast<ndClassID>(registered ? info->tag_index : array->class_id);
 }
 
 const char* class_name_from_class_system(const ndArray_tag* array) {
     if (array->class_id != ndOBJECT_CLASS) return class_rows[ndOPAQUE_CLASS].name;
-    const char* const name = read_object_info(array).class_name;
-    return name == nullptr ? "" : name;
+    const object_info* const info = object_info_of(array);
+    return info == nullptr || info->class_name == nullptr ? "" : info->class_name;
 }
 
 bool is_class_by_class_system(const ndArray_tag* array, const char* name) {

@@ -4,7 +4,7 @@
 // private data or a custom deleter it doesn't, and stays the caller's or the deleter's.
 #include "matrix/accessors.hpp"
 #include "matrix/alloc_list.hpp"
-#include "matrix/containers.hpp"
+#include "matrix/class_table.hpp"
 #include "matrix/destroy.hpp"
 #include "matrix/flag_words.hpp"
 #include "matrix/frame.hpp"
@@ -33,19 +33,11 @@ void raise_if_complex(const ndArray_tag* array) {
     if (is_complex(array)) errors::raise<TARVEL::matrix::illegalComplexArray>();
 }
 
-void set_slots(ndArray_tag* array, ndArray_tag** slots) noexcept {
-    if (!has_flag(array, flag_data_private)) removeFromAllocList(slots);
-    array->pdata = slots;
-    put_flag(array, flag_capacity_tracked, false);
-}
-
 } // namespace
 
 void* ndGetData(const ndArray_tag* array) { return array->pdata; }
 char16_t* ndGetChars(const ndArray_tag* array) { return static_cast<char16_t*>(array->pdata); }
 bool* ndGetLogicals(const ndArray_tag* array) { return static_cast<bool*>(array->pdata); }
-ndArray_tag** ndGetCells(const ndArray_tag* array) { return slots_of(array); }
-ndArray_tag* ndGetCell(const ndArray_tag* cell, kvIndex index) { return slots_of(cell)[index]; }
 
 double* ndGetPr(const ndArray_tag* array) {
     check_is_real(array);
@@ -60,9 +52,6 @@ void ndSetPr(ndArray_tag* array, double* data) {
     check_is_real(array);
     array->set_pdata_untrusted(data, nullptr);
 }
-
-void ndSetCells(ndArray_tag* array, ndArray_tag** buffer) { set_slots(array, buffer); }
-void ndSetFields(ndArray_tag* array, ndArray_tag** buffer) { set_slots(array, buffer); }
 
 std::size_t ndGetElementSize(const ndArray_tag* array) {
     if (has_flag(array, flag_indexing_opaque)) return 0;
@@ -128,6 +117,7 @@ void ndArray_tag::reset_pdata_untrusted(void* data, ndClassID classId, ndComplex
         pdata = data;
     }
     class_id = classId;
-    flags = (flags & ~matrix::flags_complex_numeric) | flags_of_code(code_of(classId, complexity == ndCOMPLEX));
+    flags =
+        (flags & ~matrix::flags_complex_numeric) | flags_of_code(code_of(classId, complexity == ndCOMPLEX));
     if (classId != ndDOUBLE_CLASS) flags &= ~matrix::flag_scalar_double;
 }

@@ -8,8 +8,8 @@ namespace matrix::internal {
 std::size_t field_count(const ndArray_tag* /*array*/) noexcept { return 0; }
 
 void release_struct_info(ndArray_tag* array) noexcept {
-    free_object_info(array);
-    array->info_a = array->info_b = 0;
+    free_object_info(array->info_c);
+    array->info_a = array->info_b = array->info_c = 0;
 }
 
 } // namespace matrix::internal

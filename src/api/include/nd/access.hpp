@@ -110,20 +110,12 @@ ND_EXPORT void* ndGetData(const ndArray_tag* array);
 ND_EXPORT double* ndGetPr(const ndArray_tag* array);
 ND_EXPORT char16_t* ndGetChars(const ndArray_tag* array);
 ND_EXPORT bool* ndGetLogicals(const ndArray_tag* array);
-/// The slots of a cell: one array or null each.
-ND_EXPORT ndArray_tag** ndGetCells(const ndArray_tag* array);
-/// What stands in slot index, array or null. The index isn't tested.
-ND_EXPORT ndArray_tag* ndGetCell(const ndArray_tag* cell, kvIndex index);
 
 /// data comes from the library's heap, or deleter releases it. With a deleter it stays on the list of the addon function.
 /// A deleter needs a record, which may raise std::bad_alloc; without one nothing is raised.
 ND_EXPORT void ndSetData(ndArray_tag* array, void* data, void (*deleter)(void*));
 /// The same without a deleter, for real elements: checked as ndGetPr is.
 ND_EXPORT void ndSetPr(ndArray_tag* array, double* data);
-/// The slots belong to the array, and what stands in them too; they aren't looked at.
-ND_EXPORT void ndSetCells(ndArray_tag* array, ndArray_tag** buffer);
-/// The same for the values of a struct or object, fields of one element side by side.
-ND_EXPORT void ndSetFields(ndArray_tag* array, ndArray_tag** buffer);
 
 /// Bytes of one element; 0 for indexing-opaque.
 ND_EXPORT std::size_t ndGetElementSize(const ndArray_tag* array);

@@ -31,7 +31,7 @@ ND_EXPORT int ndSetClassName(ndArray_tag* array, const char* name);
 /// The stored class.
 ND_EXPORT ndClassID ndGetArrayType(const ndArray_tag* array);
 
-/// Changes the stored class and nothing of the data: the numeric bit follows, struct information comes or goes, and a class
+/// Changes the stored class and nothing of the data: the numeric bit follows, struct and object information comes or goes, and a class
 /// that can't hold references loses its containment record. May raise what the collection list raises.
 ND_EXPORT void ndSetArrayType(ndArray_tag* array, ndClassID classId);
 
