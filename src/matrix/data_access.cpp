@@ -3,7 +3,6 @@
 // A setter stores the block and frees nothing. The block leaves the alloc list, since the array frees it from now on; with
 // private data or a custom deleter it doesn't, and stays the caller's or the deleter's.
 #include "matrix/accessors.hpp"
-#include "matrix/alloc_list.hpp"
 #include "matrix/class_table.hpp"
 #include "matrix/destroy.hpp"
 #include "matrix/flag_words.hpp"
@@ -15,6 +14,7 @@
 #include <foundation/core/diag/diag.hpp>
 
 #include <nd/access.hpp>
+#include <nd/memory.hpp>
 #include <nd/messages.hpp>
 
 namespace matrix::detail::noninlined::nd_array_api {
@@ -101,8 +101,7 @@ void release_block(ndArray_tag* array) noexcept {
     if (deleter != nullptr) {
         call_custom_deleter(deleter, array->pdata);
     } else {
-        removeFromAllocList(array->pdata);
-        free_data(array->pdata);
+        matrix::detail::noninlined::nd_array_api::ndFree(array->pdata);
     }
 }
 

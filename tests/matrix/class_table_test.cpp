@@ -143,7 +143,12 @@ TEST_F(ClassOfArray, PredicatesTestOneClassEach) {
         {"ndIsUint16", api::ndIsUint16, {11}},
         {"ndIsUint32", api::ndIsUint32, {13}},
         {"ndIsUint64", api::ndIsUint64, {15}},
+        {"ndIsStructClass", api::ndIsStructClass, {2}},
         {"ndIsStruct", api::ndIsStruct, {2, 18}},
+        {"ndIsIndex", api::ndIsIndex, {15}},
+        {"ndIsClassUnknown", api::ndIsClassUnknown, {0}},
+        {"ndIsFloat", api::ndIsFloat, {6, 7}},
+        {"ndIsInteger", api::ndIsInteger, {8, 9, 10, 11, 12, 13, 14, 15}},
         {"ndIsContainer", api::ndIsContainer, {1, 2, 18}},
         {"ndIsNumeric", api::ndIsNumeric, {6, 7, 8, 9, 10, 11, 12, 13, 14, 15}},
     };
@@ -166,6 +171,22 @@ TEST_F(ClassOfArray, IsWhatTheHeaderStoresUpToFunctionHandles) {
         const char* const name = row.id == ndOBJECT_CLASS ? "" : row.name;
         EXPECT_STREQ(api::ndGetClassName(array.get()), name)
             << "an object without a class name has the empty one";
+    }
+}
+
+TEST_F(ClassOfArray, IsAskedForByName) {
+    for (const class_facts& row : facts) {
+        const auto array = empty_of(row.id);
+        for (const class_facts& other : facts) {
+            const bool same = other.id == row.id && row.id != ndOBJECT_CLASS;
+            const bool nameless = row.id == ndOBJECT_CLASS && other.name[0] == 0;
+            EXPECT_EQ(api::ndIsClass(array.get(), other.name), same || nameless)
+                << row.name << " as " << other.name;
+        }
+        for (const char* name : {"Double", "doubl", "doublee", " double", "uint", "\xE9"}) {
+            EXPECT_FALSE(api::ndIsClass(array.get(), name)) << row.name << " as " << name;
+        }
+        EXPECT_FALSE(api::ndIsClass(array.get(), nullptr)) << row.name;
     }
 }
 

@@ -1,19 +1,12 @@
-// Readers and writers of single fields: flags, scope, data, scalars, floating-point constants.
-#include "matrix/class_table.hpp"
+// Flags and scope: readers of one bit, and the writers that have a rule.
+#include "matrix/process_state.hpp"
+#include "matrix/validate.hpp"
 #include "support/arr.hpp"
-#include "support/classes.hpp"
-#include "support/fixture.hpp"
-#include "support/module_mode.hpp"
+#include "support/variations.hpp"
 
 #include <nd/access.hpp>
 #include <nd/engine_access.hpp>
-#include <nd/messages.hpp>
-
-#include <foundation/core/except/exception.hpp>
-
-#include <bit>
-#include <cmath>
-#include <limits>
+#include <nd/memory.hpp>
 
 namespace test {
 namespace {
@@ -69,6 +62,10 @@ TEST_F(Flags, PredicatesReadOneBit) {
         EXPECT_EQ(api::ndIsEmptySqrBrktArray(array.get()), mask == 0x4U);
         EXPECT_EQ(api::ndIsScalarDoubleFlagSet(array.get()), mask == 0x1U);
         EXPECT_EQ(api::ndIsReusable(array.get()), mask == 0x200U);
+        EXPECT_EQ(api::ndIsColonObj(array.get()), mask == 0x20U);
+        EXPECT_EQ(api::ndIsDataPrivate(array.get()), mask == 0x40U);
+        EXPECT_EQ(api::ndIsShareDataPrivate(array.get()), mask == 0x2U);
+        EXPECT_EQ(api::ndIsIndexingOpaque(array.get()), mask == 0x100U);
         EXPECT_FALSE(api::ndIsComplex(array.get())) << "two bits are needed";
     }
     array->flags = 0x880;
@@ -90,6 +87,38 @@ TEST_F(Flags, UserBitsAreTheTopByte) {
     api::ndSetUserBits(array.get(), -1);
     EXPECT_EQ(api::ndGetUserBits(array.get()), 0xFF);
     EXPECT_EQ(array->flags & 0xFFFFFF, others);
+}
+
+// Everything but the bit itself and the marks of a cache bin stays, in every representation.
+TEST_F(Flags, PrivateDataLeaveTheCache) {
+    const cache_on cache;
+    for_each_variation(numbered("double 2x3"), [](array_ptr& array) {
+        constexpr std::uint32_t bin = matrix::flag_cached_header | matrix::flag_bin_mask;
+        const std::uint32_t start = array->flags;
+        void* const data = array->pdata;
+        api::ndSetDataPrivateFlag(array.get(), false);
+        EXPECT_EQ(array->flags, start);
+        api::ndSetDataPrivateFlag(array.get(), true);
+        EXPECT_TRUE(api::ndIsDataPrivate(array.get()));
+        EXPECT_EQ(array->flags, (start & ~bin) | matrix::flag_data_private);
+        api::ndSetDataPrivateFlag(array.get(), false);
+        EXPECT_FALSE(api::ndIsDataPrivate(array.get()));
+        EXPECT_EQ(array->flags, start & ~bin) << "the block doesn't go back to its bin";
+        EXPECT_EQ(array->pdata, data);
+        EXPECT_EQ(matrix::internal::validate(array.get()), "");
+    });
+}
+
+TEST_F(Flags, PrivateDataAreLeftToTheirOwner) {
+    double mine[] = {1, 2};
+    array_ptr array = arr("double 1x2");
+    void* const own = array->pdata;
+    api::ndSetDataPrivateFlag(array.get(), true);
+    api::ndSetData(array.get(), mine, nullptr);
+    EXPECT_EQ(api::ndGetScalar(array.get()), 1.0);
+    array.reset();
+    EXPECT_EQ(mine[1], 2.0);
+    api::ndFree(own);
 }
 
 using Reusable = NdTest;
@@ -187,6 +216,19 @@ TEST_F(Scope, IsStoredAndReadBack) {
     }
 }
 
+TEST_F(Scope, IsAskedForByName) {
+    const auto array = arr("double 2x2");
+    for (std::uint32_t scope = 0; scope < 8; ++scope) {
+        array->scope = scope;
+        EXPECT_EQ(api::ndIsLocal(array.get()), scope == 0) << scope;
+        EXPECT_EQ(api::ndIsGlobal(array.get()), scope == 2) << scope;
+        EXPECT_EQ(api::ndIsTemp(array.get()), scope == 4) << scope;
+        EXPECT_EQ(api::ndGetArrayScope(array.get()), static_cast<ndVariableScope>(scope));
+        EXPECT_EQ(api::ndGetArrayScopeField(array.get()), static_cast<ndVariableScope>(scope));
+    }
+    array->scope = ndLOCAL_SCOPE;
+}
+
 // Without a list nobody would ever claim or end a temporary.
 TEST_F(Scope, TemporaryNeedsAList) {
     const auto array = arr("double 2x2");
@@ -215,133 +257,27 @@ TEST_F(Sharing, IsSuspectedByOwnersOrByTheHint) {
     EXPECT_TRUE(mightBeShared(array.get())) << "the hint stays, whatever the count says";
 }
 
-using Data = NdTest;
-
-TEST_F(Data, IsTheBlockAsEachReaderNamesIt) {
-    const auto number = arr("double 1x2", {1, 2});
-    EXPECT_EQ(api::ndGetData(number.get()), number->pdata);
-    EXPECT_EQ(api::published::ndGetData(number.get()), number->pdata);
-    EXPECT_EQ(api::published::ndGetData(nullptr), nullptr);
-    EXPECT_EQ(api::published::ndGetPr(number.get()), number->pdata);
-    EXPECT_EQ(api::published::ndGetPr(nullptr), nullptr);
-    const auto text = arr("char", u"ab");
-    EXPECT_EQ(api::ndGetChars(text.get())[1], u'b');
-    const auto truth = arr("logical 1x2", {1, 0});
-    EXPECT_TRUE(api::ndGetLogicals(truth.get())[0]);
-    EXPECT_FALSE(api::ndGetLogicals(truth.get())[1]);
+TEST_F(Sharing, IsKnownByOwnersOrByTheCount) {
+    const auto array = arr("double 2x2");
+    EXPECT_FALSE(api::ndIsSharedArray(array.get()));
+    ++array->internal_ref_count;
+    EXPECT_TRUE(api::ndIsSharedArray(array.get()));
+    --array->internal_ref_count;
+    ++array->ref_count;
+    EXPECT_TRUE(api::ndIsSharedArray(array.get()));
+    --array->ref_count;
+    auto copy = matrix::detail::do_shared_copy(array.get());
+    EXPECT_TRUE(api::ndIsSharedArray(array.get()));
+    EXPECT_TRUE(api::ndIsSharedArray(copy.get()));
+    copy.reset();
+    EXPECT_FALSE(api::ndIsSharedArray(array.get())) << "alone again, whatever the hint says";
 }
 
-TEST_F(Data, OfAComplexArrayHasNoRealPartToHandOut) {
-    using illegal = foundation::core::except::Exception<TARVEL::matrix::illegalComplexArray>;
-    for_each_class(class_set::with_bytes, [](const class_case& c) {
-        const auto array = numbered(c.id, c.complexity, dims_list{1, 2});
-        for_each_module_mode([&](int mode) {
-            if (c.complexity == ndCOMPLEX && mode == mode_exceptions) {
-                EXPECT_THROW(api::published::ndGetPr(array.get()), illegal);
-            } else if (c.complexity == ndCOMPLEX) {
-                EXPECT_EQ(api::published::ndGetPr(array.get()), nullptr);
-            } else {
-                EXPECT_EQ(api::published::ndGetPr(array.get()), array->pdata);
-            }
-        });
-    });
-}
-
-using Scalar = NdTest;
-
-TEST_F(Scalar, IsTheFirstElementAsADouble) {
-    struct {
-        const char* description;
-        number element;
-        double wanted;
-    } const rows[] = {
-        {"logical", 1, 1},
-        {"char", 65, 65},
-        {"char", 0xFFFF, 65535},
-        {"double", -2.5, -2.5},
-        {"single", 0.1F, static_cast<double>(0.1F)},
-        {"int8", -128, -128},
-        {"uint8", 255, 255},
-        {"int16", -32768, -32768},
-        {"uint16", 65535, 65535},
-        {"int32", std::numeric_limits<std::int32_t>::min(), -2147483648.0},
-        {"uint32", 4294967295U, 4294967295.0},
-        {"int64", (std::int64_t{1} << 53) + 1, 9007199254740992.0},
-        {"int64", -(std::int64_t{1} << 53) - 3, -9007199254740996.0},
-        {"uint64", ~std::uint64_t{0}, 18446744073709551616.0},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(api::ndGetScalar(arr(row.description, {row.element}).get()), row.wanted) << row.description;
-    }
-    EXPECT_EQ(api::ndGetScalar(arr("double 2x2", {7, 8, 9, 10}).get()), 7.0);
-    EXPECT_EQ(api::ndGetScalar(arr("complex int16", {{3, 4}}).get()), 3.0);
-    EXPECT_TRUE(std::isnan(api::ndGetScalar(arr("double", {api::ndGetNaN()}).get())));
-}
-
-TEST_F(Scalar, IsZeroWhereThereIsNone) {
-    EXPECT_EQ(api::ndGetScalar(arr("double 0x3").get()), 0.0);
-    EXPECT_EQ(api::ndGetScalar(arr("cell 1x1", arr("double", {5})).get()), 0.0);
-    for (const class_case& c : classes_of(class_set::all)) {
-        if (matrix::internal::has_plain_elements(c.id)) continue;
-        const auto array = matrix::detail::do_create_numeric(dims_list{1, 1}, c.code());
-        EXPECT_EQ(api::ndGetScalar(array.get()), 0.0) << c.name;
-    }
-}
-
-TEST_F(Scalar, OfASparseArrayIsItsFirstStoredValue) {
-    double values[] = {4.5, 6.5};
-    std::uint64_t rows[] = {1, 1};
-    std::uint64_t starts[] = {0, 1, 2};
-    const auto array = matrix::create(dims_list{0, 0}, ndDOUBLE_CLASS, ndREAL);
-    array->flags |= matrix::flag_sparse | matrix::flag_data_private;
-    array->set_dimensions(dims_list{3, 2});
-    array->pdata = values;
-    EXPECT_EQ(api::ndGetScalar(array.get()), 0.0) << "no index vectors";
-    array->info_a = reinterpret_cast<std::uint64_t>(rows);
-    array->info_b = reinterpret_cast<std::uint64_t>(starts);
-    array->info_c = 2;
-    EXPECT_EQ(api::ndGetScalar(array.get()), 4.5) << "whatever element it is";
-    starts[1] = starts[2] = 0;
-    EXPECT_EQ(api::ndGetScalar(array.get()), 0.0) << "nothing stored";
-    array->info_a = array->info_b = array->info_c = 0; // the vectors are the test's
-}
-
-// A logical buffer may come from outside with bytes other than 0 and 1.
-TEST_F(Scalar, OfALogicalIsItsByte) {
-    const auto truth = arr("logical", {1});
-    static_cast<unsigned char*>(truth->pdata)[0] = 7;
-    EXPECT_EQ(api::ndGetScalar(truth.get()), 7.0);
-}
-
-TEST(FloatingPoint, Constants) {
-    EXPECT_EQ(api::ndGetEps(), 2.220446049250313e-16);
-    EXPECT_EQ(std::bit_cast<std::uint64_t>(api::ndGetInf()), 0x7FF0000000000000U);
-    EXPECT_EQ(std::bit_cast<std::uint64_t>(api::ndGetNaN()), 0xFFF8000000000000U)
-        << "quiet, with its sign bit set";
-    EXPECT_TRUE(std::signbit(api::ndGetNaN()));
-}
-
-TEST(FloatingPoint, Tests) {
-    constexpr double largest = std::numeric_limits<double>::max();
-    struct {
-        double x;
-        bool finite, infinite, nan;
-    } const rows[] = {
-        {0.0, true, false, false},
-        {-0.0, true, false, false},
-        {largest, true, false, false},
-        {-largest, true, false, false},
-        {std::numeric_limits<double>::denorm_min(), true, false, false},
-        {api::ndGetInf(), false, true, false},
-        {-api::ndGetInf(), false, true, false},
-        {api::ndGetNaN(), false, false, true},
-        {std::bit_cast<double>(std::uint64_t{0x7FF0000000000001}), false, false, true},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(api::ndIsFinite(row.x), row.finite) << row.x;
-        EXPECT_EQ(api::ndIsInf(row.x), row.infinite) << row.x;
-        EXPECT_EQ(api::ndIsNaN(row.x), row.nan) << row.x;
-    }
+TEST_F(Sharing, NeedsMoreThanARecord) {
+    const auto array = arr("double 2x2");
+    array->setCustomDeleter([](void* block) { api::ndFreeEx(block); });
+    ASSERT_NE(array->share_record, nullptr);
+    EXPECT_FALSE(api::ndIsSharedArray(array.get()));
 }
 
 } // namespace
