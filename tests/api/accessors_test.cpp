@@ -1,4 +1,4 @@
-// The functions that only the newest generation has so far: data, typed getters, element sizes, changed dimensions.
+// The functions that only the newest generation has so far: data, typed accessors, element sizes, changed dimensions.
 #include "api/mode.hpp"
 
 #include <nd/create.hpp>
@@ -75,6 +75,109 @@ TEST(TypedGetters, CallersWriteThroughThem) {
     numbers[1] = {3.0, -4.0};
     static_assert(sizeof(nd_complex_double) == sizeof(std::complex<double>));
     EXPECT_EQ(static_cast<const std::complex<double>*>(array->pdata)[1], std::complex<double>(3.0, -4.0));
+}
+
+struct typed_setter {
+    const char* name;
+    ndClassID class_id;
+    ndComplexity complexity;
+    int (*set)(ndArray_tag*, void*);
+};
+
+template <class>
+struct element_of;
+template <class Element>
+struct element_of<int(ndArray_tag*, Element*)> {
+    using type = Element;
+};
+
+template <auto Setter>
+typed_setter setter_of(const char* name, ndClassID class_id, ndComplexity complexity) {
+    using element = typename element_of<std::remove_pointer_t<decltype(Setter)>>::type;
+    return {name, class_id, complexity,
+            [](ndArray_tag* array, void* data) { return Setter(array, static_cast<element*>(data)); }};
+}
+
+const typed_setter setters[] = {
+    setter_of<ndSetDoubles>("ndSetDoubles", ndDOUBLE_CLASS, ndREAL),
+    setter_of<ndSetSingles>("ndSetSingles", ndSINGLE_CLASS, ndREAL),
+    setter_of<ndSetInt8s>("ndSetInt8s", ndINT8_CLASS, ndREAL),
+    setter_of<ndSetUint8s>("ndSetUint8s", ndUINT8_CLASS, ndREAL),
+    setter_of<ndSetInt16s>("ndSetInt16s", ndINT16_CLASS, ndREAL),
+    setter_of<ndSetUint16s>("ndSetUint16s", ndUINT16_CLASS, ndREAL),
+    setter_of<ndSetInt32s>("ndSetInt32s", ndINT32_CLASS, ndREAL),
+    setter_of<ndSetUint32s>("ndSetUint32s", ndUINT32_CLASS, ndREAL),
+    setter_of<ndSetInt64s>("ndSetInt64s", ndINT64_CLASS, ndREAL),
+    setter_of<ndSetUint64s>("ndSetUint64s", ndUINT64_CLASS, ndREAL),
+    setter_of<ndSetComplexDoubles>("ndSetComplexDoubles", ndDOUBLE_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexSingles>("ndSetComplexSingles", ndSINGLE_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexInt8s>("ndSetComplexInt8s", ndINT8_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexUint8s>("ndSetComplexUint8s", ndUINT8_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexInt16s>("ndSetComplexInt16s", ndINT16_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexUint16s>("ndSetComplexUint16s", ndUINT16_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexInt32s>("ndSetComplexInt32s", ndINT32_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexUint32s>("ndSetComplexUint32s", ndUINT32_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexInt64s>("ndSetComplexInt64s", ndINT64_CLASS, ndCOMPLEX),
+    setter_of<ndSetComplexUint64s>("ndSetComplexUint64s", ndUINT64_CLASS, ndCOMPLEX),
+};
+
+// Two arrays of a kind exchange their blocks: nothing is lost and nothing is freed.
+TEST(TypedSetters, StoreForTheirClassAndComplexityOnly) {
+    for (const typed_setter& subject : setters) {
+        for (const typed_setter& setter : setters) {
+            SCOPED_TRACE(std::string(setter.name) + " of what " + subject.name + " is for");
+            const auto array = make(subject.class_id, subject.complexity);
+            const auto other = make(subject.class_id, subject.complexity);
+            void* const own = array->pdata;
+            void* const given = other->pdata;
+            const bool fits = &setter == &subject;
+            EXPECT_EQ(setter.set(array.get(), given), fits ? 1 : 0);
+            EXPECT_EQ(array->pdata, fits ? given : own);
+            EXPECT_EQ(setter.set(other.get(), own), fits ? 1 : 0);
+        }
+    }
+}
+
+TEST(TypedSetters, AreNotForLogicalOrChar) {
+    for (const ndClassID class_id : {ndLOGICAL_CLASS, ndCHAR_CLASS, ndCELL_CLASS}) {
+        const auto array = make(class_id, ndREAL);
+        void* const own = array->pdata;
+        for (const typed_setter& setter : setters) {
+            EXPECT_EQ(setter.set(array.get(), nullptr), 0) << setter.name;
+            EXPECT_EQ(array->pdata, own);
+        }
+    }
+}
+
+TEST(TypedSetters, IgnoreNull) {
+    for (const typed_setter& setter : setters) EXPECT_EQ(setter.set(nullptr, nullptr), 0) << setter.name;
+}
+
+TEST(Data, AreReplacedAndNothingIsFreed) {
+    for (const ndComplexity complexity : {ndREAL, ndCOMPLEX}) {
+        const auto array = make(ndDOUBLE_CLASS, complexity), other = make(ndDOUBLE_CLASS, complexity);
+        void* const own = array->pdata;
+        void* const given = other->pdata;
+        ndSetData(array.get(), given);
+        EXPECT_EQ(ndGetData(array.get()), given);
+        ndSetData(other.get(), own);
+        EXPECT_EQ(ndGetData(other.get()), own);
+    }
+    ndSetData(nullptr, nullptr);
+}
+
+TEST(Data, RealPartsAreReplacedInRealArraysOnly) {
+    const auto real = make(ndDOUBLE_CLASS, ndREAL), other = make(ndDOUBLE_CLASS, ndREAL);
+    double* const own = ndGetPr(real.get());
+    ndSetPr(real.get(), ndGetPr(other.get()));
+    EXPECT_EQ(real->pdata, other->pdata);
+    ndSetPr(other.get(), own);
+    const auto complex = make(ndDOUBLE_CLASS, ndCOMPLEX);
+    void* const kept = complex->pdata;
+    const test::caught_error error = test::error_of([&] { ndSetPr(complex.get(), own); });
+    EXPECT_EQ(error.id, test::errors_are_exceptions() ? "TARVEL:matrix:illegalComplexArray" : "");
+    EXPECT_EQ(complex->pdata, kept);
+    ndSetPr(nullptr, nullptr);
 }
 
 TEST(Data, WholeBlockOfAnyClass) {

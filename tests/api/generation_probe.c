@@ -57,6 +57,13 @@ static long long number_of_dimensions(const ndArray_tag* array) {
     return (long long)ndGetNumberOfDimensions(array);
 }
 
+static long long single_subscript(const ndArray_tag* array, int nsubs, const long long* subs) {
+    size_type own[most_dimensions];
+    return (long long)ndCalcSingleSubscript(array, (size_type)nsubs, sizes_of(nsubs, subs, own));
+}
+
+static void* chars(const ndArray_tag* array) { return ndGetChars(array); }
+
 static const void* dimensions(const ndArray_tag* array) { return ndGetDimensions(array); }
 
 static long long dimension(const void* dims, int i) { return (long long)((const size_type*)dims)[i]; }
@@ -98,15 +105,19 @@ const generation_probe JOIN(probe_, ND_API) = {
     .m = ndGetM,
     .n = ndGetN,
     .number_of_elements = ndGetNumberOfElements,
+    .single_subscript = single_subscript,
     .predicates = predicates,
     .class_id = ndGetClassID,
     .class_name = ndGetClassName,
     .class_of_name = ndClassIDFromClassName,
+    .set_class_name = ndSetClassName,
+    .is_class = ndIsClass,
     .is_global = ndIsFromGlobalWS,
     .set_global = ndSetFromGlobalWS,
     .user_bits = ndGetUserBits,
     .set_user_bits = ndSetUserBits,
     .logicals = ndGetLogicals,
+    .chars = chars,
     .eps = ndGetEps,
     .inf = ndGetInf,
     .nan = ndGetNaN,

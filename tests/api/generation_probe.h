@@ -37,15 +37,19 @@ typedef struct generation_probe {
     size_t (*m)(const ndArray_tag* array);
     size_t (*n)(const ndArray_tag* array);
     size_t (*number_of_elements)(const ndArray_tag* array);
+    long long (*single_subscript)(const ndArray_tag* array, int nsubs, const long long* subs);
     const named_predicate* predicates; /* ended by a null name */
     ndClassID (*class_id)(const ndArray_tag* array);
     const char* (*class_name)(const ndArray_tag* array);
     ndClassID (*class_of_name)(const char* name);
+    int (*set_class_name)(ndArray_tag* array, const char* name);
+    bool (*is_class)(const ndArray_tag* array, const char* name);
     bool (*is_global)(const ndArray_tag* array);
     void (*set_global)(ndArray_tag* array, bool flag);
     int (*user_bits)(const ndArray_tag* array);
     void (*set_user_bits)(ndArray_tag* array, int bits);
     bool* (*logicals)(const ndArray_tag* array);
+    void* (*chars)(const ndArray_tag* array);
     double (*eps)(void);
     double (*inf)(void);
     double (*nan)(void);

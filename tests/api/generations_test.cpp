@@ -133,6 +133,19 @@ TEST_P(EachGeneration, ReadsTheShape) {
     EXPECT_EQ(api().number_of_elements(array.get()), 24U);
 }
 
+TEST_P(EachGeneration, CountsTheElementsBeforeOne) {
+    const long long shape[] = {2, 3, 4};
+    const auto array = own(api().numeric_array(3, shape, ndUINT8_CLASS, ndREAL));
+    const long long subs[] = {1, 2, 3, 4, 5};
+    EXPECT_EQ(api().single_subscript(array.get(), 0, subs), 0);
+    EXPECT_EQ(api().single_subscript(array.get(), 1, subs), 1);
+    EXPECT_EQ(api().single_subscript(array.get(), 2, subs), 1 + 2 * 2);
+    EXPECT_EQ(api().single_subscript(array.get(), 3, subs), 1 + 2 * 2 + 3 * 6);
+    EXPECT_EQ(api().single_subscript(array.get(), 5, subs), 1 + 2 * 2 + 3 * 6) << "no more than dimensions";
+    const auto matrix = own(api().double_matrix(2, 3, ndREAL));
+    EXPECT_EQ(api().single_subscript(matrix.get(), 5, subs), 1 + 2 * 2);
+}
+
 TEST_P(EachGeneration, DestroysArrays) {
     api().destroy(api().double_matrix(3, 3, ndREAL));
     api().destroy(nullptr);

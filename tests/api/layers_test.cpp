@@ -62,6 +62,18 @@ TEST_F(NdTest, FailingAllocationsOfCreators) {
         framed());
 }
 
+TEST_F(NdTest, FailingAllocationsOfSubscripts) {
+    test::for_each_failing_alloc(
+        "32-bit subscripts",
+        [](test::fault_run& run) {
+            const auto array = test::arr("double 1x2x1x2x1x2", {1, 2, 3, 4, 5, 6, 7, 8});
+            const int last[] = {0, 1, 0, 1, 0, 1}; // more than are widened without the heap
+            run.operand(array.get());
+            run.act([&] { return compat::ndCalcSingleSubscript(array.get(), 6, last) == 7; });
+        },
+        framed());
+}
+
 TEST_F(NdTest, FailingAllocationsOfNarrowedDimensions) {
     test::for_each_failing_alloc(
         "32-bit dimensions",

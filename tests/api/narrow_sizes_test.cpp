@@ -66,6 +66,40 @@ TEST(NarrowSizes, LongDimensionsComeBackInTheWideGenerationsOnly) {
     EXPECT_EQ(probe_700.number_of_dimensions(array.get()), 2);
 }
 
+TEST(NarrowSizes, OffsetsComeBackInTheWideGenerationsOnly) {
+    const long long dims[] = {1LL << 31, 0};
+    const matrix::array_ptr array(probe_730.numeric_array(2, dims, ndUINT8_CLASS, ndREAL));
+    const long long first_too_large[] = {0, 1}, last_that_fits[] = {INT_MAX, 0};
+    test::expect_refused([&] { return probe_700.single_subscript(array.get(), 2, first_too_large); }, 0LL,
+                         size_limit);
+    EXPECT_EQ(probe_700.single_subscript(array.get(), 2, last_that_fits), INT_MAX);
+    for (const generation_probe* wide : {&probe_730, &probe_800}) {
+        EXPECT_EQ(wide->single_subscript(array.get(), 2, first_too_large), 1LL << 31);
+    }
+}
+
+// Also those that no dimension needs: each is converted before anything is computed.
+TEST(NarrowSizes, NegativeSubscriptsAreToldAsTheyWereGiven) {
+    const matrix::array_ptr array(probe_700.double_matrix(2, 3, ndREAL));
+    const struct {
+        int nsubs;
+        long long subs[3];
+        const char* text;
+    } cases[] = {{2, {1, -1, 0}, "1x-1"},
+                 {3, {1, 1, -5}, "1x1x-5"},
+                 {1, {INT_MIN, 0, 0}, "-2147483648x1"},
+                 {-2, {0, 0, 0}, "-2x1"}};
+    for (const auto& one : cases) {
+        long long offset = 0;
+        const test::caught_error error =
+            test::error_of([&] { offset = probe_700.single_subscript(array.get(), one.nsubs, one.subs); });
+        EXPECT_EQ(offset, 0);
+        if (!test::errors_are_exceptions()) continue;
+        EXPECT_EQ(error.id, size_limit);
+        EXPECT_EQ(error.arguments, (texts{one.text, "0.0GB", "0.0GB"}));
+    }
+}
+
 TEST(NarrowSizes, TheLongestIntPasses) {
     const matrix::array_ptr array(probe_700.logical_matrix(INT_MAX, 0));
     ASSERT_NE(array, nullptr);

@@ -105,6 +105,26 @@ TEST_P(EachGenerationReads, ClassNumbersAndNames) {
     }
 }
 
+TEST_P(EachGenerationReads, ClassesByName) {
+    const auto array = matrix_of(ndINT16_CLASS);
+    EXPECT_TRUE(api().is_class(array.get(), "int16"));
+    EXPECT_FALSE(api().is_class(array.get(), "int"));
+    EXPECT_FALSE(api().is_class(array.get(), ""));
+    EXPECT_FALSE(api().is_class(array.get(), nullptr));
+}
+
+TEST_P(EachGenerationReads, StructsBecomeObjects) {
+    const auto number = matrix_of(ndDOUBLE_CLASS);
+    EXPECT_EQ(api().set_class_name(number.get(), "polynomial"), 1);
+    EXPECT_EQ(api().class_id(number.get()), ndDOUBLE_CLASS);
+    const auto array = matrix_of(ndSTRUCT_CLASS, 0, 0);
+    EXPECT_EQ(api().set_class_name(array.get(), "polynomial"), 0);
+    EXPECT_EQ(api().class_id(array.get()), ndOBJECT_CLASS);
+    EXPECT_STREQ(api().class_name(array.get()), "polynomial");
+    EXPECT_TRUE(api().is_class(array.get(), "polynomial"));
+    EXPECT_EQ(api().set_class_name(array.get(), "other"), 1) << "an object has its class";
+}
+
 TEST_P(EachGenerationReads, MarksComeBack) {
     const auto array = matrix_of(ndDOUBLE_CLASS);
     EXPECT_FALSE(api().is_global(array.get()));
@@ -122,6 +142,13 @@ TEST_P(EachGenerationReads, MarksComeBack) {
 TEST_P(EachGenerationReads, LogicalsAreTheData) {
     const auto array = matrix_of(ndLOGICAL_CLASS);
     EXPECT_EQ(static_cast<void*>(api().logicals(array.get())), array->pdata);
+}
+
+TEST_P(EachGenerationReads, CharsAreTheData) {
+    const auto array = matrix_of(ndCHAR_CLASS);
+    EXPECT_EQ(api().chars(array.get()), array->pdata);
+    EXPECT_NE(api().chars(array.get()), nullptr);
+    EXPECT_EQ(api().chars(matrix_of(ndCHAR_CLASS, 0, 0).get()), nullptr);
 }
 
 TEST_P(EachGenerationReads, FloatingPoint) {
