@@ -43,8 +43,10 @@ bool ndIsEmpty(const ndArray_tag* array) {
     if (has_flag(array, flag_colon_object)) return count_colon_elements(array) == 0;
     complete_dimensions_if_opaque(array);
     if (has_inline_dims(array)) return array->m_or_dims == 0 || array->n_or_ndims == 0;
-    const dims_view dims = dims_of(array);
-    return std::find(dims.begin(), dims.end(), 0U) != dims.end();
+    for (const std::size_t dim : dims_of(array)) {
+        if (dim == 0) return true;
+    }
+    return false;
 }
 
 void ndGetDims(const ndArray_tag* array, kvSize nsubs, kvSize* out) {

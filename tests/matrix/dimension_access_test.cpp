@@ -122,6 +122,15 @@ TEST_F(Shape, IsEmptyWhereADimensionIsZero) {
         EXPECT_EQ(api::ndIsEmpty(shaped(row.dims).get()), row.empty) << ::testing::PrintToString(row.dims);
 }
 
+// The dimensions are those of the operands, of which there are always some.
+TEST_F(Shape, OfAColonObjectSaysNothingOfItsRange) {
+    const auto range = arr("double 1x3", {1, 1, 5});
+    range->flags |= matrix::flag_colon_object;
+    EXPECT_FALSE(api::ndIsEmpty(range.get()));
+    EXPECT_EQ(api::ndGetNumberOfElements(range.get()), 3U) << "as it is stored";
+    range->flags &= ~matrix::flag_colon_object;
+}
+
 // Zero is a matter of each dimension, not of a product that has wrapped.
 TEST_F(Shape, IsNotEmptyWhenTheProductWraps) {
     const auto array = shaped({0, 0});
