@@ -289,6 +289,35 @@ TEST(aligned_heap, blocks_from_4_mebibytes_on_are_advised_to_use_huge_pages) {
 
 #    ifndef ND_TORTURE
 
+TEST(aligned_heap, large_blocks_begin_at_a_huge_page_and_come_back_when_they_are_asked_for_again) {
+    constexpr std::size_t size = 33 * mebibyte + 5; // no other test uses it
+    block first = owned(aligned_heap_instance().calloc(1, size));
+    const void* const address = first.get();
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(address) % (2 * mebibyte), 0U);
+    std::memset(first.get(), 0xA5, size);
+    first.reset();
+    const block second = owned(aligned_heap_instance().calloc(1, size));
+    EXPECT_EQ(second.get(), address) << "the freed block was kept";
+    EXPECT_TRUE(std::all_of(second.get(), second.get() + size, [](unsigned char byte) { return byte == 0; }));
+}
+
+TEST(aligned_heap, large_blocks_of_many_threads_stay_apart) {
+    std::vector<std::thread> threads;
+    for (unsigned char mark = 1; mark <= 4; ++mark) {
+        threads.emplace_back([mark] {
+            for (std::size_t round = 0; round < 50; ++round) {
+                const std::size_t size = (4 + round % 3) * mebibyte;
+                const block b = allocate(size);
+                for (std::size_t i = 0; i < size; i += 4096) b.get()[i] = mark;
+                bool own = true;
+                for (std::size_t i = 0; i < size; i += 4096) own = own && b.get()[i] == mark;
+                EXPECT_TRUE(own);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
 TEST(aligned_heap, a_large_block_is_reallocated_without_copying) {
     // Sizes around a page boundary: the last page of a mapping may hold nothing of the block but the slack.
     for (const std::size_t odd : {0, 17, 4096 - 88, 4096 - 80, 4096 - 72, 4096 - 64}) {

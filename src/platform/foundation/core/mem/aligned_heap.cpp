@@ -6,10 +6,10 @@
 // A block stands at the first 64-byte boundary above its raw block. The distance, 16 to 64, leaves room for the prefix,
 // since the C heap aligns to 16; what it leaves of the 64 extra bytes lies behind the block.
 //
-// Large raw blocks are page-mapped by the C heap. calloc gives those as fresh pages, and realloc moves the pages; the
-// distance from the page is always the same, so the bytes needn't move within the block either.
+// Large blocks don't come from the C heap but from mapped_blocks.hpp: their prefix stands at the end of the page before
+// them, with the offset that no raw block has.
 #include "heap_guard.hpp"
-#include "huge_pages.hpp"
+#include "mapped_blocks.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
 
@@ -48,10 +48,17 @@ bool is_too_large(std::size_t size) noexcept {
     return true;
 }
 
-// Opens a block that the heap gave out, for the heap's own use, and tells its prefix.
-block_prefix open_block(void* block) noexcept {
+// The prefix of a block that the heap gave out.
+block_prefix prefix_in(void* block) noexcept {
     unguard(static_cast<char*>(block) - sizeof(block_prefix), sizeof(block_prefix));
     const block_prefix prefix = prefix_of(block);
+    guard(static_cast<char*>(block) - sizeof(block_prefix), sizeof(block_prefix));
+    return prefix;
+}
+
+// Opens a block that the heap gave out, for the heap's own use, and tells its prefix.
+block_prefix open_block(void* block) noexcept {
+    const block_prefix prefix = prefix_in(block);
     unguard(raw_of(block, prefix), prefix.size + heap_overhead);
     return prefix;
 }
@@ -63,19 +70,36 @@ void* close_block(void* block) noexcept {
     return block;
 }
 
-// Makes a block of a raw one. The prefix is written before the advice on huge pages, so that an untouched block costs
-// one small page.
+// Makes a block of a raw one.
 void* make_block(void* raw, std::size_t size) noexcept {
     if (raw == nullptr) return nullptr;
     const std::size_t offset = offset_in(raw);
     void* const block = static_cast<char*>(raw) + offset;
     prefix_of(block) = {size, offset};
-    advise_huge_pages(raw, size + heap_overhead);
     return close_block(block);
+}
+
+constexpr bool is_mapped_size(std::size_t size) noexcept {
+    return mapped_blocks_are_available && size >= smallest_mapped_block;
+}
+
+bool is_mapped(const block_prefix& prefix) noexcept {
+    return mapped_blocks_are_available && prefix.offset == mapped_block_offset;
+}
+
+// A large block, or null with the errno of a heap that has no memory.
+void* make_mapped_block(void* block, std::size_t size) noexcept {
+    if (block == nullptr) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    prefix_of(block) = {size, mapped_block_offset};
+    return block;
 }
 
 void* heap_malloc(std::size_t size) {
     if (is_too_large(size)) return nullptr;
+    if (is_mapped_size(size)) return make_mapped_block(map_block(size, false), size);
     return make_block(std::malloc(size + heap_overhead), size);
 }
 
@@ -83,12 +107,14 @@ void* heap_calloc(std::size_t n, std::size_t size) {
     std::size_t bytes = 0;
     if (__builtin_mul_overflow(n, size, &bytes)) bytes = SIZE_MAX;
     if (is_too_large(bytes)) return nullptr;
+    if (is_mapped_size(bytes)) return make_mapped_block(map_block(bytes, true), bytes);
     return make_block(std::calloc(1, bytes + heap_overhead), bytes);
 }
 
 void heap_free(void* block) {
     if (block == nullptr) return;
     const block_prefix prefix = open_block(block);
+    if (is_mapped(prefix)) return unmap_block(block, prefix.size);
     std::free(raw_of(block, prefix));
 }
 
@@ -110,10 +136,22 @@ void* heap_realloc(void* block, std::size_t size) {
 
 #else
 
+// From the C heap to a mapping, or back: the one case in which the bytes are copied.
+void* move_block(void* block, std::size_t old_size, std::size_t size) noexcept {
+    void* const fresh = heap_malloc(size);
+    if (fresh == nullptr) return nullptr;
+    std::memcpy(fresh, block, std::min(old_size, size));
+    heap_free(block);
+    return fresh;
+}
+
 void* heap_realloc(void* block, std::size_t size) {
     if (block == nullptr) return heap_malloc(size);
     if (is_too_large(size)) return nullptr;
-    const block_prefix old = open_block(block);
+    const block_prefix old = prefix_in(block);
+    if (is_mapped(old) != is_mapped_size(size)) return move_block(block, old.size, size);
+    if (is_mapped(old)) return make_mapped_block(remap_block(block, old.size, size), size);
+    open_block(block);
     void* const raw = std::realloc(raw_of(block, old), size + heap_overhead);
     if (raw == nullptr) {
         close_block(block);
