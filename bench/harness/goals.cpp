@@ -38,6 +38,8 @@ constexpr goal goals[] = {
     {"create_raw(mode1)", "3x4", 2.2},
     {"create_zero_1000_alive(mode1)", "3x4", 2.2},
 
+    {"malloc_free", "64 bytes", 1.3},
+
     // No page touched that need not be; half a page for headers and for what allocators set up once.
     {"create_zero_faults", "1e6", 1},
     {"create_raw_faults", "1e6", 1},
