@@ -45,8 +45,8 @@ void AllocList::remove(void* block) noexcept {
 void AllocList::clear_context() noexcept {
     if (!has_context(stack_)) return;
     // The list is being emptied as a whole: blocks go to the heap directly, not through a search each.
-    for (std::size_t i = stack_.size(); i > stack_.start(); --i) free_data(stack_[i - 1].pointer);
-    stack_.shorten_to_start();
+    while (stack_.size() > stack_.start()) free_data(stack_.take_last());
+    stack_.drop_hint();
 }
 
 void AllocList::pop_context() noexcept {
@@ -86,6 +86,10 @@ AllocList* existing_list() noexcept {
     return context == nullptr ? nullptr : &context->alloc_list;
 }
 
+bool engine_is_active() noexcept {
+    return foundation::usm::Detail<foundation::usm::scope::EngineScope>::isRequiredContextActive();
+}
+
 } // namespace
 } // namespace internal
 
@@ -103,7 +107,7 @@ void ndRestorePreviousAllocListContext(int context) {
     if (!internal::the_module.alloc_lists) return;
     internal::AllocList* const list = internal::existing_list();
     if (list == nullptr) {
-        foundation::core::diag::check(context == 0, wrong_context);
+        foundation::core::diag::check(context == 0 || !internal::engine_is_active(), wrong_context);
         return;
     }
     foundation::core::diag::check(static_cast<std::size_t>(context) == list->depth(), wrong_context);

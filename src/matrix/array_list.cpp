@@ -25,7 +25,11 @@ bool is_among(const ndArray_tag* array, std::span<ndArray_tag* const> keep) noex
     return array != nullptr && std::find(keep.begin(), keep.end(), array) != keep.end();
 }
 
+constinit thread_local ArrayList* list_being_closed = nullptr;
+
 } // namespace
+
+ArrayList* ArrayList::being_closed() noexcept { return list_being_closed; }
 
 ArrayList::ArrayList()
     : serial_to_break_on_(serial_from_environment()),
@@ -33,25 +37,26 @@ ArrayList::ArrayList()
       stacks_channel_("matrix::arraylist_stacks") {}
 
 ArrayList::~ArrayList() {
+    ArrayList* const outer = std::exchange(list_being_closed, this);
     const bool quiet = std::uncaught_exceptions() > 0;
     while (stack_.has_context()) pop_context({}, quiet);
+    list_being_closed = outer;
     check(stack_.size() == 0, "m_data.empty()");
     check(!stack_.has_context(), "m_contexts.empty()");
     check(m_arrayDebug.empty(), "m_arrayDebug.empty()");
 }
 
-void ArrayList::add(ndArray_tag* array) {
+bool ArrayList::add(ndArray_tag* array) {
     check(stack_.has_context(), "m_hasCurrentContext");
-    if (!stack_.has_context()) return;
+    if (!stack_.has_context()) return false;
     stack_.reserve_one();
     if (stacks_are_on()) addArrayDebug(array);
     stack_.append(array, ++added_);
     if (added_ == serial_to_break_on_) std::raise(SIGTRAP);
+    return true;
 }
 
 void ArrayList::remove(ndArray_tag* array) noexcept {
-    check(stack_.has_context(), "m_hasCurrentContext");
-    if (!stack_.has_context()) return;
     forget_debug_record(array);
     if (stack_.remove_newest(array)) return;
     if (stack_.has_hint()) {
@@ -75,10 +80,10 @@ void ArrayList::forget_debug_record(const ndArray_tag* array) {
     }
 }
 
-// The kept arrays go to the front of the context, which then begins behind them: they have moved without being copied.
+// The kept arrays go to the front of the context, which then begins behind them: they have moved without being copied. With no
+// outer context to take them they stay in the list below every context, so that nothing destroys what the caller keeps.
 void ArrayList::keep_in_outer_context(std::span<ndArray_tag* const> keep) noexcept {
     check(stack_.depth() >= 2, "No prior array list context into which to fold ndArrays");
-    if (stack_.depth() < 2) return;
     std::size_t kept_end = stack_.start();
     for (std::size_t i = stack_.start(); i < stack_.size(); ++i) {
         if (!is_among(stack_[i].pointer, keep)) continue;
@@ -112,8 +117,12 @@ bool ArrayList::is_context_empty() const noexcept {
 }
 
 std::vector<listed_array> ArrayList::current_entries() const {
+    return entries_from(stack_.has_context() ? stack_.start() : stack_.size());
+}
+
+std::vector<listed_array> ArrayList::entries_from(std::size_t first) const {
     std::vector<listed_array> entries;
-    for (std::size_t i = stack_.start(); i < stack_.size(); ++i) {
+    for (std::size_t i = first; i < stack_.size(); ++i) {
         if (stack_[i].pointer != nullptr) entries.push_back({stack_[i].pointer, stack_[i].serial});
     }
     return entries;
@@ -121,34 +130,30 @@ std::vector<listed_array> ArrayList::current_entries() const {
 
 void ArrayList::clearContextImpl(bool quiet) noexcept {
     const std::size_t count = stack_.count_current();
-    if (count != 0) {
-        if (!quiet) {
-            try {
-                report_orphans(count);
-            } catch (...) {
-            } // no memory for the report: the orphans go without
-        }
-        destroy_orphans();
+    if (count != 0 && !quiet) {
+        try {
+            report_orphans(count);
+        } catch (...) {
+        } // no memory for the report: the orphans go without
     }
-    stack_.shorten_to_start();
+    destroy_orphans();
 }
 
-// Destroying an orphan can call back into the list: deleters and hooks may destroy other temporaries. So the walk goes by
-// index, looks at the length each time, and a slot is empty before its array dies.
+// Destroying an orphan can call back into the list: deleters and hooks may destroy other temporaries, or make some, which then
+// go too. So the list is looked at anew each time, and an array has left it before it dies.
 void ArrayList::destroy_orphans() noexcept {
-    for (std::size_t i = stack_.size(); i > stack_.start();) {
-        --i;
-        ndArray_tag* const orphan = std::exchange(stack_[i].pointer, nullptr);
-        if (orphan != nullptr) {
-            forget_debug_record(orphan);
-            orphan->scope = ndLOCAL_SCOPE;
-            orphan->flags &= ~flag_reusable;
-            orphan->ref_count = 1;
-            orphan->internal_ref_count = 0;
-            destroyArray(orphan);
-        }
-        i = std::min(i, stack_.size());
+    const std::size_t start = stack_.start();
+    while (stack_.size() > start) {
+        ndArray_tag* const orphan = stack_.take_last();
+        if (orphan == nullptr) continue;
+        forget_debug_record(orphan);
+        orphan->scope = ndLOCAL_SCOPE;
+        orphan->flags &= ~flag_reusable;
+        orphan->ref_count = 1;
+        orphan->internal_ref_count = 0;
+        destroyArray(orphan);
     }
+    stack_.drop_hint();
 }
 
 } // namespace matrix::internal

@@ -30,8 +30,8 @@ public:
     ArrayList& operator=(const ArrayList&) = delete;
     ~ArrayList();
 
-    /// Raises std::bad_alloc; the array is then not listed.
-    void add(ndArray_tag* array);
+    /// False when no context is open: the array isn't listed. Nor is it when std::bad_alloc is raised.
+    bool add(ndArray_tag* array);
     void remove(ndArray_tag* array) noexcept;
 
     /// add() where it comes down to an append: false when there is more to do or it might fail, and nothing is done then.
@@ -66,8 +66,13 @@ public:
     bool is_context_empty() const noexcept;
     std::size_t depth() const noexcept { return stack_.depth(); }
 
-    /// The current context's arrays, oldest first. Raises std::bad_alloc.
+    /// The current context's arrays, or those of all contexts, oldest first. Raises std::bad_alloc.
     std::vector<listed_array> current_entries() const;
+    std::vector<listed_array> all_entries() const { return entries_from(0); }
+
+    /// The list that the calling thread is taking down with its engine, or null. The engine's store has forgotten it by then, but
+    /// arrays that die with it still have to leave it.
+    static ArrayList* being_closed() noexcept;
 
 private:
     struct array_entry {
@@ -81,6 +86,7 @@ private:
         foundation::core::diag::stacktrace_base stack;
     };
 
+    std::vector<listed_array> entries_from(std::size_t first) const;
     void clearContextImpl(bool quiet) noexcept;
     void report_orphans(std::size_t count) const;
     void report_each_orphan(std::size_t count) const;
@@ -101,17 +107,11 @@ private:
     foundation::log::basic_diagnostic_logger stacks_channel_;
 };
 
-/// What is said when a temporary can't leave its list.
-inline constexpr const char* list_is_gone = "matrix::internal::removeFromArrayList(pa)";
-
 /// Puts the array on the current engine's list. False when no list is kept, and the array then isn't a temporary.
 /// Raises std::bad_alloc.
 bool add_to_array_list(ndArray_tag* array);
 
-/// Takes the array off the list. False when the engine's list is gone.
-bool remove_from_array_list(ndArray_tag* array) noexcept;
-
-/// Takes a dying temporary off the list. A list that is itself being closed counts as left.
-void leave_array_list(ndArray_tag* array) noexcept;
+/// Takes a temporary off its list; ends the process when there is no engine that could have it.
+void leave_array_list(ndArray_tag* array);
 
 } // namespace matrix::internal

@@ -1,6 +1,6 @@
 // What the array list tells its two log channels: how many orphans a context left, and where each of them was added.
 //
-// A channel at fatal severity ends the process behind its report, with the same text.
+// A channel at fatal severity ends the process behind its whole report, with the text of the report's first record.
 #include "matrix/array_list.hpp"
 
 #include <boost/format.hpp>
@@ -20,18 +20,20 @@ constexpr const char* in_another_context =
     "Possible call to ndSetCell, ndSetField, ndSetFieldByNumber or ndDestroyArray\n"
     "on input argument";
 
-// Writes one record at the channel's level, and ends the process if that is fatal.
+// Writes one record at the channel's level and returns its text.
 template <class MakeText>
-void write_record(const basic_diagnostic_logger& channel, MakeText&& make_text) {
-    const std::uint32_t word = channel.highest_level();
-    std::string text = "Expression information is not available.";
-    if (foundation::log::log_record record = channel.open_record(word >> 15)) {
-        text = make_text();
-        record.close(text);
-    }
+std::string write_record(const basic_diagnostic_logger& channel, MakeText&& make_text) {
+    foundation::log::log_record record = channel.open_record(channel.highest_level() >> 15);
+    if (!record) return "Expression information is not available.";
+    std::string text = make_text();
+    record.close(text);
+    return text;
+}
+
+void end_process_if_fatal(const basic_diagnostic_logger& channel, const std::string& text) {
     constexpr std::uint32_t fatal_word = foundation::log::severity_fatal << 15;
     static_assert(fatal_word == 0x4000000);
-    if ((word & ~0x7FFFU) == fatal_word) {
+    if ((channel.highest_level() & ~0x7FFFU) == fatal_word) {
         foundation::log::detail::terminate(text, source_name, report_line, report_function);
     }
 }
@@ -45,14 +47,16 @@ std::string ArrayList::header_line(std::size_t count) const {
 
 void ArrayList::report_orphans(std::size_t count) const {
     if (stacks_are_on()) {
-        write_record(stacks_channel_, [&] { return header_line(count); });
+        const std::string header = write_record(stacks_channel_, [&] { return header_line(count); });
         report_each_orphan(count);
+        end_process_if_fatal(stacks_channel_, header);
     } else if (orphans_channel_.highest_level() != 0) {
-        write_record(orphans_channel_, [&] {
+        const std::string report = write_record(orphans_channel_, [&] {
             return header_line(count) + "====> Re-run with full diagnostics for details" +
                    "\n( Event generated in " + report_function + " at line " + std::to_string(report_line) +
                    " from file " + source_name + " )";
         });
+        end_process_if_fatal(orphans_channel_, report);
     }
 }
 

@@ -25,7 +25,9 @@ public:
 
     bool has_context() const noexcept { return m_hasCurrentContext; }
     std::size_t depth() const noexcept { return m_contexts.size(); }
-    std::size_t start() const noexcept { return m_contexts.back(); }
+
+    /// Where the current context begins; 0 without one.
+    std::size_t start() const noexcept { return m_hasCurrentContext ? m_contexts.back() : 0; }
     std::size_t size() const noexcept { return m_data.size(); }
     Entry& operator[](std::size_t i) noexcept { return m_data[i]; }
     const Entry& operator[](std::size_t i) const noexcept { return m_data[i]; }
@@ -45,13 +47,20 @@ public:
     }
 
     /// Moves the current context's start: entries before it belong to the outer context from now on.
-    void move_start(std::size_t start) noexcept { m_contexts.back() = start; }
+    void move_start(std::size_t start) noexcept {
+        m_contexts.back() = start;
+        if (has_hint() && hint_ < start)
+            hint_ = start - 1; // searches begin behind it, so never in the outer context
+    }
 
     bool has_room() const noexcept { return m_data.size() < m_data.capacity(); }
 
-    /// Room for one more entry, so that the next append can't fail. Grows as m_data grows by itself. Raises std::bad_alloc.
+    /// Room for one more entry, so that the next append can't fail. Raises std::bad_alloc.
     void reserve_one() {
-        if (!has_room()) m_data.reserve(std::max(m_data.size() + 1, m_data.capacity() / 5 * 8));
+        if (has_room()) return;
+        const std::size_t now = m_data.capacity();
+        const std::size_t sixty_percent = now / 5 * 3 + now % 5 * 3 / 5;
+        m_data.reserve(now + std::max(std::size_t{1}, sixty_percent));
     }
 
     /// Appends an entry made of fields. Raises std::bad_alloc.
@@ -76,11 +85,15 @@ public:
         return count;
     }
 
-    /// Drops the current context's entries.
-    void shorten_to_start() noexcept {
-        while (m_data.size() > start()) m_data.pop_back();
-        hint_ = not_found;
+    /// Takes the last entry of the list off, hole or not, and returns its pointer.
+    pointer take_last() noexcept {
+        const pointer last = m_data.back().pointer;
+        m_data.pop_back();
+        drop_hint();
+        return last;
     }
+
+    void drop_hint() noexcept { hint_ = not_found; }
 
     /// True when p is the newest entry of the current context; it is then gone, with the holes before it.
     [[gnu::always_inline]] bool remove_newest(pointer p) noexcept {

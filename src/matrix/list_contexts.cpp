@@ -6,6 +6,7 @@
 #include <nd/lists.hpp>
 #include <nd/memory.hpp>
 
+#include <algorithm>
 #include <exception>
 
 namespace matrix {
@@ -24,21 +25,18 @@ bool add_to_array_list(ndArray_tag* array) {
     if (!the_module.array_lists) return false;
     MatrixLibraryContext* const context = find_or_make_context();
     if (context == nullptr) return false;
-    context->array_list.add(array);
-    return true;
+    return context->array_list.add(array);
 }
 
-bool remove_from_array_list(ndArray_tag* array) noexcept {
-    if (!the_module.array_lists) return true;
-    ArrayList* const list = existing_list();
-    if (list != nullptr) list->remove(array);
-    return list != nullptr;
-}
-
-void leave_array_list(ndArray_tag* array) noexcept {
-    if (remove_from_array_list(array)) return;
+// An engine that never had a context has no list for the array to stand on. One that is closing looks the same from here, but
+// its list is still being emptied.
+void leave_array_list(ndArray_tag* array) {
+    if (!the_module.array_lists) return;
     const foundation::usm::EngineInstance* const engine = foundation::usm::EngineInstance::current();
-    foundation::core::diag::check(engine != nullptr && engine->is_closed(), list_is_gone);
+    foundation::core::diag::check(engine != nullptr, "matrix::internal::removeFromArrayList(pa)");
+    ArrayList* list = existing_list();
+    if (list == nullptr && engine != nullptr && engine->is_closed()) list = ArrayList::being_closed();
+    if (list != nullptr) list->remove(array);
 }
 
 } // namespace internal
@@ -56,7 +54,7 @@ void ndExitArrayListContext(int context, ndArray_tag** keep, int keep_count, boo
     if (list == nullptr) return;
     foundation::core::diag::check(static_cast<std::size_t>(context) == list->depth(),
                                   "Array list consistency error: Popping incorrect array list context");
-    list->pop_context({keep, static_cast<std::size_t>(keep_count)}, quiet);
+    list->pop_context({keep, static_cast<std::size_t>(std::max(keep_count, 0))}, quiet);
 }
 
 void pushArrayListContext() { ndEnterNewArrayListContext(); }

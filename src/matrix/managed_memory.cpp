@@ -42,6 +42,15 @@ void* listed(void* block) {
     }
 }
 
+bool list_has_room() noexcept {
+    try {
+        reserve_on_alloc_list();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 bool product_overflows(std::size_t n, std::size_t size) noexcept {
     return n > 1 && size > std::numeric_limits<std::size_t>::max() / n;
 }
@@ -91,12 +100,8 @@ void* ndReallocExCheck(void* p, std::size_t size) {
 }
 
 void* ndRealloc(void* p, std::size_t size) {
-    try {
-        if (size != 0) reserve_on_alloc_list(); // once the block has moved, nothing may fail any more
-    } catch (const std::bad_alloc&) {
-        return out_of_memory();
-    }
-    void* const block = ndReallocEx(p, size);
+    // The list's room comes first: once the block has moved, nothing may fail any more.
+    void* const block = size == 0 || list_has_room() ? ndReallocEx(p, size) : nullptr;
     if (block == nullptr && size != 0 && errors_leave_as_exceptions()) return out_of_memory();
     if (block == p) return block;
     // Also after a failure that doesn't raise: the old block stays allocated and is its owner's affair from now on.

@@ -22,6 +22,14 @@ enum class validate_depth { cheap, full };
 /// Empty, or the broken rule. Null is broken too. Raises std::bad_alloc.
 std::string validate(const ndArray_tag* array, validate_depth depth = validate_depth::full);
 
+/// Empty, or what is wrong with the array list of the current engine: each array on it, in whatever context, is valid, has
+/// temporary scope and stands there once. Raises std::bad_alloc.
+std::string validate_array_list();
+
+/// Empty, or what is wrong with the bins of the calling thread: each holds as many pairs as it counts, and pairs only that are
+/// whole. Raises std::bad_alloc.
+std::string validate_cache();
+
 /// The header's fields on one line, for a header that may be damaged: out-of-line dimensions are read only where their form
 /// is right, data never. Raises std::bad_alloc.
 std::string describe_header(const ndArray_tag* array);

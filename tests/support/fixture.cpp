@@ -1,6 +1,7 @@
 // What the fixture does around each test.
 #include "support/fixture.hpp"
 
+#include "matrix/library_context.hpp"
 #include "matrix/test_hooks.hpp"
 #include "matrix/validate.hpp"
 #include "platform/test_hooks.hpp"
@@ -26,10 +27,10 @@ NdTest::NdTest() {
 }
 
 NdTest::~NdTest() {
-    const bool kept_are_valid = end_kept_arrays();
+    const bool all_valid = end_kept_arrays() & lists_are_in_order();
     reset_process_state();
     // A test that failed or stopped half-way needn't have given back everything.
-    if (kept_are_valid && !HasFailure() && !IsSkipped()) check_balance();
+    if (all_valid && !HasFailure() && !IsSkipped()) check_balance();
 }
 
 ndArray_tag* NdTest::keep(matrix::array_ptr array) {
@@ -50,6 +51,20 @@ bool NdTest::end_kept_arrays() {
     }
     std::vector<matrix::array_ptr>().swap(kept_); // its own memory goes too: it isn't the test's
     return valid;
+}
+
+bool NdTest::lists_are_in_order() {
+    if (HasFailure() || IsSkipped()) return true; // a test that stopped half-way may have left contexts open
+    const std::string broken_list = matrix::internal::validate_array_list();
+    EXPECT_EQ(broken_list, "") << "what stands on the array list at the end of the test isn't valid";
+    const std::string broken_cache = matrix::internal::validate_cache();
+    EXPECT_EQ(broken_cache, "") << "the cache isn't in order at the end of the test";
+    const matrix::internal::MatrixLibraryContext* const context = matrix::internal::find_context();
+    const std::size_t array_depth = context == nullptr ? 1 : context->array_list.depth();
+    const std::size_t alloc_depth = context == nullptr ? 1 : context->alloc_list.depth();
+    EXPECT_EQ(array_depth, 1U) << "the test left contexts of the array list open";
+    EXPECT_EQ(alloc_depth, 1U) << "the test left contexts of the alloc list open";
+    return broken_list.empty() && broken_cache.empty() && array_depth == 1 && alloc_depth == 1;
 }
 
 void NdTest::check_balance() {

@@ -2,6 +2,8 @@
 //
 // Nothing has to be asked for. When the fixture goes, after the members of the derived class:
 //   - arrays that were given to keep() are validated in full and destroyed
+//   - temporaries that are still on the array list are valid, the base contexts of both lists are the only ones, and the
+//     cache bins of the thread hold whole pairs
 //   - the per-engine records (last error, contexts) end and the module mode is back at "not initialised"
 //   - the blocks of all three sources of memory that are alive are as many as before the test
 // A count of operator new that grew may be state that the process makes once, at first use. The program therefore runs such
@@ -28,7 +30,8 @@ protected:
     ndArray_tag* keep(ndArray_tag* array) { return keep(matrix::array_ptr(array)); }
 
 private:
-    bool end_kept_arrays(); ///< false when one of them wasn't valid
+    bool end_kept_arrays();    ///< false when one of them wasn't valid
+    bool lists_are_in_order(); ///< of the current engine and the calling thread
     void check_balance();
 
     std::vector<matrix::array_ptr> kept_;

@@ -1,18 +1,32 @@
 // The fixture notices what a test leaves behind, and the sources of memory are counted one by one.
 #include "support/fixture.hpp"
 
+#include "matrix/array_cache.hpp"
 #include "matrix/header_allocator.hpp"
+#include "matrix/library_context.hpp"
+#include "matrix/validate.hpp"
 #include "support/arr.hpp"
+#include "support/module_mode.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
+#include <nd/access.hpp>
+#include <nd/cache.hpp>
+#include <nd/lists.hpp>
+#include <nd/memory.hpp>
 #include <nd/module.hpp>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
 
+#include <array>
+#include <bit>
+#include <cstring>
 #include <memory>
+#include <utility>
 
 namespace {
 
+namespace api = matrix::detail::noninlined::nd_array_api;
 using test::arr;
 using test::count_live_blocks;
 using test::live_blocks;
@@ -115,6 +129,90 @@ TEST(Fixture, DestroysWhatItKeeps) {
     inner_fixture fixture;
     fixture.keep(arr("double 2x3"));
     fixture.keep(arr("cell 1x2", arr("int8"), arr("char", u"a")).release());
+}
+
+TEST(Fixture, EndsWhatIsOnTheLists) {
+    inner_fixture fixture;
+    const test::lists_on lists;
+    api::ndCreateDoubleMatrix(2, 3, ndREAL);
+    EXPECT_NE(api::ndMalloc(10), nullptr);
+}
+
+TEST(Fixture, FindsAContextThatWasLeftOpen) {
+    EXPECT_NONFATAL_FAILURE(
+        {
+            inner_fixture fixture;
+            const test::lists_on lists;
+            matrix::pushArrayListContext();
+        },
+        "left contexts of the array list open");
+    EXPECT_NONFATAL_FAILURE(
+        {
+            inner_fixture fixture;
+            const test::lists_on lists;
+            api::ndMalloc(10);
+            matrix::popAllocListContext();
+        },
+        "left contexts of the alloc list open");
+}
+
+TEST(Fixture, FindsABrokenTemporary) {
+    const auto broken_by = [](void (*damage)(ndArray_tag*), void (*repair)(ndArray_tag*)) {
+        const test::lists_on lists;
+        ndArray_tag* const array = api::ndCreateDoubleMatrix(2, 3, ndREAL);
+        damage(array);
+        const std::string broken = matrix::internal::validate_array_list();
+        repair(array);
+        api::ndDestroyArray(array);
+        EXPECT_EQ(matrix::internal::validate_array_list(), "");
+        return broken;
+    };
+    inner_fixture fixture;
+    EXPECT_THAT(broken_by([](ndArray_tag* a) { a->flags ^= matrix::flag_numeric; },
+                          [](ndArray_tag* a) { a->flags ^= matrix::flag_numeric; }),
+                ::testing::HasSubstr("array 1 on the list: broken rule \"the numeric bit is what"));
+    EXPECT_THAT(broken_by([](ndArray_tag* a) { a->scope = ndLOCAL_SCOPE; },
+                          [](ndArray_tag* a) { a->scope = ndTEMPORARY_SCOPE; }),
+                ::testing::HasSubstr("an array on the list has temporary scope"));
+    EXPECT_THAT(broken_by([](ndArray_tag* a) { matrix::internal::add_to_array_list(a); },
+                          [](ndArray_tag* a) { matrix::internal::leave_array_list(a); }),
+                ::testing::HasSubstr("array 4 on the list: broken rule \"an array stands on the list once"));
+}
+
+TEST(Fixture, FindsABinThatIsOutOfOrder) {
+    const auto broken_by = [](auto damage) {
+        matrix::cache::setEnabled(true);
+        arr("int8 1x40").reset();
+        matrix::internal::ArrayCache::bin& bin = matrix::internal::the_cache.bins[1];
+        foundation::core::mem::unguard(bin.head, sizeof(ndArray_tag));
+        const matrix::internal::ArrayCache::bin before = bin;
+        const auto pair = std::bit_cast<std::array<char, sizeof(ndArray_tag)>>(*bin.head);
+        damage(bin);
+        const std::string broken = matrix::internal::validate_cache();
+        bin = before;
+        foundation::core::mem::unguard(bin.head, sizeof(ndArray_tag));
+        std::memcpy(static_cast<void*>(bin.head), pair.data(), pair.size());
+        EXPECT_EQ(matrix::internal::validate_cache(), "");
+        matrix::cache::setEnabled(false);
+        matrix::cache::clear();
+        return broken;
+    };
+    using bin_type = matrix::internal::ArrayCache::bin;
+    inner_fixture fixture;
+    const std::pair<std::string, std::string> found[] = {
+        {broken_by([](bin_type& bin) { ++bin.count; }), "a bin holds as many pairs as it counts"},
+        {broken_by([](bin_type& bin) { bin.count = 0; }), "a bin holds as many pairs as it counts"},
+        {broken_by([](bin_type& bin) { bin.max_count = 0; }), "a bin holds at most as many pairs as it may"},
+        {broken_by([](bin_type& bin) { bin.head->flags ^= matrix::flag_bin_mask; }),
+         "a pair stands in the bin that its flags name"},
+        {broken_by([](bin_type& bin) { bin.head->pdata = nullptr; }), "a pair has its block"},
+        {broken_by([](bin_type& bin) { bin.head->flags |= matrix::flag_shared_data; }),
+         "nobody shares the block of a pair"},
+        {broken_by([](bin_type& bin) { bin.head->flags &= ~matrix::flag_inline_dims; }),
+         "a pair has no dimension block"},
+        {broken_by([](bin_type& bin) { bin.head->parent = bin.head; }), "a pair has no parent"},
+    };
+    for (const auto& [broken, rule] : found) EXPECT_EQ(broken, "bin 1: broken rule \"" + rule + "\"");
 }
 
 TEST(Fixture, EndsTheLastErrorAndTheModuleMode) {

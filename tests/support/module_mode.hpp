@@ -20,6 +20,15 @@ public:
     module_mode_scope& operator=(const module_mode_scope&) = delete;
 };
 
+/// Both lists are on while it lives, whatever the module mode.
+class lists_on {
+public:
+    lists_on() noexcept;
+    ~lists_on();
+    lists_on(const lists_on&) = delete;
+    lists_on& operator=(const lists_on&) = delete;
+};
+
 template <class Body>
 auto with_module_mode(int mode, Body&& body) {
     const module_mode_scope scope(mode);
