@@ -124,4 +124,8 @@ const generation_probe JOIN(probe_, ND_API) = {
     .is_finite = ndIsFinite,
     .is_inf = ndIsInf,
     .is_nan = ndIsNaN,
+    .malloc = ndMalloc,
+    .calloc = ndCalloc,
+    .realloc = ndRealloc,
+    .free = ndFree,
 };

@@ -56,6 +56,10 @@ typedef struct generation_probe {
     bool (*is_finite)(double x);
     bool (*is_inf)(double x);
     bool (*is_nan)(double x);
+    void* (*malloc)(size_t size);
+    void* (*calloc)(size_t n, size_t size);
+    void* (*realloc)(void* p, size_t size);
+    void (*free)(void* p);
 } generation_probe;
 
 extern const generation_probe probe_700;

@@ -1,6 +1,10 @@
 // Subjects of the argument sweep.
 #include "api/sweep.hpp"
 
+#include <nd/memory.hpp>
+
+#include <memory>
+
 namespace test {
 
 bool made_one(ndArray_tag* array) {
@@ -29,6 +33,13 @@ bool with_every_class_but(ndClassID class_id, ndComplexity complexity, array_cal
     }
     const std::size_t dims[] = {2, 3};
     return call(matrix::create_cell(dims).get()) && all;
+}
+
+bool with_block(bool (*call)(void*)) {
+    using matrix::detail::noninlined::nd_array_api::ndFree;
+    using matrix::detail::noninlined::nd_array_api::ndMalloc;
+    const std::unique_ptr<void, void (*)(void*)> block(ndMalloc(1), &ndFree);
+    return call(block.get());
 }
 
 } // namespace test

@@ -42,4 +42,7 @@ bool with_array(ndClassID class_id, ndComplexity complexity, array_call call);
 bool with_long_array(array_call call);
 bool with_every_class_but(ndClassID class_id, ndComplexity complexity, array_call call);
 
+/// The call's answer for a block, which must still be the caller's to free afterwards.
+bool with_block(bool (*call)(void*));
+
 } // namespace test

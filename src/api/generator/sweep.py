@@ -13,10 +13,11 @@ IDS = {
     "class_id": "TARVEL:badargs",
     "numeric": "TARVEL:numericArgRequired",
     "complex": "TARVEL:matrix:illegalComplexArray",
+    "memory": "TARVEL:nomem",
 }
 VALUES = {
     "ndClassID": "ndDOUBLE_CLASS", "ndComplexity": "ndREAL", "double": "1", "float": "1", "bool": "true", "int": "0",
-    "const char*": '"name"',
+    "const char*": '"name"', "size_t": "2", "void*": "nullptr",
 }
 COUNTS = ("ndim", "nsubs")  # how many entries the list beside it has
 LISTS = ("const kvSize*", "const kvIndex*")
@@ -108,6 +109,32 @@ def unknown_name(call):
         yield "", call.refused(name=name)
 
 
+def byte_counts(call):
+    return [a.name for a in call.form.signature.arguments if a.kind == "size_t"]
+
+
+def zero_size(call):
+    for name in byte_counts(call):
+        yield "", call.refused(**{name: "0"})
+
+
+def block_memory(call):
+    counts = byte_counts(call)
+    for name in counts:
+        yield IDS["memory"], call.refused(**dict.fromkeys(counts, "1") | {name: "SIZE_MAX"})
+    if any(a.name == "p" for a in call.form.signature.arguments):
+        yield IDS["memory"], f'with_block([](void* p) {{ return {call.refused(p="p", size="SIZE_MAX")}; }})'
+
+
+def block_product(call):
+    for n, bytes_of_one in (("SIZE_MAX", "2"), ("2", "SIZE_MAX / 2 + 1"), ("SIZE_MAX", "SIZE_MAX")):
+        yield IDS["memory"], call.refused(n=n, size=bytes_of_one)
+
+
+def null_block(call):
+    yield "", call.refused(p="nullptr")
+
+
 def size(call):
     largest = {name: "INT_MAX" for name in call.sizes} | {name: call.shape("INT_MAX", "INT_MAX") for name in call.lists}
     if call.form.narrow:
@@ -158,7 +185,8 @@ MAKERS = {
     "null_array": null_array, "null_ignored": null_array, "wrong_class": wrong_class, "wrong_complexity": wrong_complexity,
     "complex_array": complex_array, "unknown_name": unknown_name, "size": size, "negative_size": negative_size,
     "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result, "narrow_offset": narrow_offset,
-    "not_struct": not_struct,
+    "not_struct": not_struct, "zero_size": zero_size, "block_memory": block_memory, "block_product": block_product,
+    "null_block": null_block,
 }
 
 
