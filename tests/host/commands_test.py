@@ -31,6 +31,7 @@ class CommandLine(ToolTest):
             ["call", copies, "--nlhs", "256"],
             ["call", copies, "--nlhs", "many"],
             ["call", copies, "--mode", "2"],
+            ["call", copies, "1", "--report", "--mode", "0"],
             ["call", copies, "1", "--out", self.path("a.csv"), "--out", self.path("b.csv")],
             ["call", copies, "1", "--columns", "a", "--columns", "b"],
             ["call", copies, "1", "--columns", "a,b"],
@@ -54,7 +55,10 @@ class Loading(ToolTest):
         self.refused(self.file("empty.so", ""), NO_ADDON, "it is not a shared object")
         self.refused(self.file("short.so", b"\x7fELF"), NO_ADDON, "the file is cut off")
         self.refused(TOOL, NO_ADDON, "can't be used as an addon: ")
-        self.refused(addon("test_no_stamp"), NO_ADDON, "put ND_ADDON_FUNCTION; once beside ndAddonFunction")
+        self.refused(addon("test_no_stamp"), NO_ADDON,
+                     f"nd: {addon('test_no_stamp')}: can't be used as an addon: it has no interface version (ndAddonInterfaceVersion), "
+                     "but this library calls addons of version 0x08000000 (Interleaved Complex); "
+                     "put ND_ADDON_FUNCTION; once beside ndAddonFunction\n")
         self.refused(addon("test_no_entry"), NO_ADDON, "it has no function 'ndAddonFunction'")
         self.refused(addon("test_copies"), NO_ADDON, "it has no function 'other'", "--entry", "other")
 

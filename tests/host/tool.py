@@ -33,9 +33,9 @@ class ToolTest(unittest.TestCase):
         Path(path).write_bytes(content if isinstance(content, bytes) else content.encode())
         return path
 
-    def run_tool(self, *arguments, **options):
+    def run_tool(self, *arguments, env=(), **options):
         command = [TOOL, *map(str, arguments)]
-        return subprocess.run(command, capture_output=True, env=dict(os.environ, **SANITIZERS), timeout=120, **options)
+        return subprocess.run(command, capture_output=True, env=dict(os.environ, **SANITIZERS, **dict(env)), timeout=120, **options)
 
     def call(self, *arguments, **options):
         return self.run_tool("call", *arguments, **options)

@@ -118,6 +118,42 @@ class Installed(unittest.TestCase):
                     "--columns", "lat,long,depth,mag,stations")
         self.assertIn(textwrap.indent(shown, "    "), readme)
 
+    def readme_guide(self, title):
+        """The blocks of an example in a section of the README: commands that write or call something, and what they print."""
+        section = (SOURCE / "README.md").read_text().split(f"## {title}\n")[1].split("\n## ")[0]
+        return [textwrap.dedent(block) for block in re.findall(r"(?:^    .*\n)+", section, re.MULTILINE)]
+
+    def run_as_written(self, command, folder):
+        """A command of the README, with the compiler and the prefix of this test; gives what it prints."""
+        compiler = " ".join([os.environ["CC"], *SANITIZE])
+        command = re.sub(r"^cc ", f"{compiler} ", command, flags=re.MULTILINE).replace("build/release/prefix", str(PREFIX))
+        pkg_path = next(PREFIX.glob("lib*/**/pkgconfig"))
+        done = subprocess.run(["bash", "-c", command], capture_output=True, text=True, cwd=folder, timeout=200,
+                              env=dict(os.environ, PKG_CONFIG_PATH=str(pkg_path)))
+        return done.stderr + done.stdout
+
+    def assert_lines_follow(self, wanted, printed):
+        """Each line of wanted stands in printed, one behind the other; addresses, folders and frame numbers may differ."""
+        lines = iter(printed.splitlines())
+        for line in wanted.splitlines():
+            if line == "...":
+                continue
+            pattern = re.escape(line).replace("/home/me/", ".*/")
+            pattern = re.sub(r"0x[0-9a-f]+", "0x[0-9a-f]+", re.sub(r"^\\#\d+(\\ )+", r"#\\d+ +", pattern))
+            self.assertTrue(any(re.fullmatch(pattern, one) for one in lines), f"no {line!r} in\n{printed}")
+
+    def test_the_guide_to_what_was_forgotten(self):
+        folder = WORK / "guide"
+        folder.mkdir()
+        (folder / "examples").symlink_to(SOURCE / "examples")
+        compile_and_report, report, stacks, orphans, debugger, stop = self.readme_guide("Finding what your function forgot")
+        self.assertEqual(self.run_as_written(compile_and_report, folder), report)
+        told = self.run_as_written(stacks, folder)
+        self.assert_lines_follow(orphans, told)
+        frame = re.search(r"/trimmed_means\.so\+(0x[0-9a-f]+)\)", told)[1]
+        self.assertIn("trimmed_means.c:16\n", run("addr2line", "-e", folder / "trimmed_means.so", frame))
+        self.assert_lines_follow(stop, self.run_as_written(debugger, folder))
+
     def test_the_examples_are_a_project_of_their_own(self):
         build = build_project(SOURCE / "examples", "examples")
         lines = run(build / "embed").splitlines()

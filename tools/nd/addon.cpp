@@ -53,16 +53,16 @@ void* load(const std::string& path) {
 }
 
 void check_stamp(const std::string& path, void* handle) {
+    const std::string ours = ", but this library calls addons of version " + version_text(current_interface);
     const auto* stamp = static_cast<const std::uint32_t*>(dlsym(handle, stamp_name));
     if (stamp == nullptr) {
-        refuse(path, std::string("it has no interface version (") + stamp_name +
-                         "); put ND_ADDON_FUNCTION; once beside ndAddonFunction");
+        refuse(path, std::string("it has no interface version (") + stamp_name + ")" + ours +
+                         "; put ND_ADDON_FUNCTION; once beside ndAddonFunction");
     }
     if (*stamp == current_interface) {
         return;
     }
-    const std::string both = path + ": compiled for interface version " + version_text(*stamp) +
-                             ", but this library calls addons of version " + version_text(current_interface);
+    const std::string both = path + ": compiled for interface version " + version_text(*stamp) + ours;
     throw failure(
         exit_status::wrong_version,
         both + (*stamp < current_interface
@@ -78,7 +78,8 @@ std::string version_text(std::uint32_t version) {
     return std::string(number.data()) + " (" + version_name(version) + ")";
 }
 
-addon::addon(const std::string& path, const std::string& entry) : path_(path), entry_(nullptr) {
+addon::addon(const std::string& path, const std::string& entry)
+    : path_(path), name_(entry == usual_entry ? path : path + " (" + entry + ")"), entry_(nullptr) {
     void* handle = load(path);
     check_stamp(path, handle);
     entry_ = reinterpret_cast<function>(dlsym(handle, entry.c_str()));

@@ -17,6 +17,9 @@ namespace nd_host {
 /// The interface version of the library that this host runs with: 64-bit sizes, interleaved complex.
 inline constexpr std::uint32_t current_interface = ND_INTERFACE_VERSION;
 
+/// The function of an addon that is called when no other is named.
+inline constexpr const char* usual_entry = "ndAddonFunction";
+
 /// "0x07300000 (Separate Complex)"
 std::string version_text(std::uint32_t version);
 
@@ -28,10 +31,14 @@ public:
     addon(const std::string& path, const std::string& entry);
 
     const std::string& path() const noexcept { return path_; }
+
+    /// For messages: the path, with the function's name behind it unless that is the usual one.
+    const std::string& name() const noexcept { return name_; }
     function entry() const noexcept { return entry_; }
 
 private:
     std::string path_;
+    std::string name_;
     function entry_;
 };
 

@@ -1,12 +1,13 @@
 #include "call_command.hpp"
 
-#include "addon.hpp"
 #include "csv_writer.hpp"
 #include "engine_session.hpp"
 #include "failure.hpp"
+#include "forgotten_report.hpp"
 #include "inputs.hpp"
 #include "table_printer.hpp"
 
+#include <cstdio>
 #include <sstream>
 
 namespace nd_host {
@@ -20,6 +21,20 @@ void check_count(const char* option, const std::vector<std::string>& values, int
     }
     throw failure(exit_status::usage, std::string(option) + " is given " + std::to_string(values.size()) +
                                           " times, but --nlhs asks for " + std::to_string(nlhs));
+}
+
+// Nothing for an observer to tell comes from a library that keeps no lists.
+forgotten_observer report_for(const call_options& options) {
+    if (!options.report) {
+        return {};
+    }
+    if (options.mode != matrix::mode_in_engine) {
+        throw failure(exit_status::usage,
+                      "--report needs --mode 1: without the engine nothing is kept in mind");
+    }
+    return [&options](const forgotten& found) {
+        std::fputs(forgotten_text(found, options.whole).c_str(), stderr);
+    };
 }
 
 // The names for the columns of result index; none when there is no list for it.
@@ -60,10 +75,12 @@ void write_result(const call_options& options, std::size_t index, const ndArray_
 void run_call(const call_options& options) {
     check_count("--out", options.outputs, options.nlhs);
     check_count("--columns", options.columns, options.nlhs);
+    const forgotten_observer report = report_for(options);
     const addon function(options.addon, options.entry);
-    const engine_session session(static_cast<matrix::Mode>(options.mode));
+    start_library(static_cast<matrix::Mode>(options.mode));
+    engine_session session;
     const auto inputs = read_inputs(options.inputs);
-    const auto results = session.call(function, options.nlhs, inputs);
+    const auto results = session.call(function, options.nlhs, inputs, report);
     for (std::size_t i = 0; i < results.size(); ++i) {
         write_result(options, i, *results[i]);
     }

@@ -4,6 +4,8 @@
 #ifndef ND_TOOLS_CALL_COMMAND_HPP
 #define ND_TOOLS_CALL_COMMAND_HPP
 
+#include "addon.hpp"
+
 #include <string>
 #include <vector>
 
@@ -11,14 +13,15 @@ namespace nd_host {
 
 struct call_options {
     std::string addon;
-    std::string entry = "ndAddonFunction";
+    std::string entry = usual_entry;
     std::vector<std::string> inputs;
     std::vector<std::string>
         outputs; ///< files, "-" for standard output; the k-th takes result k, the rest is printed
     std::vector<std::string> columns; ///< names "a,b,c"; the k-th list is for the columns of result k
     int nlhs = 1;
     int mode = 1;
-    bool whole = false; ///< print long results whole
+    bool whole = false;  ///< print long results and reports whole
+    bool report = false; ///< tell on standard error what the function forgot
 };
 
 /// Raises failure; when it returns the call was a success and everything is written.

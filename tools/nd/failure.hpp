@@ -1,5 +1,6 @@
 /*
- * How the host ends: one exit status for each kind of failure, and the exception that carries it to main().
+ * How the host ends: one exit status for each kind of failure, the exception that carries it to main(), and what failure an
+ * exception of another kind is.
  *
  * The numbers are an interface (docs/formats.md lists them for scripts): never renumber, add at the end.
  */
@@ -13,12 +14,13 @@ namespace nd_host {
 
 enum class exit_status : int {
     success = 0,
-    internal = 1,          ///< the host itself failed, e.g. out of memory outside the call
-    usage = 2,             ///< the command line makes no sense
-    bad_input = 3,         ///< an input file can't be read, or isn't CSV
-    not_an_addon = 4,      ///< missing, not a shared object, no entry point, or no version stamp
-    wrong_version = 5,     ///< compiled for an interface version that this library doesn't take
-    error_raised = 6,      ///< the call raised an error that has an identifier
+    internal = 1,      ///< the host itself failed, e.g. out of memory for its own work
+    usage = 2,         ///< the command line makes no sense
+    bad_input = 3,     ///< an input file can't be read, or isn't CSV
+    not_an_addon = 4,  ///< missing, not a shared object, no entry point, or no version stamp
+    wrong_version = 5, ///< compiled for an interface version that this library doesn't take
+    error_raised =
+        6, ///< an error that has an identifier, raised by the call or by the library before or after
     foreign_exception = 7, ///< the call threw something that isn't an error of the library
     broken_outputs = 8,    ///< outputs missing, doubled, or more than were asked for
     cannot_write = 9       ///< a result can't be written
@@ -33,6 +35,11 @@ public:
 private:
     exit_status status_;
 };
+
+/// The exception that is being handled, as a failure: thrown by an addon function, or elsewhere in the host. Errors of the library
+/// keep their identifier in both. For use in a catch block; failure_of_host() in one for std::exception.
+failure failure_of_call();
+failure failure_of_host();
 
 } // namespace nd_host
 

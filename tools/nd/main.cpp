@@ -38,13 +38,15 @@ void add_call(CLI::App& app, nd_host::call_options& options) {
         ->expected(1)
         ->allow_extra_args(false)
         ->take_all();
-    call->add_flag("--all", options.whole, "print long results whole");
+    call->add_flag("--report", options.report,
+                   "tell on standard error which arrays and memory the addon forgot");
+    call->add_flag("--all", options.whole, "print long results and reports whole");
     call->callback([&options] { nd_host::run_call(options); });
 }
 
-int fail(exit_status status, const char* text) {
-    std::fprintf(stderr, "nd: %s\n", text);
-    return static_cast<int>(status);
+int fail(const nd_host::failure& why) {
+    std::fprintf(stderr, "nd: %s\n", why.what());
+    return static_cast<int>(why.status());
 }
 
 int run(int argc, char** argv) {
@@ -71,11 +73,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         return run(argc, argv);
-    } catch (const nd_host::failure& error) {
-        return fail(error.status(), error.what());
-    } catch (const std::bad_alloc&) {
-        return fail(exit_status::internal, "out of memory");
-    } catch (const std::exception& error) {
-        return fail(exit_status::internal, error.what());
+    } catch (const std::exception&) {
+        return fail(nd_host::failure_of_host());
     }
 }

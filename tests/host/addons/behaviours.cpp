@@ -47,6 +47,12 @@ ENTRY(same_array_twice) { plhs[1] = plhs[0] = scalar(1); }
 
 ENTRY(input_as_output) { plhs[0] = const_cast<ndArray_tag*>(prhs[0]); }
 
+// What the engine's error mode is; leaves another behind.
+ENTRY(change_error_mode) {
+    plhs[0] = scalar(static_cast<double>(matrix::getErrorMode()));
+    matrix::setErrorMode(matrix::ErrorMode{99});
+}
+
 ENTRY(warn) {
     nd_array_api::ndWarningMsgIdAndTxt("behaviours:warning", "%d \xC3\xA4 \xF0\x9F\x8C\x8B", 5);
     plhs[0] = scalar(1);

@@ -13,9 +13,10 @@
 
 namespace matrix {
 
-/// How the library runs. mode_in_engine turns on the array cache and, with the feature "MarkSweepGC", cycle collection, and
-/// lets errors leave exported creators as exceptions. With any other value it is a plain array library whose creators answer
-/// an error with null.
+/// How the library runs. mode_in_engine gives each engine an array list and an alloc list, by which what exported creators and
+/// ndMalloc made ends with the context it was made in (nd/lists.hpp, nd/memory.hpp); turns on the array cache and, with the
+/// feature "MarkSweepGC", cycle collection; and lets errors leave exported functions as exceptions. With any other value it is a
+/// plain array library: arrays and blocks last until somebody ends them, and creators answer an error with null.
 enum Mode : std::int32_t { mode_plain = 0, mode_in_engine = 1 };
 
 /// Chooses the mode; called once, before other threads use the library. A second call ends the process when internal checks

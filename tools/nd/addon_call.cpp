@@ -1,0 +1,192 @@
+// The call in its brackets, and ndCallAddon, by which a function that is being called calls another.
+#include "addon_call.hpp"
+
+#include "failure.hpp"
+
+#include <nd/host.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <utility>
+
+namespace nd_host {
+
+namespace {
+
+using matrix::detail::noninlined::nd_array_api::ndErrMsgIdAndTxt;
+
+// Slots behind those that were asked for: an addon that fills too many is told so, instead of overwriting what is not its own.
+constexpr std::size_t spare_slots = 64;
+
+constexpr int deepest_call = 256; // functions that run one within the other; the stack has room for far more
+
+// The functions that are running on this thread, innermost first.
+class running_call {
+public:
+    running_call(const addon& function, const forgotten_observer& observer)
+        : function_(function),
+          observer_(observer),
+          outer_(innermost_),
+          depth_(outer_ ? outer_->depth_ + 1 : 1) {
+        innermost_ = this;
+    }
+    ~running_call() { innermost_ = outer_; }
+    running_call(const running_call&) = delete;
+    running_call& operator=(const running_call&) = delete;
+
+    static const running_call* innermost() noexcept { return innermost_; }
+    const addon& function() const noexcept { return function_; }
+    const forgotten_observer& observer() const noexcept { return observer_; }
+    int depth() const noexcept { return depth_; }
+
+private:
+    static thread_local const running_call* innermost_;
+    const addon& function_;
+    const forgotten_observer& observer_;
+    const running_call* outer_;
+    int depth_;
+};
+thread_local const running_call* running_call::innermost_ = nullptr;
+
+// What stands in the slots, owned. trouble tells of an array that has an owner already, as an input or in a slot before; it is
+// left to that owner.
+struct taken_outputs {
+    std::vector<matrix::array_ptr> arrays;
+    std::string trouble;
+};
+
+taken_outputs take_outputs(const std::vector<ndArray_tag*>& slots,
+                           const std::vector<const ndArray_tag*>& inputs) {
+    taken_outputs taken{std::vector<matrix::array_ptr>(slots.size()), {}};
+    for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
+        if (*slot == nullptr) {
+            continue;
+        }
+        const auto place = static_cast<std::size_t>(slot - slots.begin());
+        const std::string name = "output " + std::to_string(place + 1);
+        if (std::find(inputs.begin(), inputs.end(), *slot) != inputs.end()) {
+            taken.trouble = name + " is an input itself; an addon puts out a copy";
+        } else if (std::find(slots.begin(), slot, *slot) != slot) {
+            taken.trouble = name + " is the same array as an output before it";
+        } else {
+            taken.arrays[place].reset(*slot);
+        }
+    }
+    return taken;
+}
+
+std::size_t slots_allowed(int nlhs) { return static_cast<std::size_t>(std::max(nlhs, 1)); }
+
+taken_outputs run(const addon& function, int nlhs, std::vector<const ndArray_tag*> inputs) {
+    const std::vector<const ndArray_tag*> given = inputs; // the function may write to its argument vector
+    std::vector<ndArray_tag*> slots(slots_allowed(nlhs) + spare_slots, nullptr);
+    try {
+        function.entry()(nlhs, slots.data(), static_cast<int>(inputs.size()), inputs.data());
+    } catch (...) {
+        take_outputs(slots, given); // those on no list would outlive the brackets
+        throw;
+    }
+    return take_outputs(slots, given);
+}
+
+void tell(const forgotten_observer& observer, const addon& function,
+          const std::vector<matrix::array_ptr>& outputs) {
+    forgotten found{function.name(), matrix::listCurrentArrays(), !matrix::isAllocListContextEmpty()};
+    const auto is_output = [&](const matrix::listed_array& listed) {
+        return std::any_of(outputs.begin(), outputs.end(),
+                           [&](const matrix::array_ptr& output) { return output.get() == listed.array; });
+    };
+    found.arrays.erase(std::remove_if(found.arrays.begin(), found.arrays.end(), is_output),
+                       found.arrays.end());
+    observer(found);
+}
+
+taken_outputs run_in_brackets(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs,
+                              const forgotten_observer& observer) {
+    const running_call running(function, observer);
+    matrix::arraylist_alloclist_errormode_guard brackets(
+        matrix::getErrorMode()); // the host has one mode only
+    taken_outputs taken = run(function, nlhs, inputs);
+    for (const matrix::array_ptr& output : taken.arrays) {
+        if (output) {
+            brackets.keep(output.get());
+        }
+    }
+    if (observer) {
+        tell(observer, function, taken.arrays);
+    }
+    return taken;
+}
+
+void check_outputs(const addon& function, int nlhs, const taken_outputs& taken) {
+    const auto broken = [&](const std::string& what) {
+        throw failure(exit_status::broken_outputs, function.name() + ": " + what);
+    };
+    if (!taken.trouble.empty()) {
+        broken(taken.trouble);
+    }
+    for (std::size_t i = slots_allowed(nlhs); i < taken.arrays.size(); ++i) {
+        if (taken.arrays[i]) {
+            broken("more outputs than the " + std::to_string(nlhs) + " asked for");
+        }
+    }
+    for (std::size_t i = 0; i < static_cast<std::size_t>(nlhs); ++i) {
+        if (!taken.arrays[i]) {
+            broken("output " + std::to_string(i + 1) +
+                   " was not set: the addon didn't take its inputs, or had no memory");
+        }
+    }
+}
+
+// Where a function finds another addon by name.
+std::string path_beside(const std::string& caller, const std::string& name) {
+    if (name.find('/') != std::string::npos) {
+        return name;
+    }
+    return (std::filesystem::path(caller).parent_path() / (name + ".so")).string();
+}
+
+const running_call& calling_function(int nlhs, int nrhs) {
+    const running_call* const caller = running_call::innermost();
+    if (caller == nullptr) {
+        ndErrMsgIdAndTxt("nd:callAddon:outside", "No addon function is running on this thread.");
+    }
+    if (caller->depth() >= deepest_call) {
+        ndErrMsgIdAndTxt("nd:callAddon:depth", "%d addon functions are running, one called by the other.",
+                         caller->depth());
+    }
+    if (nlhs < 0 || nrhs < 0) {
+        ndErrMsgIdAndTxt("nd:callAddon:count", "There can't be %d results and %d arguments.", nlhs, nrhs);
+    }
+    return *caller;
+}
+
+} // namespace
+
+std::vector<matrix::array_ptr> call_addon(const addon& function, int nlhs,
+                                          const std::vector<const ndArray_tag*>& inputs,
+                                          const forgotten_observer& observer) {
+    taken_outputs taken = run_in_brackets(function, nlhs, inputs, observer);
+    check_outputs(function, nlhs, taken);
+    // Without a first output, nlhs is 0 and there is no answer.
+    taken.arrays.resize(taken.arrays.front() ? slots_allowed(nlhs) : 0);
+    return std::move(taken.arrays);
+}
+
+} // namespace nd_host
+
+void ndCallAddon(const char* addon, const char* entry, int nlhs, ndArray_tag* plhs[], int nrhs,
+                 const ndArray_tag* prhs[]) {
+    const nd_host::running_call& caller = nd_host::calling_function(nlhs, nrhs);
+    const nd_host::addon function(nd_host::path_beside(caller.function().path(), addon),
+                                  entry != nullptr ? entry : nd_host::usual_entry);
+    auto outputs = nd_host::call_addon(function, nlhs, {prhs, prhs + nrhs}, caller.observer());
+    // An output that stands on no list joins the caller's context; nothing is handed over before all of them have.
+    for (const matrix::array_ptr& output : outputs) {
+        matrix::detail::noninlined::nd_array_api::ndSetArrayScope(output.get(), ndTEMPORARY_SCOPE);
+    }
+    for (matrix::array_ptr& output : outputs) {
+        *plhs++ = output.release();
+    }
+}
