@@ -49,45 +49,53 @@ private:
 };
 thread_local const running_call* running_call::innermost_ = nullptr;
 
-// What stands in the slots, owned. trouble tells of an array that has an owner already, as an input or in a slot before; it is
-// left to that owner.
+// What a function put out, owned. One that has an owner already, as an input or in a slot before, is left to that owner; refused
+// is its place then, and why tells the reason.
 struct taken_outputs {
-    std::vector<matrix::array_ptr> arrays;
-    std::string trouble;
-};
+    std::vector<matrix::array_ptr> arrays; // as many as there are slots
+    std::size_t refused = 0;
+    const char* why = nullptr;
 
-taken_outputs take_outputs(const std::vector<ndArray_tag*>& slots,
-                           const std::vector<const ndArray_tag*>& inputs) {
-    taken_outputs taken{std::vector<matrix::array_ptr>(slots.size()), {}};
-    for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
-        if (*slot == nullptr) {
-            continue;
-        }
-        const auto place = static_cast<std::size_t>(slot - slots.begin());
-        const std::string name = "output " + std::to_string(place + 1);
-        if (std::find(inputs.begin(), inputs.end(), *slot) != inputs.end()) {
-            taken.trouble = name + " is an input itself; an addon puts out a copy";
-        } else if (std::find(slots.begin(), slot, *slot) != slot) {
-            taken.trouble = name + " is the same array as an output before it";
-        } else {
-            taken.arrays[place].reset(*slot);
+    void take(const std::vector<ndArray_tag*>& slots,
+              const std::vector<const ndArray_tag*>& inputs) noexcept {
+        for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
+            const auto place = static_cast<std::size_t>(slot - slots.begin());
+            if (*slot == nullptr) {
+                continue;
+            }
+            if (std::find(inputs.begin(), inputs.end(), *slot) != inputs.end()) {
+                refuse(place, "is an input itself; an addon puts out a copy");
+            } else if (std::find(slots.begin(), slot, *slot) != slot) {
+                refuse(place, "is the same array as an output before it");
+            } else {
+                arrays[place].reset(*slot);
+            }
         }
     }
-    return taken;
-}
+
+private:
+    void refuse(std::size_t place, const char* reason) noexcept {
+        refused = place;
+        why = reason;
+    }
+};
 
 std::size_t slots_allowed(int nlhs) { return static_cast<std::size_t>(std::max(nlhs, 1)); }
 
-taken_outputs run(const addon& function, int nlhs, std::vector<const ndArray_tag*> inputs) {
-    const std::vector<const ndArray_tag*> given = inputs; // the function may write to its argument vector
-    std::vector<ndArray_tag*> slots(slots_allowed(nlhs) + spare_slots, nullptr);
+// There is room for what the function puts out before it runs: what comes can be owned whatever happens.
+taken_outputs run(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs) {
+    std::vector<const ndArray_tag*> prhs = inputs; // the function may write to its argument vector
+    std::vector<ndArray_tag*> plhs(slots_allowed(nlhs) + spare_slots, nullptr);
+    taken_outputs taken;
+    taken.arrays.resize(plhs.size());
     try {
-        function.entry()(nlhs, slots.data(), static_cast<int>(inputs.size()), inputs.data());
+        function.entry()(nlhs, plhs.data(), static_cast<int>(prhs.size()), prhs.data());
     } catch (...) {
-        take_outputs(slots, given); // those on no list would outlive the brackets
+        taken.take(plhs, inputs); // those on no list would outlive the brackets
         throw;
     }
-    return take_outputs(slots, given);
+    taken.take(plhs, inputs);
+    return taken;
 }
 
 void tell(const forgotten_observer& observer, const addon& function,
@@ -123,8 +131,9 @@ void check_outputs(const addon& function, int nlhs, const taken_outputs& taken) 
     const auto broken = [&](const std::string& what) {
         throw failure(exit_status::broken_outputs, function.name() + ": " + what);
     };
-    if (!taken.trouble.empty()) {
-        broken(taken.trouble);
+    const auto output = [](std::size_t place) { return "output " + std::to_string(place + 1) + " "; };
+    if (taken.why != nullptr) {
+        broken(output(taken.refused) + taken.why);
     }
     for (std::size_t i = slots_allowed(nlhs); i < taken.arrays.size(); ++i) {
         if (taken.arrays[i]) {
@@ -133,8 +142,7 @@ void check_outputs(const addon& function, int nlhs, const taken_outputs& taken) 
     }
     for (std::size_t i = 0; i < static_cast<std::size_t>(nlhs); ++i) {
         if (!taken.arrays[i]) {
-            broken("output " + std::to_string(i + 1) +
-                   " was not set: the addon didn't take its inputs, or had no memory");
+            broken(output(i) + "was not set: the addon didn't take its inputs, or had no memory");
         }
     }
 }

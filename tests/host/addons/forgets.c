@@ -202,3 +202,12 @@ ENTRY(descend)
     }
     plhs[0] = ndCreateDoubleScalar(n + below);
 }
+
+/* Calls descend with 3. */
+ENTRY(descend_from_three);
+ENTRY(descend_from_three)
+{
+    UNUSED;
+    const ndArray_tag* input[1] = {ndCreateDoubleScalar(3)};
+    ndCallAddon(self, "descend", 1, plhs, 1, input);
+}

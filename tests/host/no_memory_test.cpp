@@ -1,0 +1,88 @@
+// Calls of addon functions while memory is short: each allocation of the host and of the library's own records fails in turn.
+// The call then succeeds or is a failure; its lists are empty, and the next call works.
+#include "started_library.hpp"
+
+#include <addon.hpp>
+#include <engine_session.hpp>
+#include <failure.hpp>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <string>
+
+namespace {
+
+/// Allocations of this thread that still succeed; below 0 all do.
+thread_local long remaining = -1;
+
+void* allocate(std::size_t size) noexcept {
+    if (remaining == 0) return nullptr;
+    if (remaining > 0) --remaining;
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    if (void* const block = allocate(size)) return block;
+    throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+
+namespace {
+
+using nd_host::addon;
+using nd_host::engine_session;
+
+/// What lack of memory may end in: an error, or a file that couldn't be looked at before it was loaded.
+bool is_shortage(nd_host::exit_status status) {
+    return status == nd_host::exit_status::error_raised || status == nd_host::exit_status::not_an_addon;
+}
+
+/// Calls function with its (allowed + 1)-th allocation and all later ones failing. True when there was no such allocation.
+bool passes_with(long allowed, engine_session& session, const addon& function) {
+    const nd_host::forgotten_observer observer = [](const nd_host::forgotten&) {}; // lists what it is told
+    const std::vector<matrix::array_ptr> inputs;
+    bool used_up = false;
+    try {
+        remaining = allowed;
+        const auto results = session.call(function, 1, inputs, observer);
+        used_up = remaining == 0;
+        remaining = -1;
+        EXPECT_EQ(results.size(), 1U);
+    } catch (const nd_host::failure& error) {
+        remaining = -1;
+        EXPECT_TRUE(is_shortage(error.status())) << error.what();
+        return false;
+    } catch (const std::bad_alloc&) { // there was no memory for the failure itself
+        remaining = -1;
+        return false;
+    }
+    return !used_up;
+}
+
+TEST(ShortOfMemory, CallsFailAndLeaveNothing) {
+    test::start_library();
+    engine_session session;
+    for (const char* name :
+         {"forget_arrays", "forget_blocks", "end_most", "call_others", "descend_from_three"}) {
+        SCOPED_TRACE(name);
+        const addon function(std::string(ND_TEST_ADDONS "/test_forgets.so"), name);
+        long allowed = 0;
+        while (!passes_with(allowed, session, function) && allowed < 10000) {
+            EXPECT_TRUE(matrix::isArrayListContextEmpty());
+            EXPECT_TRUE(matrix::isAllocListContextEmpty());
+            ++allowed;
+        }
+        EXPECT_GT(allowed, 3);
+        EXPECT_LT(allowed, 10000);
+    }
+}
+
+} // namespace
