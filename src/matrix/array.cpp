@@ -99,6 +99,7 @@ void ndArray_tag::nullCustomDeleter() noexcept {
 }
 
 void ndArray_tag::set_pdata_and_deleter(void* data, void (*fn)(void*)) {
+    if (data != pdata) matrix::internal::begin_own_data(this, fn != nullptr);
     if (fn != nullptr) {
         setCustomDeleter(fn);
     } else {

@@ -3,6 +3,7 @@
 #include "matrix/class_hooks.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/flag_words.hpp"
+#include "matrix/size_check.hpp"
 
 #include <nd/access.hpp>
 
@@ -56,7 +57,7 @@ void ndGetDims(const ndArray_tag* array, kvSize nsubs, kvSize* out) {
     std::copy_n(dims.begin(), own, out);
     std::fill(out + own, out + nsubs, kvSize{1});
     if (own == 0) return;
-    for (const std::size_t dim : dims.subspan(own)) out[own - 1] *= dim;
+    for (const std::size_t dim : dims.subspan(own)) out[own - 1] = saturated_product(out[own - 1], dim);
 }
 
 kvIndex ndCalcSingleSubscript(const ndArray_tag* array, kvSize nsubs, const kvIndex* subs) {
@@ -65,8 +66,9 @@ kvIndex ndCalcSingleSubscript(const ndArray_tag* array, kvSize nsubs, const kvIn
     kvIndex offset = 0;
     std::size_t stride = 1;
     for (std::size_t i = 0; i < std::min(nsubs, dims.size()); ++i) {
-        offset += subs[i] * stride;
-        stride *= dims[i];
+        // Dimensions beside a 0 can be too large for their product: all ones then stands for "beyond every offset".
+        offset = saturated_sum(offset, saturated_product(subs[i], stride));
+        stride = saturated_product(stride, dims[i]);
     }
     return offset;
 }

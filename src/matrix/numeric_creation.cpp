@@ -40,6 +40,7 @@ array_ptr create_plain(dims_view dims, NdArrayTypeId code, DataInitialization in
 bool fits(const ndArray_tag* candidate, NdArrayTypeId code, std::size_t needed, std::size_t capacity) {
     // Slots of containers and private data aren't plain memory to be lent, whatever their element size.
     if ((candidate->flags & flag_reusable) == 0 || (candidate->flags & flag_data_private) != 0) return false;
+    if (needed != 0 && candidate->pdata == nullptr) return false;
     if (!has_plain_elements(candidate->class_id) || !has_plain_elements(class_of(code))) return false;
     if (stored_element_size(candidate) != element_size(code)) return false;
     complete_dimensions_if_opaque(candidate);

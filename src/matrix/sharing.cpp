@@ -38,6 +38,21 @@ void share_data_to(ndArray_tag* source, ndArray_tag* copy) {
                   (source->flags & flag_single_threaded_sharing) | flag_shared_data;
 }
 
+void begin_own_data(ndArray_tag* array, bool with_record) {
+    if (!has_shared_data(array)) {
+        if (with_record) ensure_share_record(array);
+        return;
+    }
+    ::share_record* const own =
+        with_record ? new (allocate_header_block(sizeof(::share_record)))::share_record : nullptr;
+    if (!release_data_for_destroy(array)) {
+        array->share_record = own;
+    } else if (own != nullptr) { // the others have left meanwhile: the record is this array's alone
+        own->~share_record();
+        free_header_block(own);
+    }
+}
+
 bool release_data_for_destroy(ndArray_tag* array) noexcept {
     if (!has_shared_data(array)) return true;
     if (!leave_record(array)) return true;

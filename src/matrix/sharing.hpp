@@ -22,6 +22,10 @@ inline bool has_shared_data(const ndArray_tag* array) noexcept {
 /// Raises std::bad_alloc; nothing has changed then.
 void share_data_to(ndArray_tag* source, ndArray_tag* copy);
 
+/// Prepares the array for a block of its own in place of the present one: a sharer leaves its group, which keeps the block.
+/// with_record asks for a record, to hold a deleter. Raises std::bad_alloc; nothing has changed then.
+void begin_own_data(ndArray_tag* array, bool with_record);
+
 /// Asked when the last owner of a header goes: may this header free its block? When others still use it, the header has
 /// left the group and holds no data.
 bool release_data_for_destroy(ndArray_tag* array) noexcept;

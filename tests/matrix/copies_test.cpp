@@ -390,5 +390,31 @@ TEST_F(ReleaseData, OfASparseHeaderLetsTheIndexVectorsGo) {
     heap.free(rows);
 }
 
+int ended_by_deleter = 0;
+void count_and_free(void* block) {
+    ++ended_by_deleter;
+    foundation::core::mem::aligned_heap_instance().free(block);
+}
+
+// A sharer that gets another block leaves the group: that block is its own, and the group's block stays the group's.
+TEST_F(SharedCopy, ASharerThatGetsAnotherBlockLeavesTheGroup) {
+    for (const bool with_deleter : {true, false}) {
+        SCOPED_TRACE(with_deleter);
+        ended_by_deleter = 0;
+        matrix::array_ptr source(api::ndCreateDoubleMatrix(100, 10, ndREAL));
+        matrix::array_ptr sharer(api::ndCreateSharedCopyNotOnArrayList(source.get()));
+        void* const block = foundation::core::mem::aligned_heap_instance().calloc(1000, sizeof(double));
+        ASSERT_NE(block, nullptr);
+        sharer->set_pdata_and_deleter(block, with_deleter ? count_and_free : nullptr);
+        EXPECT_EQ(sharer->pdata, block);
+        EXPECT_NE(source->pdata, block);
+        EXPECT_FALSE(source->hasCustomDeleter());
+        sharer.reset();
+        EXPECT_EQ(ended_by_deleter, with_deleter ? 1 : 0);
+        source.reset();
+        EXPECT_EQ(ended_by_deleter, with_deleter ? 1 : 0);
+    }
+}
+
 } // namespace
 } // namespace test

@@ -49,7 +49,8 @@ ND_EXPORT void* ndMalloc(std::size_t size);
 /// The same for n times size zeroed bytes; a product that overflows is out of memory.
 ND_EXPORT void* ndCalloc(std::size_t n, std::size_t size);
 /// Resizes a block: the result replaces p on the list. Null p: ndMalloc. Size 0: frees p and gives null. On failure p is
-/// unchanged; where that doesn't raise, p also leaves the list.
+/// unchanged; where that doesn't raise, p also leaves the list. Not for a block of an outer
+/// context.
 ND_EXPORT void* ndRealloc(void* p, std::size_t size);
 /// Frees a block and takes it off the current context's list. Null is ignored. Not for a block of an outer context.
 ND_EXPORT void ndFree(void* p);

@@ -97,10 +97,23 @@ void* make_mapped_block(void* block, std::size_t size) noexcept {
     return block;
 }
 
+// The C heap, which may need what is kept of freed large blocks.
+template <class Allocate>
+void* raw_block(Allocate allocate) noexcept {
+    void* raw = allocate();
+    if constexpr (mapped_blocks_are_available) {
+        if (raw == nullptr) [[unlikely]] {
+            release_kept_blocks();
+            raw = allocate();
+        }
+    }
+    return raw;
+}
+
 void* heap_malloc(std::size_t size) {
     if (is_too_large(size)) return nullptr;
     if (is_mapped_size(size)) return make_mapped_block(map_block(size, false), size);
-    return make_block(std::malloc(size + heap_overhead), size);
+    return make_block(raw_block([&] { return std::malloc(size + heap_overhead); }), size);
 }
 
 void* heap_calloc(std::size_t n, std::size_t size) {
@@ -108,7 +121,7 @@ void* heap_calloc(std::size_t n, std::size_t size) {
     if (__builtin_mul_overflow(n, size, &bytes)) bytes = SIZE_MAX;
     if (is_too_large(bytes)) return nullptr;
     if (is_mapped_size(bytes)) return make_mapped_block(map_block(bytes, true), bytes);
-    return make_block(std::calloc(1, bytes + heap_overhead), bytes);
+    return make_block(raw_block([&] { return std::calloc(1, bytes + heap_overhead); }), bytes);
 }
 
 void heap_free(void* block) {
@@ -136,7 +149,7 @@ void* heap_realloc(void* block, std::size_t size) {
 
 #else
 
-// From the C heap to a mapping, or back: the one case in which the bytes are copied.
+// From the C heap to a mapping or back, and where the system doesn't move pages: the bytes are copied.
 void* move_block(void* block, std::size_t old_size, std::size_t size) noexcept {
     void* const fresh = heap_malloc(size);
     if (fresh == nullptr) return nullptr;
@@ -150,9 +163,12 @@ void* heap_realloc(void* block, std::size_t size) {
     if (is_too_large(size)) return nullptr;
     const block_prefix old = prefix_in(block);
     if (is_mapped(old) != is_mapped_size(size)) return move_block(block, old.size, size);
-    if (is_mapped(old)) return make_mapped_block(remap_block(block, old.size, size), size);
+    if (is_mapped(old)) {
+        void* const moved = remap_block(block, old.size, size);
+        return moved != nullptr ? make_mapped_block(moved, size) : move_block(block, old.size, size);
+    }
     open_block(block);
-    void* const raw = std::realloc(raw_of(block, old), size + heap_overhead);
+    void* const raw = raw_block([&] { return std::realloc(raw_of(block, old), size + heap_overhead); });
     if (raw == nullptr) {
         close_block(block);
         return nullptr;
