@@ -212,6 +212,7 @@ bool is_plain(const ndArray_tag* array) noexcept {
 
 void finish_plain(ndArray_tag* array) noexcept {
     array->scope = ndUNKNOWN_SCOPE;
+    array->parent = nullptr;
     free_data(array->pdata);
     poison_and_free(array);
 }

@@ -2,6 +2,7 @@
 #include "matrix/dimensions.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 namespace matrix::internal {
 namespace {
@@ -26,8 +27,8 @@ void prepared_dims::store_block(ndArray_tag* array) noexcept {
 
 void prepared_dims::commit_to(ndArray_tag* array) noexcept {
     if (dims_.size() > 2 && !block_) {
-        // The values may be the array's own block: moved, not copied.
-        std::copy(dims_.begin(), dims_.end(), dims_block(array));
+        // The values may be the array's own block.
+        std::memmove(dims_block(array), dims_.data(), dims_.size_bytes());
         store_block(array);
         return;
     }

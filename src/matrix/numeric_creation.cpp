@@ -3,7 +3,8 @@
 //   cache on, every dimension at most 16240, 1 to 16240 bytes   a pair of the thread's cache
 //   otherwise                                                   size checks, then a header with a block of the exact size
 //
-// The cached way needs no size check: what fits 16240 bytes fits every limit. No bytes at all take the plain way, since
+// The cached way needs no size check: 16240 bytes are below the ceiling, and small cached arrays aren't held to the user's limit.
+// No bytes at all take the plain way, since
 // elements of size 0 can be too many, and so does a dimension above 16240 even when another one is 0.
 #include "matrix/numeric_creation.hpp"
 

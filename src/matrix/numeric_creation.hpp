@@ -14,7 +14,8 @@ array_ptr create_numeric(dims_view dims, NdArrayTypeId code, DataInitialization 
 /// An m by n array of a class with plain elements, never cached. Raises the size errors before anything is allocated.
 ndArray_tag* create_plain_matrix(std::size_t m, std::size_t n, NdArrayTypeId code, DataInitialization init);
 
-/// An array that takes over the data of the first candidate that fits, or has a fresh uninitialised block.
+/// An array that takes over the data of the first candidate that fits, or has a fresh block: uninitialised, or of nulls for a class
+/// that holds references.
 array_ptr create_with_reuse(dims_view dims, NdArrayTypeId code, std::span<ndArray_tag* const> candidates);
 
 } // namespace matrix::internal

@@ -19,6 +19,12 @@ namespace {
     errors::raise<TARVEL::legacy_two_part::pmaxsize>();
 }
 
+void check_bytes(dims_view dims, std::uint64_t bytes) {
+    if (bytes > address_ceiling) raise_too_large();
+    const std::uint64_t limit = array_size_limit();
+    if (limit != 0 && bytes > limit) raise_size_limit_exceeded(dims, bytes, limit);
+}
+
 } // namespace
 
 std::size_t checked_index_count(dims_view dims) {
@@ -31,10 +37,18 @@ std::size_t checked_index_count(dims_view dims) {
 
 std::size_t checked_element_count(dims_view dims, std::size_t element_size) {
     const std::size_t count = checked_index_count(dims);
-    const std::uint64_t bytes = saturated_product(count, element_size);
-    if (bytes > address_ceiling) raise_too_large();
-    const std::uint64_t limit = array_size_limit();
-    if (limit != 0 && bytes > limit) raise_size_limit_exceeded(dims, bytes, limit);
+    check_bytes(dims, saturated_product(count, element_size));
+    return count;
+}
+
+std::size_t checked_sparse_size(std::size_t m, std::size_t n, std::size_t nzmax, std::size_t element_size) {
+    constexpr std::uint64_t index_size = sizeof(kvIndex);
+    const std::size_t dims[] = {m, n};
+    const std::size_t count = checked_index_count(dims);
+    const std::uint64_t column_starts = saturated_product(saturated_sum(n, 1), index_size);
+    const std::uint64_t row_indices = saturated_product(nzmax, index_size);
+    const std::uint64_t elements = saturated_product(nzmax, element_size);
+    check_bytes(dims, saturated_sum(saturated_sum(elements, row_indices), column_starts));
     return count;
 }
 
@@ -123,6 +137,11 @@ std::size_t ndCheckMNForIndexing(std::size_t m, std::size_t n) {
 
 bool ndCheckMNForIndexing_nothrow(std::size_t m, std::size_t n, std::size_t* out) {
     return succeeds([&] { return ndCheckMNForIndexing(m, n); }, out);
+}
+
+std::size_t ndCheckSparse(std::size_t m, std::size_t n, std::size_t nzmax, ndClassID classId,
+                          ndComplexity complexity) {
+    return internal::checked_sparse_size(m, n, nzmax, judged_element_size(classId, complexity));
 }
 
 kvSize ndGetCapacity(kvSize n) { return internal::capacity_for(n); }

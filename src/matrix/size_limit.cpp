@@ -18,6 +18,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace matrix {
 namespace {
@@ -96,17 +97,6 @@ const foundation::log::basic_diagnostic_logger& size_limit_channel() {
 
 [[maybe_unused]] const auto& channel_made_at_load = size_limit_channel();
 
-// Dimensions joined by "x"; a single one reads as a column.
-std::string dimension_text(std::span<const std::size_t> dims) {
-    std::string text;
-    for (const std::size_t dim : dims) {
-        if (!text.empty()) text += 'x';
-        text += std::to_string(dim);
-    }
-    if (dims.size() == 1) text += "x1";
-    return text;
-}
-
 std::string gigabytes_text(std::uint64_t bytes) {
     char digits[32]; // 2^64 bytes are eleven digits of gigabytes
     const double gigabytes = std::ldexp(static_cast<double>(bytes), -30);
@@ -115,25 +105,34 @@ std::string gigabytes_text(std::uint64_t bytes) {
     return std::string(digits, end) + "GB";
 }
 
+// The identifier, and the record in the log.
+TARVEL::array::SizeLimitExceeded reported_id(std::string dimensions, std::size_t bytes, std::size_t limit) {
+    if (size_limit_channel().is_on(report_severity)) {
+        size_limit_channel().write(report_severity,
+                                   "Attempt to create " + dimensions + " array exceeds size limit at \n" +
+                                       foundation::core::diag::stacktrace_base::capture().format());
+    }
+    return TARVEL::array::SizeLimitExceeded(std::move(dimensions), gigabytes_text(bytes),
+                                            gigabytes_text(limit));
+}
+
 } // namespace
 
 std::uint64_t array_size_limit() noexcept { return built_state().limit(); }
 
 void raise_size_limit_exceeded(std::span<const std::size_t> dims, std::size_t bytes, std::size_t limit) {
-    const SizeLimitExceeded error(dims, bytes, limit);
+    raise_size_limit_exceeded(dimension_text(dims), bytes, limit);
+}
+
+void raise_size_limit_exceeded(std::string dimensions, std::size_t bytes, std::size_t limit) {
+    const SizeLimitExceeded error(reported_id(std::move(dimensions), bytes, limit));
     detail::do_legacy_nd_error(error);
     throw SizeLimitExceeded(error);
 }
 
 TARVEL::array::SizeLimitExceeded SizeLimitExceeded::makeMessage(std::span<const std::size_t> dims,
                                                                 std::size_t bytes, std::size_t limit) {
-    const std::string dimensions = dimension_text(dims);
-    if (size_limit_channel().is_on(report_severity)) {
-        size_limit_channel().write(report_severity,
-                                   "Attempt to create " + dimensions + " array exceeds size limit at \n" +
-                                       foundation::core::diag::stacktrace_base::capture().format());
-    }
-    return TARVEL::array::SizeLimitExceeded(dimensions, gigabytes_text(bytes), gigabytes_text(limit));
+    return reported_id(dimension_text(dims), bytes, limit);
 }
 
 SizeLimitExceeded::SizeLimitExceeded(std::span<const std::size_t> dims, std::size_t bytes, std::size_t limit)

@@ -1,6 +1,8 @@
 // Subjects of the argument sweep.
 #include "api/sweep.hpp"
 
+#include "api/small_limit.hpp"
+
 #include <nd/memory.hpp>
 
 #include <memory>
@@ -40,6 +42,11 @@ bool with_block(bool (*call)(void*)) {
     using matrix::detail::noninlined::nd_array_api::ndMalloc;
     const std::unique_ptr<void, void (*)(void*)> block(ndMalloc(1), &ndFree);
     return call(block.get());
+}
+
+bool under_a_small_limit(bool (*call)()) {
+    const small_limit limit;
+    return call();
 }
 
 } // namespace test

@@ -24,6 +24,9 @@ const std::vector<sweep_case>& sweep_cases();
 
 inline constexpr std::size_t above_ceiling = std::size_t{1} << 48;
 
+/// Two such sizes make 2^44 bytes at least, more than 1 percent of any machine's memory and, at 8 bytes an element, below 2^48.
+inline constexpr int above_any_limit = 1 << 22;
+
 /// Two dimensions, written in place.
 template <class Size>
 struct shape {
@@ -44,5 +47,8 @@ bool with_every_class_but(ndClassID class_id, ndComplexity complexity, array_cal
 
 /// The call's answer for a block, which must still be the caller's to free afterwards.
 bool with_block(bool (*call)(void*));
+
+/// The call's answer while one array may have 1 percent of the machine's memory.
+bool under_a_small_limit(bool (*call)());
 
 } // namespace test

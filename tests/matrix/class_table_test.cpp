@@ -243,6 +243,25 @@ TEST_F(ClassOfArray, BecomingAStructClearsInfoAndLeavesTheCache) {
     }
 }
 
+bool may_hold_references(const class_facts& of) {
+    return of.container || of.id == ndFUNCTION_CLASS || of.id == ndOPAQUE_CLASS;
+}
+
+// The collection list has arrays that can hold references: who stops being one leaves it.
+TEST_F(ClassOfArray, LeavesTheCollectionListWithItsReferences) {
+    for (const class_facts& from : facts) {
+        for (const class_facts& to : facts) {
+            SCOPED_TRACE(std::string(from.name) + " to " + to.name);
+            const auto array = empty_of(from.id);
+            const bool holds = may_hold_references(from), still_holds = may_hold_references(to);
+            if (holds) array->flags |= matrix::flag_on_collection_list;
+            api::ndSetArrayType(array.get(), static_cast<ndClassID>(to.id));
+            EXPECT_EQ((array->flags & matrix::flag_on_collection_list) != 0, holds && still_holds);
+            array->flags &= ~matrix::flag_on_collection_list;
+        }
+    }
+}
+
 // The scalar-double bit promises a full 1x1 double to an engine that looks no further.
 TEST_F(ClassOfArray, AnArrayThatIsNoDoubleAnyMoreIsNoScalarDouble) {
     const auto array = arr("double", {1.5});

@@ -74,6 +74,36 @@ TEST_F(DestroyContainer, TakesOneReferenceOfAnElementWithAnotherOwner) {
     }
 }
 
+// Elements as a collector knows them: each has its container as parent, containers and handles stand on its list. Others share
+// one container's slots: its header ends all the same.
+TEST_F(DestroyContainer, TakesEveryElementOutOfItsContainerAndOffTheCollectionList) {
+    header_watch headers;
+    array_ptr top = cell_of(5);
+    const array_ptr sharer = arr("cell 1x1", arr("int8"));
+    put(top, 0, arr("double").release());
+    put(top, 1, nested(2, arr("single")).release());
+    put(top, 2, matrix::detail::do_shared_copy(sharer.get()).release());
+    for (const int class_id : {ndFUNCTION_CLASS, ndOPAQUE_CLASS}) {
+        put(top, class_id == ndFUNCTION_CLASS ? 3 : 4,
+            matrix::detail::do_create_numeric(dims_list{1, 1}, matrix::internal::code_of(class_id, false))
+                .release());
+    }
+    top->flags |= matrix::flag_on_collection_list;
+    for (std::size_t i = 0; i < 5; ++i) {
+        slot(top, i)->parent = top.get();
+        if (i > 0) slot(top, i)->flags |= matrix::flag_on_collection_list;
+    }
+    ndArray_tag* const inner = static_cast<ndArray_tag**>(slot(top, 1)->pdata)[0];
+    inner->parent = slot(top, 1);
+    inner->flags |= matrix::flag_on_collection_list;
+    top.reset();
+    ASSERT_EQ(headers.freed_headers().size(), 8U);
+    for (const freed_header& dead : headers.freed_headers()) {
+        EXPECT_EQ(dead.parent, 0U);
+        EXPECT_FALSE(dead.flags & matrix::flag_on_collection_list);
+    }
+}
+
 TEST_F(DestroyContainer, LeavesAnElementThatTheEngineHolds) {
     header_watch headers;
     ndArray_tag* const element = arr("cell 1x1", arr("double")).release();

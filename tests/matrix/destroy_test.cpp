@@ -138,6 +138,25 @@ TEST_F(Destroy, MarksTheHeaderAsDead) {
     }
 }
 
+// Whoever finds a dead header mustn't be led on to a container that may be gone too, or take it for one to be collected.
+TEST_F(Destroy, TakesTheHeaderOutOfItsContainerAndOffTheCollectionList) {
+    const array_ptr container = matrix::create_cell(dims_list{1, 1});
+    for_each_class(class_set::all, [&](const class_case& c) {
+        for (const dims_list& dims : {dims_list{0, 0}, dims_list{2, 3}, dims_list{2, 3, 4}}) {
+            for (const std::uint32_t listed : {0U, +matrix::flag_on_collection_list}) {
+                watches watch;
+                ndArray_tag* const array = matrix::detail::do_create_numeric(dims, c.code()).release();
+                array->parent = container.get();
+                array->flags |= listed;
+                matrix::destroyArray(array);
+                ASSERT_EQ(watch.headers.freed_headers().size(), 1U);
+                EXPECT_EQ(watch.headers.freed_headers()[0].parent, 0U);
+                EXPECT_FALSE(watch.headers.freed_headers()[0].flags & matrix::flag_on_collection_list);
+            }
+        }
+    });
+}
+
 TEST_F(Destroy, DoesNotMarkAPairThatGoesBackToItsBin) {
     const cache_on cache;
     watches watch;

@@ -71,6 +71,7 @@ void header_watch::note_free(const void* at) {
     freed_.push_back({at, word_at<std::uint32_t>(at, offsetof(ndArray_tag, scope)),
                       word_at<std::int32_t>(at, offsetof(ndArray_tag, class_id)),
                       word_at<std::uint32_t>(at, offsetof(ndArray_tag, flags)),
+                      word_at<std::uint64_t>(at, offsetof(ndArray_tag, parent)),
                       word_at<std::uint64_t>(at, offsetof(ndArray_tag, pdata)),
                       word_at<std::uint64_t>(at, offsetof(ndArray_tag, next))});
 }

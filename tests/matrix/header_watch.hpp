@@ -20,6 +20,7 @@ struct freed_header {
     std::uint32_t scope = 0;
     std::int32_t class_id = 0;
     std::uint32_t flags = 0;
+    std::uint64_t parent = 0;
     std::uint64_t pdata = 0;
     std::uint64_t next = 0;
 

@@ -86,6 +86,30 @@ TEST_F(ObjectHooks, SeeObjectsInContainersOnceEach) {
     for (const seen_object& seen : destroyed) EXPECT_TRUE(seen.whole);
 }
 
+// By then nothing leads to the object any more: it has left its container and the collection list, which a collector could
+// otherwise follow into what is being torn down.
+TEST_F(ObjectHooks, SeeAnObjectThatIsOnItsOwn) {
+    static int tied;
+    tied = 0;
+    api::ndSetObjectCreateDestroyFn(nullptr, [](ndArray_tag* array) {
+        destroyed.push_back(see(array));
+        if (array->parent != nullptr || (array->flags & matrix::flag_on_collection_list) != 0) ++tied;
+    });
+    const array_ptr elsewhere = matrix::create_cell(dims_list{1, 1});
+    const auto tied_object = [&] {
+        array_ptr array = object({1, 1});
+        array->parent = elsewhere.get();
+        array->flags |= matrix::flag_on_collection_list;
+        return array;
+    };
+    tied_object().reset();
+    array_ptr cell = matrix::create_cell(dims_list{1, 2});
+    put(cell, 1, tied_object());
+    cell.reset();
+    EXPECT_EQ(destroyed.size(), 2U);
+    EXPECT_EQ(tied, 0);
+}
+
 TEST_F(ObjectHooks, SeeNoOtherClass) {
     for (int class_id = 0; class_id < ndOBJECT_CLASS; ++class_id) {
         matrix::detail::do_create_numeric(dims_list{1, 1}, matrix::internal::code_of(class_id, false))

@@ -180,6 +180,79 @@ TEST_F(SizeCheck, AgreesWithAReckoningIn128Bits) {
     }
 }
 
+answer sparse_answer(std::size_t m, std::size_t n, std::size_t nzmax, int id, int complexity) {
+    return answer_of([&] {
+        return api::ndCheckSparse(m, n, nzmax, static_cast<ndClassID>(id),
+                                  static_cast<ndComplexity>(complexity));
+    });
+}
+
+TEST_F(SizeCheck, OfASparseMatrixCountsElementsAndIndices) {
+    constexpr std::size_t all_ones = ~std::size_t{0}, large = std::size_t{1} << 24;
+    constexpr std::size_t most =
+        (ceiling - 16) / 16; // doubles in one column: 16 bytes each, 16 for its two starts
+    struct {
+        std::size_t m, n, nzmax;
+        int id, complexity;
+        answer wanted;
+    } const rows[] = {
+        {0, 0, 0, ndDOUBLE_CLASS, ndREAL, {0, ""}},
+        {3, 4, 5, ndDOUBLE_CLASS, ndREAL, {12, ""}},
+        {3, 4, 5, ndLOGICAL_CLASS, ndREAL, {12, ""}},
+        {ceiling, 1, 1, ndDOUBLE_CLASS, ndREAL, {ceiling, ""}},
+        {large, large, 1, ndDOUBLE_CLASS, ndREAL, too_large}, // the count
+        {1, ceiling, 1, ndDOUBLE_CLASS, ndREAL, too_large},   // the column starts
+        {1, 1, most, ndDOUBLE_CLASS, ndREAL, {1, ""}},
+        {1, 1, most + 1, ndDOUBLE_CLASS, ndREAL, too_large},
+        {1, 1, most, ndDOUBLE_CLASS, ndCOMPLEX, too_large},
+        {1, 1, all_ones, ndLOGICAL_CLASS, ndREAL, too_large}, // products and sums that pass 2^64
+        {1, 1, all_ones / 8, ndDOUBLE_CLASS, ndREAL, too_large},
+        {1, 1, all_ones / 16, ndDOUBLE_CLASS, ndREAL, too_large},
+        {0, all_ones, 0, ndDOUBLE_CLASS, ndREAL, too_large},
+        {0, all_ones - 1, 0, ndDOUBLE_CLASS, ndREAL, too_large},
+        {0, all_ones / 8, 0, ndDOUBLE_CLASS, ndREAL, too_large},
+        {all_ones, 0, 0, ndDOUBLE_CLASS, ndREAL, {0, ""}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(sparse_answer(row.m, row.n, row.nzmax, row.id, row.complexity), row.wanted)
+            << row.m << " x " << row.n << ", " << row.nzmax << " elements of class " << row.id;
+    }
+}
+
+TEST_F(SizeCheck, OfASparseMatrixIsHeldToTheUsersLimit) {
+    const size_limit_scope limit(1000, 100); // 60 doubles and their indices, and the starts of 4 columns
+    EXPECT_EQ(sparse_answer(1'000'000, 4, 60, ndDOUBLE_CLASS, ndREAL), (answer{4'000'000, ""}));
+    EXPECT_EQ(sparse_answer(1'000'000, 4, 60, ndDOUBLE_CLASS, ndCOMPLEX), above_limit);
+    EXPECT_EQ(sparse_answer(1, 124, 0, ndDOUBLE_CLASS, ndREAL), (answer{124, ""}));
+    EXPECT_EQ(sparse_answer(1, 125, 0, ndDOUBLE_CLASS, ndREAL), above_limit);
+    try {
+        api::ndCheckSparse(7, 4, std::size_t{1} << 27, ndDOUBLE_CLASS, ndREAL);
+        FAIL() << "accepted";
+    } catch (const SizeLimitExceeded& error) {
+        const auto& arguments = error.GetMsgIDObj().arguments();
+        EXPECT_EQ(std::get<std::string>(arguments[0]), "7x4");
+        EXPECT_EQ(std::get<std::string>(arguments[1]), "2.0GB");
+    }
+}
+
+TEST_F(SizeCheck, OfASparseMatrixAgreesWithAReckoningIn128Bits) {
+    constexpr int rounds = 20'000;
+    constexpr int ids[] = {ndLOGICAL_CLASS, ndDOUBLE_CLASS, ndSINGLE_CLASS};
+    dims_maker make(3);
+    for (const std::uint64_t limit : {std::uint64_t{0}, std::uint64_t{100'000}}) {
+        const size_limit_scope scope(100'000, 100, limit != 0);
+        for (int i = 0; i < rounds / 2 && !HasFailure(); ++i) {
+            const std::size_t m = make.one(), n = make.one(), nzmax = make.one();
+            const int id = ids[make.number() % std::size(ids)];
+            const int complexity = id == ndLOGICAL_CLASS ? 0 : static_cast<int>(make.number() % 2);
+            const judged_size judged = judge_sparse(m, n, nzmax, judged_size_of(id, complexity), limit);
+            EXPECT_EQ(sparse_answer(m, n, nzmax, id, complexity), wanted_answer(judged))
+                << m << " x " << n << ", " << nzmax << " elements of class " << id << ", complexity "
+                << complexity << ", limit " << limit;
+        }
+    }
+}
+
 TEST_F(SizeCheck, TooLargeIsTheLegacyErrorWithoutArguments) {
     try {
         api::ndCheckMN(std::size_t{1} << 40, std::size_t{1} << 40, std::size_t{1});

@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstring>
 #include <thread>
 
 namespace test {
@@ -80,6 +81,23 @@ TEST_F(SizeLimit, IsAShareOfMemoryToTheByte) {
         const size_limit_scope scope(row.memory, row.percent);
         EXPECT_EQ(largest_allowed(), row.wanted) << row.memory << " bytes, " << row.percent << " percent";
     }
+}
+
+// Compiled callers reach the operations by their place in the table of virtual functions. A pointer to a virtual member holds
+// that place in bytes, plus 1.
+template <class Member>
+std::ptrdiff_t slot_of(Member member) {
+    std::ptrdiff_t words[2];
+    static_assert(sizeof member == sizeof words);
+    std::memcpy(words, &member, sizeof words);
+    return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+}
+
+TEST_F(SizeLimit, OperationsKeepTheirPlaces) {
+    EXPECT_EQ(slot_of(&ArraySizeLimit::getPercent), 0);
+    EXPECT_EQ(slot_of(&ArraySizeLimit::setPercent), 1);
+    EXPECT_EQ(slot_of(&ArraySizeLimit::setEnabled), 2);
+    EXPECT_EQ(slot_of(&ArraySizeLimit::isEnabled), 3);
 }
 
 // A limit that comes out as 0 bytes is no limit: 3 percent of 7 bytes, and 0 percent.

@@ -53,6 +53,17 @@ inline judged_size judge(std::span<const std::size_t> dims, std::size_t element_
     return {limit != 0 && b > limit ? verdict::above_limit : verdict::fits, n, b};
 }
 
+/// An m by n sparse matrix with room for nzmax elements: element_size and an index each, and n + 1 column starts.
+inline judged_size judge_sparse(std::size_t m, std::size_t n, std::size_t nzmax, std::size_t element_size,
+                                std::uint64_t limit = 0) {
+    const wide count = wide{m} * n;
+    const wide bytes = wide{nzmax} * element_size + wide{nzmax} * 8 + (wide{n} + 1) * 8;
+    if (count > ceiling || bytes > ceiling) return {verdict::above_ceiling};
+    const auto b = static_cast<std::uint64_t>(bytes);
+    return {limit != 0 && b > limit ? verdict::above_limit : verdict::fits, static_cast<std::uint64_t>(count),
+            b};
+}
+
 inline std::string dims_words(std::span<const std::size_t> dims) {
     std::string text = "(";
     for (const std::size_t dim : dims) text += (text.size() == 1 ? "" : ", ") + std::to_string(dim);

@@ -3,36 +3,14 @@
 
 #include "matrix/size_limit.hpp"
 
-#include <nd/errors.hpp>
-#include <nd/sizes.hpp>
-
 #include <boost/numeric/conversion/cast.hpp>
-
-#include <string>
-#include <utility>
-#include <variant>
 
 namespace matrix::internal {
 namespace {
 
-using size_message =
-    foundation::core::except::Exception<TARVEL::array::SizeLimitExceeded, std::exception, void>;
-
-// The class makes its texts from unsigned sizes. Here the size that was given is negative, and its own digits are what
-// helps the caller, so the dimension text is put in place of the made one.
+// The size that was given is negative: its own digits are what helps the caller.
 [[noreturn, gnu::cold]] void raise_unrepresentable(std::span<const int> given) {
-    std::string dimensions;
-    for (const int dim : given) {
-        if (!dimensions.empty()) dimensions += 'x';
-        dimensions += std::to_string(dim);
-    }
-    if (given.size() == 1) dimensions += "x1";
-    SizeLimitExceeded error({}, 0, 0);
-    const auto& made = error.GetMsgIDObj().arguments();
-    static_cast<size_message&>(error) = size_message(TARVEL::array::SizeLimitExceeded(
-        std::move(dimensions), std::get<std::string>(made[1]), std::get<std::string>(made[2])));
-    detail::do_legacy_nd_error(error);
-    throw SizeLimitExceeded(error);
+    raise_size_limit_exceeded(dimension_text(given), 0, 0);
 }
 
 } // namespace

@@ -174,10 +174,10 @@ struct ndArray_tag {
     /// True when more than one header uses the data block. The record must exist: test flag_shared_data first.
     ND_EXPORT bool is_data_shared_impl() const noexcept;
 
-    /// True when both headers have the same block and nobody else has it.
+    /// True when both headers have the same block and nobody else has it. This header's record must exist.
     ND_EXPORT bool is_data_shared_only_with_impl(const ndArray_tag* other) const noexcept;
 
-    /// True when both headers have the same block.
+    /// True when both headers have the same block. This header's record must exist.
     ND_EXPORT bool is_data_shared_with_impl(const ndArray_tag* other) const noexcept;
 
     /// Asks the class of an indexing-opaque array for its dimensions and stores them.

@@ -14,6 +14,10 @@
  *   SizeLimitExceeded                bytes above the limit that matrix::ArraySizeLimit holds
  * and, with nothing left behind: std::bad_alloc for the header, foundation::core::except::bad_alloc for the data.
  *
+ * Small arrays that come from the cache aren't held to the user's limit.
+ *
+ * An array whose elements are said to be undefined has null in their place when its class holds references.
+ *
  * Dimensions: any number, any order of sizes; trailing ones beyond the second are dropped, none gives 0x0, a single one a
  * column. Elements lie in column-major order; complex elements are interleaved.
  */
@@ -109,9 +113,10 @@ ND_EXPORT ndArray_tag* ndCreateUninitNumericMatrix(std::size_t m, std::size_t n,
 ND_EXPORT ndArray_tag* ndCreateUninitNumericArray(std::size_t ndim, const std::size_t* dims,
                                                   ndClassID classId, ndComplexity complexity);
 
-/// The reuse forms take over the data of the first of count candidates that is marked reusable, has elements of the same
-/// size and a block of the right length: the new array then shares the candidate's block. Without one the elements are
-/// undefined. Candidates stay the caller's; the one taken stops being reusable.
+/// The reuse forms take over the data of the first of count candidates that fits: the new array then shares the candidate's
+/// block. A candidate fits when it is marked reusable, its data aren't private, it and the new array are numeric, logical or char
+/// with elements of the same size, and the length is the same or, where the candidate keeps spare room, the capacity. Without one
+/// the elements are undefined. Candidates stay the caller's; the one taken stops being reusable.
 ND_EXPORT ndArray_tag* ndCreateNumericMatrixWithReuse(std::size_t m, std::size_t n, ndClassID classId,
                                                       ndComplexity complexity, std::size_t count,
                                                       ndArray_tag** candidates);
@@ -146,8 +151,9 @@ ND_EXPORT void ndReleaseInternalReference(ndArray_tag* array);
 /// Destroys the array if it is a temporary.
 ND_EXPORT void ndDestroyTempArrayOnArrayList(ndArray_tag* array);
 
-/// Installs the process-wide hooks for object arrays: create gets each new header of class object, destroy each object array
-/// that is about to be torn down, while it is whole. Null for none. A hook must not raise.
+/// Installs the process-wide hooks for object arrays: create gets each new header of class object that a copy makes, destroy
+/// each object array whose elements are about to be torn down, while it is whole. Of several sharers that is the last one; the
+/// headers of the others end untold. Null for none. A hook must not raise.
 ND_EXPORT void ndSetObjectCreateDestroyFn(void (*create)(ndArray_tag*), void (*destroy)(ndArray_tag*));
 
 } // namespace noninlined::nd_array_api

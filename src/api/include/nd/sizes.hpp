@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <exception>
 #include <span>
+#include <utility>
 
 namespace matrix {
 
@@ -24,9 +25,10 @@ public:
     /// The one object; never destroyed.
     static ArraySizeLimit& getInstance();
 
-    virtual std::uint32_t getPercent() = 0;             ///< percent of physical memory; 100 at start
-    virtual void setPercent(std::uint32_t percent) = 0; ///< above 100 is allowed
-    virtual void setEnabled(bool enabled) = 0;          ///< off at start; while off no limit holds
+    virtual std::uint32_t getPercent() = 0; ///< percent of physical memory; 100 at start
+    /// Above 100 is allowed. A share that comes out as 0 bytes is no limit: 0 percent lets everything through.
+    virtual void setPercent(std::uint32_t percent) = 0;
+    virtual void setEnabled(bool enabled) = 0; ///< off at start; while off no limit holds
     virtual bool isEnabled() = 0;
     virtual ~ArraySizeLimit();
 };
@@ -41,6 +43,8 @@ class ND_EXPORT SizeLimitExceeded
 public:
     /// dims as asked for; bytes requested and limit in bytes.
     SizeLimitExceeded(std::span<const std::size_t> dims, std::size_t bytes, std::size_t limit);
+    /// From the identifier with its texts.
+    explicit SizeLimitExceeded(TARVEL::array::SizeLimitExceeded id) : Exception(std::move(id)) {}
     SizeLimitExceeded(const SizeLimitExceeded&) = default;
     SizeLimitExceeded& operator=(const SizeLimitExceeded&) = default;
     ~SizeLimitExceeded() override;
@@ -83,6 +87,11 @@ ND_EXPORT bool ndCheckMN_nothrow(std::size_t m, std::size_t n, ndClassID classId
                                  std::size_t* out);
 ND_EXPORT std::size_t ndCheckMNForIndexing(std::size_t m, std::size_t n);
 ND_EXPORT bool ndCheckMNForIndexing_nothrow(std::size_t m, std::size_t n, std::size_t* out);
+
+/// The element count of an m by n sparse matrix with room for nzmax elements of the class. Raises as ndCheckDim does; the
+/// bytes are those of nzmax elements, of nzmax row indices and of n + 1 column starts, 8 an index.
+ND_EXPORT std::size_t ndCheckSparse(std::size_t m, std::size_t n, std::size_t nzmax, ndClassID classId,
+                                    ndComplexity complexity);
 
 /// Elements that a growing block is allocated for when it must hold n: n itself up to 256, then the next power of two, and
 /// above 2^27 - 1 the next multiple of 2^27.

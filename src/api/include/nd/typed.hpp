@@ -115,7 +115,8 @@ private:
 template <class T>
 class typed_sparse_matrix {
     using kind = detail::array_kind<T>;
-    static_assert(std::is_same_v<T, bool> || std::is_floating_point_v<typename kind::real_type>,
+    static_assert(std::is_same_v<T, bool> || kind::class_id == ndDOUBLE_CLASS ||
+                      kind::class_id == ndSINGLE_CLASS,
                   "no sparse matrix has elements of this type");
 
 public:

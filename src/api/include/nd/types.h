@@ -2,7 +2,8 @@
  * nd/types.h: the names that every interface of libnd shares, in C11 and in C++20.
  *
  * Sizes and indices are 64-bit unsigned. Subscripts of the C interface are zero-based unless a function says otherwise.
- * Neither the element count nor the bytes of a new array exceed 2^48 - 1; more is refused before anything is allocated.
+ * No index and no element count exceeds 2^48 - 1; a request beyond that is refused before anything is allocated. A dimension
+ * may be larger where another one is 0.
  */
 #ifndef ND_TYPES_H
 #define ND_TYPES_H
