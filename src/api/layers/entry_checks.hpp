@@ -9,10 +9,10 @@
 
 namespace matrix::detail::noninlined::entry_checks {
 
-/// Raises TARVEL:legacy_two_part:badargs, or returns null.
+/// Raises TARVEL:badargs, or returns null.
 ndArray_tag* refuse_class_id();
 
-/// Raises TARVEL:legacy_two_part:numericArgRequired, or returns null.
+/// Raises TARVEL:numericArgRequired, or returns null.
 ndArray_tag* refuse_struct_class();
 
 inline bool is_class_id(ndClassID class_id) noexcept {

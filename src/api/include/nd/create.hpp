@@ -10,8 +10,8 @@
  *                                   result is null.
  *
  * Raised by every creator, before anything is allocated:
- *   TARVEL:legacy_two_part:pmaxsize  element count or bytes above 2^48 - 1
- *   SizeLimitExceeded                bytes above the limit that matrix::ArraySizeLimit holds
+ *   TARVEL:pmaxsize  element count or bytes above 2^48 - 1
+ *   SizeLimitExceeded  bytes above the limit that matrix::ArraySizeLimit holds
  * and, with nothing left behind: std::bad_alloc for the header, foundation::core::except::bad_alloc for the data.
  *
  * Small arrays that come from the cache aren't held to the user's limit.

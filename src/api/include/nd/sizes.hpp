@@ -62,7 +62,7 @@ public:
 namespace detail::noninlined::nd_array_api {
 
 /// The element count of dims (ndim sizes; null allowed when ndim is 0, the count is then 0). elementSize in bytes.
-/// Raises TARVEL:legacy_two_part:pmaxsize above the ceiling, SizeLimitExceeded above the user's limit.
+/// Raises TARVEL:pmaxsize above the ceiling, SizeLimitExceeded above the user's limit.
 ND_EXPORT std::size_t ndCheckDim(const std::size_t* dims, std::size_t ndim, std::size_t elementSize);
 
 /// The same with the class's element size. A struct counts as size 0: its data say nothing about its size.
