@@ -73,7 +73,8 @@ line_report::line_report(const row_list& rows, bool tab_separated)
 
 void line_report::print_line(const std::string (&cells)[columns]) const {
     if (tab_separated_) {
-        for (std::size_t i = 0; i < columns; ++i) std::printf("%s%s", i == 0 ? "" : "\t", cells[i].c_str());
+        for (std::size_t i = 0; i < tab_separated_columns; ++i)
+            std::printf("%s%s", i == 0 ? "" : "\t", cells[i].c_str());
         std::putchar('\n');
     } else {
         std::printf("%-*s  %-*s  %12s  %-*s  %12s  %6s  %5s  %-7s  %s\n", work_width_, cells[0].c_str(),

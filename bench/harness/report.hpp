@@ -9,8 +9,8 @@
 
 namespace bench {
 
-// Columns: work, size, ns, limit, limit_ns, ratio, goal, verdict, unit. The figures of a row whose unit isn't ns stand
-// in the same columns. The verdict is "above" for a ratio above the goal, "ok" otherwise, "-" without a goal.
+// Columns: work, size, ns, limit, limit_ns, ratio, and for the eye also goal, verdict, unit. The figures of a row whose unit isn't
+// ns stand in the same columns. The verdict is "above" for a ratio above the goal, "ok" otherwise, "-" without a goal.
 class line_report {
 public:
     // Aligned for all the rows to come, or with a tab between columns.
@@ -22,6 +22,7 @@ public:
 
 private:
     static constexpr std::size_t columns = 9;
+    static constexpr std::size_t tab_separated_columns = 6;
     void print_line(const std::string (&cells)[columns]) const;
 
     bool tab_separated_;
