@@ -22,7 +22,7 @@ constexpr std::uint64_t saturated_sum(std::uint64_t a, std::uint64_t b) noexcept
     return __builtin_add_overflow(a, b, &sum) ? ~std::uint64_t{0} : sum;
 }
 
-/// The element count of dims. Raises TARVEL:legacy_two_part:pmaxsize when the count or the bytes pass the ceiling, and
+/// The element count of dims. Raises TARVEL:pmaxsize when the count or the bytes pass the ceiling, and
 /// SizeLimitExceeded when the bytes pass the limit that the user has set.
 std::size_t checked_element_count(dims_view dims, std::size_t element_size);
 

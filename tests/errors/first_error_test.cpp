@@ -3,6 +3,7 @@
 
 #include <errors/raise.hpp>
 #include <fl/i18n/message_catalog.hpp>
+#include <nd/warnings.hpp>
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,19 @@ TEST_F(FirstErrorDeathTest, OfAReadyTextLeavesTheCatalogsAlone) {
             } catch (const Korvane::System::SimpleException&) {
                 end_with(text_from_catalog() != german);
             }
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(FirstErrorDeathTest, MayBeAWarning) {
+    EXPECT_EXIT(
+        {
+            use_translations();
+            std::u16string line;
+            matrix::setWarningHandler([&line](const std::u16string& text) { line = text; });
+            matrix::detail::noninlined::nd_array_api::ndWarningMsgId(badargs());
+            const std::u16string wanted = u"Die Argumente sind ung\u00fcltig.";
+            end_with(line.ends_with(wanted) && text_from_catalog() == german);
         },
         testing::ExitedWithCode(0), "");
 }

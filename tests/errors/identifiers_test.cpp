@@ -280,6 +280,12 @@ TEST_F(Identifiers, ThatAreShownUnderAnotherIdKeepTheirOwnMessage) {
              matrix::errors::raise_as<TARVEL::matrix::badTypeIndices>(shown, 2u, "3x4");
          },
          "badTypeIndices"},
+        {"TARVEL:namelengthmaxexceeded",
+         [](const char* shown) {
+             matrix::errors::raise_as<TARVEL::matrix::namelengthmaxexceeded>(shown, "a_long_name", 6u,
+                                                                             "a_long");
+         },
+         "namelengthmaxexceeded"},
         {"TARVEL:indexed_matrix_cannot_be_resized",
          matrix::errors::raise_as<TARVEL::matrix::ambiguousArrayGrowth>, "ambiguousArrayGrowth"},
         {"TARVEL:catenate:structFieldBad", matrix::errors::raise_as<TARVEL::catenate::structFieldBadNames>,

@@ -1,16 +1,19 @@
 // How each failure leaves a creator: as the exception that it is in module mode 1, as null in every other mode.
 #include "matrix/creator_table.hpp"
+#include "matrix/frame.hpp"
 #include "matrix/process_state.hpp"
 #include "support/alloc_sources.hpp"
 #include "support/module_mode.hpp"
 
 #include <foundation/core/except/exception.hpp>
+#include <foundation/usm/usm.hpp>
 #include <nd/access.hpp>
 #include <nd/messages.hpp>
 #include <nd/sizes.hpp>
 
 #include <climits>
 #include <new>
+#include <stdexcept>
 #include <typeinfo>
 
 namespace test {
@@ -67,6 +70,37 @@ TEST_F(CreatorFailures, AboveTheUsersLimit) {
             return creator.make({dims, ndINT8_CLASS, 0});
         });
     }
+}
+
+// Both frames around a body that throws.
+template <class Error>
+void expect_to_pass_the_frames(const Error& error) {
+    const auto creator = [&] {
+        return matrix::internal::framed_creator([&]() -> matrix::array_ptr { throw Error(error); });
+    };
+    const auto getter = [&] { return matrix::internal::framed([&]() -> int { throw Error(error); }); };
+    for (const int mode : modes) {
+        SCOPED_TRACE(name_of<Error>() + ", mode " + std::to_string(mode));
+        const module_mode_scope scope(mode);
+        if (mode == 1) {
+            EXPECT_THROW(creator(), Error);
+            EXPECT_THROW(getter(), Error);
+        } else {
+            EXPECT_EQ(creator(), nullptr);
+            EXPECT_EQ(getter(), 0);
+        }
+    }
+}
+
+// The frame asks nothing of what passes it: errors of the library, of its storage, of an engine, and what is no exception class.
+TEST_F(CreatorFailures, OfEveryKindLeaveAlike) {
+    expect_to_pass_the_frames(pmaxsize(TARVEL::legacy_two_part::pmaxsize()));
+    expect_to_pass_the_frames(foundation::usm::TypeError("no engine is active"));
+    expect_to_pass_the_frames(foundation::usm::DoesNotExistTypeError("nothing of this type"));
+    expect_to_pass_the_frames(Korvane::System::SimpleException("some:id", "text"));
+    expect_to_pass_the_frames(std::bad_alloc());
+    expect_to_pass_the_frames(std::runtime_error("of an engine"));
+    expect_to_pass_the_frames(42);
 }
 
 // Which exception tells what could not be had: a header (or its dimensions) or a data block.

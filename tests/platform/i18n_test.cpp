@@ -178,6 +178,8 @@ public:
     ~Environment() {
         for (const auto& [name, value] : before_) set(name, value ? value->c_str() : nullptr);
         forget_locales();
+        KvLocale::global(); // known again, as they are to other tests
+        KvLocale::system();
     }
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;

@@ -2,6 +2,7 @@
 #include <libbase/symbol_table.hpp>
 
 #include "support/alloc_sources.hpp"
+#include "support/balance.hpp"
 
 #include <gtest/gtest.h>
 
@@ -26,8 +27,9 @@ constexpr int many = 100000;
 constexpr int many = 1000000;
 #endif
 
-// The start of names that no earlier test, or earlier run of the same test, has added.
+// The start of names that no earlier test, or earlier run of the same test, has added. Symbols stay for good.
 std::string fresh(const char* what) {
+    test::let_process_keep_more();
     static int runs = 0;
     return "libbase_test_" + std::to_string(++runs) + "_" + what;
 }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <optional>
 #include <sys/sysinfo.h>
 
 namespace {
@@ -21,10 +22,20 @@ constexpr bool pool_by_default = false;
 constexpr bool pool_by_default = true;
 #endif
 
+// Features as they are by default, whatever the variable said when the program was started.
 class memory_features : public testing::Test {
 protected:
-    void SetUp() override { hooks::reset_memory_features(); }
-    void TearDown() override { hooks::reset_memory_features(); }
+    void SetUp() override {
+        none_.emplace("ND_MEMORY_FEATURES", "");
+        hooks::reset_memory_features();
+    }
+    void TearDown() override {
+        none_.reset();
+        hooks::reset_memory_features();
+    }
+
+private:
+    std::optional<test::environment_variable> none_;
 };
 
 TEST_F(memory_features, only_the_scalable_pool_is_on_by_default) {
@@ -61,7 +72,7 @@ TEST_F(memory_features, environment_is_read_once) {
     EXPECT_FALSE(get_feature(4));
 }
 
-TEST_F(memory_features, environment_is_read_at_the_start) {
+TEST(memory_features_at_the_start, come_from_the_environment) {
     EXPECT_IN_NEW_PROCESS("ND_MEMORY_FEATURES", "4=1,7=0", get_feature(4) && !get_feature(7));
 }
 

@@ -5,21 +5,17 @@
 #include "matrix/test_hooks.hpp"
 #include "matrix/validate.hpp"
 #include "platform/test_hooks.hpp"
+#include "support/balance.hpp"
 #include "support/module_mode.hpp"
-#include "support/second_pass.hpp"
 
 #include <sstream>
 
 namespace test {
-namespace {
 
-// Ends what a test may have left in the process on purpose: the engine's records and the module mode.
 void reset_process_state() {
     foundation::test_hooks::reset_default_engine();
     matrix::internal::test_hooks::set_module_mode(mode_null_results);
 }
-
-} // namespace
 
 NdTest::NdTest() {
     reset_process_state();
@@ -30,7 +26,7 @@ NdTest::~NdTest() {
     const bool all_valid = end_kept_arrays() & lists_are_in_order();
     reset_process_state();
     // A test that failed or stopped half-way needn't have given back everything.
-    if (all_valid && !HasFailure() && !IsSkipped()) check_balance();
+    if (all_valid && !HasFailure() && !IsSkipped()) expect_balance_since(before_);
 }
 
 ndArray_tag* NdTest::keep(matrix::array_ptr array) {
@@ -65,17 +61,6 @@ bool NdTest::lists_are_in_order() {
     EXPECT_EQ(array_depth, 1U) << "the test left contexts of the array list open";
     EXPECT_EQ(alloc_depth, 1U) << "the test left contexts of the alloc list open";
     return broken_list.empty() && broken_cache.empty() && array_depth == 1 && alloc_depth == 1;
-}
-
-void NdTest::check_balance() {
-    const live_blocks left = count_live_blocks() - before_;
-    EXPECT_TRUE(left.header_slots == 0 && left.aligned_heap == 0) << "the test left blocks behind: " << left;
-    if (left.operator_new <= 0) return;
-    if (in_second_pass()) {
-        ADD_FAILURE() << "the test leaves blocks behind each time it runs: " << left;
-    } else {
-        remember_for_second_pass(left);
-    }
 }
 
 } // namespace test

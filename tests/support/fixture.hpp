@@ -7,7 +7,8 @@
 //   - the per-engine records (last error, contexts) end and the module mode is back at "not initialised"
 //   - the blocks of all three sources of memory that are alive are as many as before the test
 // A count of operator new that grew may be state that the process makes once, at first use. The program therefore runs such
-// tests a second time at its end; what grows again is a leak and fails there.
+// tests a second time at its end; what grows again is a leak and fails there. Tests without the fixture have the last of these
+// rules too: the program's main puts it around every test (balance.hpp).
 #pragma once
 
 #include "support/alloc_sources.hpp"
@@ -19,6 +20,9 @@
 #include <vector>
 
 namespace test {
+
+/// Ends what a test may have left in the process on purpose: the engine's records and the module mode.
+void reset_process_state();
 
 class NdTest : public ::testing::Test {
 protected:
@@ -32,7 +36,6 @@ protected:
 private:
     bool end_kept_arrays();    ///< false when one of them wasn't valid
     bool lists_are_in_order(); ///< of the current engine and the calling thread
-    void check_balance();
 
     std::vector<matrix::array_ptr> kept_;
     live_blocks before_;

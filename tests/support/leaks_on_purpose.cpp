@@ -10,11 +10,15 @@ namespace {
 
 using LeaksOnPurpose = test::NdTest;
 
-TEST_F(LeaksOnPurpose, EachTime) {
-    // Reachable, so that leak checkers of the tool chain have nothing to add.
+// Reachable, so that leak checkers of the tool chain have nothing to add.
+void leak() {
     static std::list<int> grows;
     grows.push_back(1);
 }
+
+TEST_F(LeaksOnPurpose, EachTime) { leak(); }
+
+TEST(LeaksWithoutFixture, EachTime) { leak(); }
 
 TEST_F(LeaksOnPurpose, AtTheFirstRunOnly) {
     static const std::vector<int> table{1, 2, 3};

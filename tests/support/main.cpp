@@ -1,5 +1,6 @@
 // main of every test program that links nd_test_support.
 #include "support/alloc_sources.hpp"
+#include "support/balance.hpp"
 #include "support/fault_injection.hpp"
 #include "support/second_pass.hpp"
 
@@ -10,6 +11,7 @@
 int main(int argc, char** argv) {
     test::install_counting_allocators();
     ::testing::InitGoogleMock(&argc, argv);
+    ::testing::UnitTest::GetInstance()->listeners().Append(new test::balance_around_tests); // which owns it
     const int status = test::run_all_tests_in_two_passes();
     const test::fault_totals faults = test::fault_totals_so_far();
     if (faults.scenarios > 0) {

@@ -124,10 +124,11 @@ std::vector<base_warning_record> baseGetWarningLog(const base_warning_manager* m
 }
 
 void baseResetWarningManager(base_warning_manager* manager) noexcept {
-    std::list<base_warning_record> log; // freed after the lock
+    std::list<base_warning_record> log; // freed after the lock, as is the id
+    std::string last_printed_id;
     const std::lock_guard guard(manager->lock);
     manager->statuses.clear();
     manager->modes = 0;
-    manager->last_printed_id.clear();
+    manager->last_printed_id.swap(last_printed_id);
     manager->log.swap(log);
 }

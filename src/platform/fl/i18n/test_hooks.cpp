@@ -3,21 +3,13 @@
 
 #include "platform/test_hooks.hpp"
 
-#include <mutex>
-#include <vector>
-
 namespace foundation::test_hooks {
 namespace {
 
 using fl::i18n::KvLocale;
 
-// The locale that stood there before stays alive for good: somebody may still hold it.
-void replace(std::atomic<const KvLocale*>& slot, const KvLocale* locale) {
-    static std::mutex lock;
-    static std::vector<const KvLocale*>& replaced = *new std::vector<const KvLocale*>;
-    const std::lock_guard guard(lock);
-    replaced.push_back(slot.exchange(locale));
-}
+// The locale that stood there before ends: no other thread may be making texts meanwhile.
+void replace(std::atomic<const KvLocale*>& slot, const KvLocale* locale) { delete slot.exchange(locale); }
 
 } // namespace
 
