@@ -1,4 +1,4 @@
-// Copies of arrays: the header copy that every copy begins with.
+// Copies of arrays: the header copy that every copy begins with, and the copies that others build on.
 #pragma once
 
 #include <nd/array.hpp>
@@ -6,8 +6,16 @@
 
 namespace matrix::internal {
 
-/// A new header with source's class, dimensions and the flags that survive a copy, one owner, local scope and no data.
-/// Raises std::bad_alloc.
+/// A new header with source's class, dimensions, class-dependent words and the flags that survive a copy; one owner, local
+/// scope, no data. The class of an indexing-opaque source with data has been told of one header more, so the copy must get
+/// the same data. Raises std::bad_alloc and what the collection list raises.
 array_ptr copy_header(const ndArray_tag* source);
+
+/// matrix::detail::do_shared_copy into a header of the given scope: all that can fail comes before source is touched. source
+/// isn't null and its data may be shared. Raises std::bad_alloc and what the array list raises; source is then unchanged.
+array_ptr share(const ndArray_tag* source, ndVariableScope scope);
+
+/// A container with slots of its own over shared elements. Raises std::bad_alloc.
+array_ptr shallow_copy(const ndArray_tag* source);
 
 } // namespace matrix::internal

@@ -1,12 +1,16 @@
-// The answers of the array model on its own: no class system is registered, function handles have no contents, a colon object
-// is what its header says. The object hooks are real: an engine may install them before any object exists.
+// The answers of the array model on its own: no class system is registered, a colon object is what its header says.
+// The object hooks are real: an engine may install them before any object exists.
 #include "matrix/class_hooks.hpp"
 
 #include "matrix/class_table.hpp"
 #include "matrix/dimensions.hpp"
+#include "matrix/function_records.hpp"
 #include "matrix/object_info.hpp"
 
+#include <errors/raise.hpp>
+
 #include <nd/create.hpp>
+#include <nd/messages.hpp>
 
 #include <atomic>
 #include <string_view>
@@ -19,9 +23,20 @@ std::atomic<void (*)(ndArray_tag*)> object_destroy_hook{nullptr};
 
 } // namespace
 
-void destroy_function_records(ndArray_tag* /*array*/) noexcept {}
+void destroy_function_records(ndArray_tag* array) noexcept {
+    if (array->pdata != nullptr) release_function_records(array->pdata, element_count(array), array);
+}
 
 void destroy_opaque_payload(ndArray_tag* /*array*/) noexcept {}
+
+void retain_opaque_payload(const ndArray_tag* /*source*/) {}
+
+void* copy_opaque_element(const ndArray_tag* /*source*/, const void* /*element*/) {
+    errors::raise<TARVEL::legacy_two_part::invalidInput>();
+}
+
+void destroy_opaque_elements(const ndArray_tag* /*holder*/, void* /*elements*/,
+                             std::size_t /*count*/) noexcept {}
 
 void complete_opaque_dimensions(const ndArray_tag* /*array*/) {}
 

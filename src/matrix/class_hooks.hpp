@@ -13,6 +13,16 @@ void destroy_function_records(ndArray_tag* array) noexcept;
 /// Releases an opaque array's payload (indexing-opaque) or its elements.
 void destroy_opaque_payload(ndArray_tag* array) noexcept;
 
+/// Tells the class of an indexing-opaque array that one header more has the array's payload.
+void retain_opaque_payload(const ndArray_tag* source);
+
+/// The copy of an element, not null, of an opaque array. Raises TARVEL:legacy_two_part:invalidInput when the class can't
+/// copy elements.
+void* copy_opaque_element(const ndArray_tag* source, const void* element);
+
+/// Releases copied elements that no array has taken.
+void destroy_opaque_elements(const ndArray_tag* holder, void* elements, std::size_t count) noexcept;
+
 /// Stores the dimensions that the class of an indexing-opaque array gives.
 void complete_opaque_dimensions(const ndArray_tag* array);
 

@@ -20,6 +20,7 @@
 #include "matrix/class_table.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/dims32.hpp"
+#include "matrix/empty_header.hpp"
 #include "matrix/field_names.hpp"
 #include "matrix/gc_list.hpp"
 #include "matrix/header_allocator.hpp"
@@ -31,6 +32,7 @@
 #include <foundation/log/logger.hpp>
 
 #include <new>
+#include <utility>
 
 namespace matrix::internal {
 namespace {
@@ -44,10 +46,8 @@ void poison_and_free(ndArray_tag* array) noexcept {
     free_header_block(array);
 }
 
-} // namespace
-
-void finish_header(ndArray_tag* array) noexcept {
-    array->scope = ndUNKNOWN_SCOPE;
+// Dimensions, share record and blocks. The words that pointed to them are stale then.
+void release_blocks(ndArray_tag* array) noexcept {
     if (!has_inline_dims(array)) free_dims(array);
     void (*const deleter)(void*) = array->hasCustomDeleter() ? array->share_record->deleter : nullptr;
     free_share_record(array);
@@ -62,6 +62,13 @@ void finish_header(ndArray_tag* array) noexcept {
         free_data(std::bit_cast<void*>(array->info_a));
         free_data(std::bit_cast<void*>(array->info_b));
     }
+}
+
+} // namespace
+
+void finish_header(ndArray_tag* array) noexcept {
+    array->scope = ndUNKNOWN_SCOPE;
+    release_blocks(array);
     poison_and_free(array);
 }
 
@@ -137,13 +144,14 @@ std::size_t compact_pending(ndArray_tag* container) noexcept {
     return pending;
 }
 
-// Walks a container that this header alone owns and finishes it with everything below it.
-void destroy_container(ndArray_tag* top) noexcept {
+// Walks a container that this header alone owns and finishes everything below it. The container itself is left 0x0.
+void destroy_elements(ndArray_tag* top) noexcept {
     ndArray_tag* current = top;
     work_record::begin(current, compact_pending(current), nullptr);
-    while (current != nullptr) {
+    for (;;) {
         ndArray_tag* const child = work_record::pop(current);
         if (child == nullptr) {
+            if (current == top) return;
             ndArray_tag* const previous = work_record::previous(current);
             tear_down_and_finish(current);
             current = previous;
@@ -163,7 +171,8 @@ void destroy_contents(ndArray_tag* array) noexcept {
     if (!release_data_for_destroy(array)) {
         tear_down_and_finish(array);
     } else if (is_container_class(array->class_id)) {
-        destroy_container(array);
+        destroy_elements(array);
+        tear_down_and_finish(array);
     } else {
         tear_down_class_parts(array);
         if (can_be_recycled(array)) {
@@ -270,6 +279,20 @@ void call_custom_deleter(void (*deleter)(void*), void* data) noexcept {
     } catch (...) {
         log_deleter_event("Custom deleter threw exception");
     }
+}
+
+void empty_header(ndArray_tag* array) noexcept {
+    constexpr std::uint32_t kept = flag_user_mask | flag_from_global_workspace | flag_single_threaded_sharing;
+    RootRecord* const root = std::exchange(array->root_record, nullptr);
+    if (release_data_for_destroy(array) && is_container_class(array->class_id)) destroy_elements(array);
+    tear_down_class_parts(array);
+    release_blocks(array);
+    array->class_id = ndUNKNOWN_CLASS;
+    array->flags = (array->flags & kept) | flag_inline_dims;
+    array->m_or_dims = array->n_or_ndims = 0;
+    array->pdata = nullptr;
+    array->info_a = array->info_b = array->info_c = 0;
+    array->root_record = root;
 }
 
 void end_array(ndArray_tag* array) noexcept {

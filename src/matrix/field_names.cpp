@@ -12,4 +12,10 @@ void release_struct_info(ndArray_tag* array) noexcept {
     array->info_a = array->info_b = array->info_c = 0;
 }
 
+void copy_struct_info(const ndArray_tag* source, ndArray_tag* copy) {
+    copy->info_c = copy_object_info(source->info_c);
+    copy->info_a = source->info_a;
+    copy->info_b = source->info_b;
+}
+
 } // namespace matrix::internal

@@ -7,4 +7,9 @@ void add_to_gc_list(ndArray_tag* /*array*/) {}
 
 void take_off_gc_list(ndArray_tag* array) noexcept { array->flags &= ~flag_on_collection_list; }
 
+void replace_on_gc_list(ndArray_tag* array, ndArray_tag* now) noexcept {
+    take_off_gc_list(array);
+    now->flags |= flag_on_collection_list;
+}
+
 } // namespace matrix::internal

@@ -16,4 +16,7 @@ inline void remove_from_gc_list(ndArray_tag* array) noexcept {
     if ((array->flags & flag_on_collection_list) != 0) take_off_gc_list(array);
 }
 
+/// Puts now in the place of an array that is on the list.
+void replace_on_gc_list(ndArray_tag* array, ndArray_tag* now) noexcept;
+
 } // namespace matrix::internal

@@ -1,8 +1,12 @@
 // Sharing of data blocks: the share record, who joins it and who leaves it.
 //
 // A block belongs to the group of headers whose share_record is the same. The record exists on an unshared array too, when it
-// carries a custom deleter. flag_shared_data is a hint that stays behind when the others have left; count is the truth and is
-// read with acquire order wherever its answer licenses a write or a free.
+// carries a custom deleter or a split view. flag_shared_data is a hint that stays behind when the others have left; count is
+// the truth and is read with acquire order wherever its answer licenses a write or a free.
+//
+// Threads: different threads may hold different headers of one record and leave it at any moment; an atomic subtraction
+// decides who was last. Headers with flag_single_threaded_sharing stand on the record's list, so that one of them can reach
+// the others; they are all used by one thread.
 #pragma once
 
 #include <nd/array.hpp>
@@ -10,12 +14,18 @@
 
 namespace matrix::internal {
 
-/// The array's record, made with count 1 if missing. Raises std::bad_alloc.
+/// The array's record, made with count 1 if missing; a single-threaded array then stands on its list. Raises std::bad_alloc;
+/// nothing has changed then.
 ::share_record* ensure_share_record(ndArray_tag* array);
 
 /// Really shared: the hint is set and more than one header uses the block.
 inline bool has_shared_data(const ndArray_tag* array) noexcept {
     return (array->flags & flag_shared_data) != 0 && array->is_data_shared_impl();
+}
+
+/// Data that may not be shared: private to this header alone.
+inline bool has_unshareable_data(const ndArray_tag* array) noexcept {
+    return (array->flags & (flag_data_private | flag_share_data_private)) == flag_data_private;
 }
 
 /// Makes copy a sharer of source's block: it joins source's record, which is made if missing. source stops being reusable.
@@ -26,11 +36,25 @@ void share_data_to(ndArray_tag* source, ndArray_tag* copy);
 /// with_record asks for a record, to hold a deleter. Raises std::bad_alloc; nothing has changed then.
 void begin_own_data(ndArray_tag* array, bool with_record);
 
-/// Asked when the last owner of a header goes: may this header free its block? When others still use it, the header has
-/// left the group and holds no data.
+/// Leaves the record of an array whose data are shared. True: others go on with it, and the array has neither record nor
+/// hint. False: another thread has left meanwhile and the array was the last: it keeps record and block.
+bool leave_record(ndArray_tag* array) noexcept;
+
+/// Asked when the last owner of a header goes: may this header free its block? When others still use it or only lent it,
+/// the answer is no and the header holds no data any more.
 bool release_data_for_destroy(ndArray_tag* array) noexcept;
 
-/// Frees the record of a header that is its only user.
+/// Frees the record of a header that is its only user, with its list and its split view.
 void free_share_record(ndArray_tag* array) noexcept;
+
+/// A record that no array has yet, owned by whoever holds the pointer. Raises std::bad_alloc.
+::share_record* make_share_record();
+void delete_share_record(::share_record* record) noexcept;
+
+/// The deleter of a block that is borrowed: it does nothing. Whoever carries it doesn't own the elements either.
+void keep_borrowed_block(void* block) noexcept;
+
+/// Ends the process: a rule of sharing was broken that nothing can mend.
+[[noreturn]] void end_for_sharing_fault(const char* message, const char* function);
 
 } // namespace matrix::internal

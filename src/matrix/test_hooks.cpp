@@ -2,6 +2,7 @@
 #include "matrix/test_hooks.hpp"
 
 #include "matrix/module_state.hpp"
+#include "matrix/unshare_seam.hpp"
 
 namespace matrix::internal {
 
@@ -19,6 +20,8 @@ void set_module_mode(int mode) noexcept {
     the_module.alloc_lists = the_module.array_lists = the_module.collection_lists = false;
     the_module.initialised.store(false);
 }
+
+void set_unshare_seam(void (*seam)()) noexcept { between_copy_and_leave.store(seam); }
 
 } // namespace test_hooks
 } // namespace matrix::internal

@@ -11,4 +11,8 @@ void set_header_slots(const header_slots* slots) noexcept;
 /// Sets the module mode without initModule, forgets that initModule ran and turns the lists off.
 void set_module_mode(int mode) noexcept;
 
+/// Called between the copy of shared data and the leaving of their record, where another thread may leave first; null for
+/// nothing.
+void set_unshare_seam(void (*seam)()) noexcept;
+
 } // namespace matrix::internal::test_hooks

@@ -1,7 +1,9 @@
 // The rules of one header. A rule's sentence is what a failure prints, so the table is the documentation too.
-#include "matrix/class_table.hpp"
+#include "matrix/accessors.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/field_names.hpp"
+#include "matrix/scaffolding.hpp"
+#include "matrix/share_record.hpp"
 #include "matrix/validate_rules.hpp"
 
 #include <algorithm>
@@ -47,6 +49,22 @@ bool is_sparse_class(std::int32_t class_id) noexcept {
 
 std::uint32_t sharers_of(const ndArray_tag* a) noexcept {
     return a->share_record == nullptr ? 1 : a->share_record->count.load(std::memory_order_acquire);
+}
+
+std::ptrdiff_t entries_on_list(const ndArray_tag* a) noexcept {
+    const sharer_list* const list = a->share_record->sharers;
+    return list == nullptr ? 0 : std::count(list->begin(), list->end(), a);
+}
+
+bool list_is_sound(const ndArray_tag* a) noexcept {
+    const sharer_list& list = *a->share_record->sharers;
+    return list.size() <= sharers_of(a) && std::all_of(list.begin(), list.end(), [&](const ndArray_tag* sharer) {
+               return sharer->share_record == a->share_record && sharer->class_id >= 0;
+           });
+}
+
+const scaffolding* view_without_lock(const ndArray_tag* a) noexcept {
+    return a->share_record == nullptr ? nullptr : a->share_record->scData;
 }
 
 struct header_rule {
@@ -176,6 +194,21 @@ constexpr header_rule data_rules[] = {
      }},
     {"every sharer of a block that several headers use has the shared-data bit",
      [](const ndArray_tag* a) noexcept { return implies(sharers_of(a) > 1, has(a, flag_shared_data)); }},
+    {"a single-threaded sharer stands on its record's list once, and no other header does",
+     [](const ndArray_tag* a) noexcept {
+         return a->share_record == nullptr || entries_on_list(a) == (is_single_threaded(a) ? 1 : 0);
+     }},
+    {"the list of a share record names sharers of that record, and not more than there are",
+     [](const ndArray_tag* a) noexcept {
+         return a->share_record == nullptr || a->share_record->sharers == nullptr || list_is_sound(a);
+     }},
+    {"a separate view belongs to numeric data, and its imaginary part to complex data",
+     [](const ndArray_tag* a) noexcept {
+         const scaffolding* const view = view_without_lock(a);
+         return view == nullptr || (has(a, flag_numeric) &&
+                                    implies(view->is_split, (view->imag_data != nullptr) == is_complex(a) ||
+                                                                view->real_data == nullptr));
+     }},
     {"a reusable array has one owner and a block that nobody else uses",
      [](const ndArray_tag* a) noexcept {
          return implies(has(a, flag_reusable), a->ref_count <= 1 && sharers_of(a) == 1);

@@ -180,6 +180,21 @@ struct ndArray_tag {
     /// True when both headers have the same block. This header's record must exist.
     ND_EXPORT bool is_data_shared_with_impl(const ndArray_tag* other) const noexcept;
 
+    /// Marks the header as one whose data stay with one thread, so that its sharers can be reached from it (and copies inherit the
+    /// mark), or takes the mark away. Raises std::bad_alloc; the array is then unchanged.
+    ND_EXPORT void set_data_sharing_single_threaded(bool flag);
+
+    /// The separate view of the data; null when there is none.
+    ND_EXPORT scaffolding* get_scData() const;
+
+    /// Makes the separate view of real and imaginary parts current: it counts in place of pdata from then on. False for an array
+    /// that isn't numeric and, without force, for a real one that has no such view. Raises std::bad_alloc.
+    ND_EXPORT bool split_data(bool force);
+
+    /// Makes pdata current and ends the split state. False for an array that isn't numeric or has no separate view. Raises
+    /// std::bad_alloc; the array is then still split.
+    ND_EXPORT bool interleave_data();
+
     /// Asks the class of an indexing-opaque array for its dimensions and stores them.
     ND_EXPORT void _complete_opaque_dimensions() const;
 

@@ -10,10 +10,13 @@
 #include <nd/create.hpp>
 #include <nd/engine_access.hpp>
 #include <nd/errors.hpp>
+#include <nd/interleaved.hpp>
 #include <nd/lists.hpp>
 #include <nd/memory.hpp>
 #include <nd/messages.hpp>
 #include <nd/module.hpp>
+#include <nd/protected.hpp>
+#include <nd/share.hpp>
 #include <nd/sizes.hpp>
 #include <nd/typed.hpp>
 #include <nd/types.h>

@@ -1,0 +1,121 @@
+// Complex to real and back, in place.
+#include "matrix/accessors.hpp"
+#include "matrix/dimensions.hpp"
+#include "matrix/frame.hpp"
+#include "matrix/header_factory.hpp"
+#include "matrix/scaffolding.hpp"
+#include "matrix/sharing.hpp"
+#include "matrix/unshare.hpp"
+
+#include <nd/interleaved.hpp>
+#include <nd/share.hpp>
+#include <nd/typed.hpp>
+
+#include <cstring>
+
+namespace matrix::internal {
+namespace {
+
+bool is_sparse(const ndArray_tag* array) noexcept { return (array->flags & flag_sparse) != 0; }
+
+// Elements that have a value: of a sparse array those that are stored.
+std::size_t live_count(const ndArray_tag* array) noexcept {
+    if (array->pdata == nullptr) return 0;
+    if (!is_sparse(array)) return element_count(array);
+    const auto* const starts = std::bit_cast<const std::size_t*>(array->info_b);
+    return starts == nullptr ? 0 : starts[array->n_or_ndims];
+}
+
+void make_own_and_interleaved(ndArray_tag* array) {
+    array->interleave_data();
+    unshare(array);
+}
+
+void deflate(ndArray_tag* array) {
+    make_own_and_interleaved(array);
+    with_element_type(array->class_id, [&]<class Row>(Row) {
+        auto* const parts = static_cast<typename Row::type*>(array->pdata);
+        for (std::size_t i = 0, count = live_count(array); i < count; ++i) parts[i] = parts[2 * i];
+    });
+    array->flags &= ~flag_complex;
+}
+
+void refuse_class(const ndArray_tag* array) {
+    const auto class_id = static_cast<ndClassID>(array->class_id);
+    if (class_id == ndLOGICAL_CLASS && is_sparse(array)) rejectClassId("CopyInflate", class_id);
+    rejectInvalidClassId(class_id);
+}
+
+void inflate(ndArray_tag* array) {
+    if (!is_numeric(code_of(array->class_id, false))) refuse_class(array);
+    make_own_and_interleaved(array);
+    const std::size_t room = is_sparse(array) ? array->info_c : element_count(array);
+    if (array->pdata != nullptr) {
+        void* const block =
+            allocate_data(2 * room * stored_element_size(array), DataInitialization::uninitialized);
+        with_element_type(array->class_id, [&]<class Row>(Row) {
+            using part = typename Row::type;
+            const auto* const from = static_cast<const part*>(array->pdata);
+            auto* const to = static_cast<part*>(block);
+            for (std::size_t i = 0, count = live_count(array); i < count; ++i) {
+                to[2 * i] = from[i];
+                to[2 * i + 1] = 0;
+            }
+        });
+        replace_block(array, block);
+    }
+    array->flags |= flag_complex;
+}
+
+bool has_imaginary_part(const ndArray_tag* array) {
+    bring_data_up_to_date(array);
+    bool found = false;
+    with_element_type(array->class_id, [&]<class Row>(Row) {
+        const auto* const parts = static_cast<const typename Row::type*>(array->pdata);
+        for (std::size_t i = 0, count = live_count(array); i < count && !found; ++i)
+            found = parts[2 * i + 1] != 0;
+    });
+    return found;
+}
+
+bool may_lose_imaginary_part(const ndArray_tag* array) noexcept {
+    return is_complex(array) && header_owners(array) < 2 && (array->flags & flag_data_private) == 0;
+}
+
+} // namespace
+} // namespace matrix::internal
+
+namespace matrix::detail::noninlined::nd_array_api {
+
+using namespace internal;
+
+void ndDeflateComplexToReal(ndArray_tag* array) {
+    if (!is_complex(array)) return;
+    framed([=] { return deflate(array), true; });
+}
+
+void ndInflateRealToComplex(ndArray_tag* array) {
+    if (is_complex(array)) return;
+    framed([=] { return inflate(array), true; });
+}
+
+void ndFreeImagIfZero(ndArray_tag* array) {
+    if (!may_lose_imaginary_part(array)) return;
+    framed([=] {
+        if (element_count(array) == 0) {
+            array->interleave_data();
+            array->flags &= ~flag_complex;
+        } else if (!has_imaginary_part(array)) {
+            deflate(array);
+        }
+        return true;
+    });
+}
+
+bool ndIsImagPartNonZero(const ndArray_tag* array) {
+    return is_complex(array) && framed([=] { return has_imaginary_part(array); });
+}
+
+void ndMarkImagData(ndArray_tag* array) { array->flags |= flag_complex; }
+
+} // namespace matrix::detail::noninlined::nd_array_api

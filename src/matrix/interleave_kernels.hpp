@@ -1,0 +1,40 @@
+// Loops between interleaved elements and separate parts, by the width of a part.
+#pragma once
+
+#include "matrix/class_table.hpp"
+
+#include <cstddef>
+
+namespace matrix::internal {
+
+/// Parts of count elements of a numeric class, out of interleaved elements.
+inline void deinterleave(std::int32_t class_id, const void* elements, void* real, void* imag,
+                         std::size_t count) noexcept {
+    with_element_type(class_id, [&]<class Row>(Row) {
+        using part = typename Row::type;
+        const auto* const from = static_cast<const part*>(elements);
+        auto* const re = static_cast<part*>(real);
+        auto* const im = static_cast<part*>(imag);
+        for (std::size_t i = 0; i < count; ++i) {
+            re[i] = from[2 * i];
+            im[i] = from[2 * i + 1];
+        }
+    });
+}
+
+/// Interleaved elements out of parts.
+inline void interleave(std::int32_t class_id, const void* real, const void* imag, void* elements,
+                       std::size_t count) noexcept {
+    with_element_type(class_id, [&]<class Row>(Row) {
+        using part = typename Row::type;
+        const auto* const re = static_cast<const part*>(real);
+        const auto* const im = static_cast<const part*>(imag);
+        auto* const to = static_cast<part*>(elements);
+        for (std::size_t i = 0; i < count; ++i) {
+            to[2 * i] = re[i];
+            to[2 * i + 1] = im[i];
+        }
+    });
+}
+
+} // namespace matrix::internal

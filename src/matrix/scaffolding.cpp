@@ -1,0 +1,262 @@
+// Making, refreshing and ending the separate view of a block.
+#include "matrix/scaffolding.hpp"
+
+#include "matrix/accessors.hpp"
+#include "matrix/containers.hpp"
+#include "matrix/destroy.hpp"
+#include "matrix/dimensions.hpp"
+#include "matrix/header_factory.hpp"
+#include "matrix/interleave_kernels.hpp"
+#include "matrix/share_record.hpp"
+#include "matrix/sharing.hpp"
+#include "matrix/size_check.hpp"
+
+#include <foundation/core/except/exception.hpp>
+#include <foundation/core/mem/aligned_heap.hpp>
+
+#include <nd/interleaved.hpp>
+
+#include <cstring>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace matrix::internal {
+namespace {
+
+bool has_block(const void* part) noexcept { return part != nullptr && part != scaffolding_without_data(); }
+
+struct data_deleter {
+    void operator()(void* block) const noexcept { free_data(block); }
+};
+using data_block = std::unique_ptr<void, data_deleter>;
+
+struct view_deleter {
+    void operator()(scaffolding* view) const noexcept { delete_scaffolding(view); }
+};
+
+bool is_numeric_array(const ndArray_tag* array) noexcept { return (array->flags & flag_numeric) != 0; }
+
+// Bytes of the array's block, spare room included.
+std::size_t byte_total(const ndArray_tag* array) noexcept {
+    std::size_t count = (array->flags & flag_sparse) != 0 ? array->info_c : element_count(array);
+    if ((array->flags & flag_capacity_tracked) != 0) count = capacity_for(count);
+    return count * stored_element_size(array);
+}
+
+data_block fresh_block(std::size_t bytes) {
+    return data_block(allocate_data(bytes, DataInitialization::uninitialized));
+}
+
+// A block of another size with the same beginning. Raises; the old block stands then.
+void resize(void*& block, std::size_t bytes) {
+    if (!has_block(block)) {
+        block = allocate_data(bytes, DataInitialization::uninitialized);
+    } else if (bytes == 0) {
+        free_data(std::exchange(block, nullptr));
+    } else {
+        void* const moved = foundation::core::mem::aligned_heap_instance().realloc(block, bytes);
+        if (moved == nullptr) throw foundation::core::except::bad_alloc{};
+        block = moved;
+    }
+}
+
+void split_into(scaffolding& view, const ndArray_tag* array, std::size_t total) noexcept {
+    if (array->pdata != nullptr && has_block(view.real_data)) {
+        if (is_complex(array)) {
+            deinterleave(array->class_id, array->pdata, view.real_data, view.imag_data,
+                         total / stored_element_size(array));
+        } else {
+            std::memcpy(view.real_data, array->pdata, total);
+        }
+    }
+    view.first_size = total;
+    view.second_size = 0;
+    view.is_split = true;
+}
+
+std::unique_ptr<scaffolding, view_deleter> make_view(const ndArray_tag* array) {
+    std::unique_ptr<scaffolding, view_deleter> view(new scaffolding);
+    const std::size_t total = byte_total(array);
+    const bool complex = is_complex(array);
+    if (total != 0 && array->pdata == nullptr) {
+        if (complex) view->imag_data = scaffolding_without_data();
+    } else if (total != 0) {
+        view->real_data = fresh_block(complex ? total / 2 : total).release();
+        if (complex) view->imag_data = fresh_block(total / 2).release();
+    }
+    split_into(*view, array, total);
+    return view;
+}
+
+void split_again(scaffolding& view, const ndArray_tag* array) {
+    const std::size_t total = byte_total(array);
+    const bool complex = is_complex(array);
+    const std::size_t real_size = complex ? total / 2 : total;
+    const std::size_t imag_size = total - real_size;
+    if (view.first_size != real_size || view.second_size != imag_size) {
+        resize(view.real_data, real_size);
+        view.first_size = real_size;
+        if (complex) {
+            resize(view.imag_data, imag_size);
+        } else if (void* const imaginary = std::exchange(view.imag_data, nullptr); has_block(imaginary)) {
+            free_data(imaginary);
+        }
+        view.second_size = imag_size;
+    }
+    split_into(view, array, total);
+}
+
+// Writes bytes of interleaved elements from the parts into block.
+void join_into(void* block, const scaffolding& view, const ndArray_tag* array, std::size_t bytes) noexcept {
+    if (block == nullptr || !has_block(view.real_data)) return;
+    if (is_complex(array)) {
+        interleave(array->class_id, view.real_data, view.imag_data, block,
+                   bytes / stored_element_size(array));
+    } else {
+        std::memcpy(block, view.real_data, bytes);
+    }
+}
+
+// Makes room in a part and clears what is new in it.
+void grow(void*& part, std::size_t from, std::size_t to) {
+    if (!has_block(part)) return;
+    resize(part, to);
+    std::memset(static_cast<char*>(part) + from, 0, to - from);
+}
+
+// The parts follow an array that has grown since the split. Larger parts than needed do no harm.
+void grow_parts(scaffolding& view, const ndArray_tag* array, std::size_t total) {
+    if (total <= view.first_size) return;
+    const std::size_t parts = is_complex(array) ? 2 : 1;
+    grow(view.real_data, view.first_size / parts, total / parts);
+    if (is_complex(array)) grow(view.imag_data, view.first_size / parts, total / parts);
+    view.first_size = total;
+}
+
+// Brings pdata up to date. Sharers keep their pointer: the whole block is written in place, as long as it was at the split.
+void refresh(scaffolding& view, ndArray_tag* array) {
+    if (has_shared_data(array)) return join_into(array->pdata, view, array, view.first_size);
+    const std::size_t total = byte_total(array);
+    grow_parts(view, array, total);
+    if (total != view.first_size && has_block(view.real_data)) {
+        replace_block(array, fresh_block(total).release());
+    }
+    join_into(array->pdata, view, array, total);
+    view.first_size = total;
+}
+
+// A sole user of real data takes the part as its block.
+void take_real_part(scaffolding& view, ndArray_tag* array) {
+    grow_parts(view, array, byte_total(array));
+    if (has_block(view.real_data)) replace_block(array, std::exchange(view.real_data, nullptr));
+}
+
+void end_split(scaffolding& view, ndArray_tag* array) {
+    if (is_complex(array) || has_shared_data(array)) {
+        refresh(view, array);
+    } else {
+        take_real_part(view, array);
+    }
+    const bool has_imaginary = has_block(view.imag_data);
+    const std::size_t bytes = byte_total(array);
+    view.first_size = has_imaginary ? bytes / 2 : has_block(view.real_data) ? bytes : 0;
+    view.second_size = has_imaginary ? bytes / 2 : 0;
+    view.is_split = false;
+}
+
+// Calls body for the array and everything in its slots, on a list of its own. Raises std::bad_alloc.
+template <class Body>
+void for_each_below(ndArray_tag* array, Body body) {
+    std::vector<ndArray_tag*> open{array};
+    while (!open.empty()) {
+        ndArray_tag* const here = open.back();
+        open.pop_back();
+        body(here);
+        if (!is_container_class(here->class_id) || here->pdata == nullptr) continue;
+        for (ndArray_tag* const element : std::span(slots_of(here), slot_count(here))) {
+            if (element != nullptr) open.push_back(element);
+        }
+    }
+}
+
+} // namespace
+
+void delete_scaffolding(scaffolding* view) noexcept {
+    if (view == nullptr) return;
+    if (has_block(view->real_data)) free_data(view->real_data);
+    if (has_block(view->imag_data)) free_data(view->imag_data);
+    delete view;
+}
+
+void update_interleaved(ndArray_tag* array) {
+    if (!is_numeric_array(array)) return;
+    scaffolding* const view = view_of(array);
+    if (view == nullptr || !view->is_split) return;
+    refresh(*view, array);
+    view->second_size = 0;
+}
+
+void replace_block(ndArray_tag* array, void* block) noexcept {
+    void* const old = array->pdata;
+    void (*const deleter)(void*) = array->hasCustomDeleter() ? array->share_record->deleter : nullptr;
+    const bool owned = (array->flags & flags_data_not_owned) == 0;
+    array->nullCustomDeleter();
+    array->pdata = block;
+    array->flags &= ~(flag_cached_header | flag_bin_mask | flag_capacity_tracked | flag_data_private |
+                      flag_share_data_private);
+    if (!owned) return;
+    if (deleter != nullptr) {
+        call_custom_deleter(deleter, old);
+    } else {
+        free_data(old);
+    }
+}
+
+} // namespace matrix::internal
+
+scaffolding* ndArray_tag::get_scData() const {
+    if (share_record == nullptr) return nullptr;
+    const matrix::internal::record_lock lock(share_record);
+    return share_record->scData;
+}
+
+bool ndArray_tag::split_data(bool force) {
+    using namespace matrix::internal;
+    if (!is_numeric_array(this)) return false;
+    if (!force && !is_complex(this) && view_of(this) == nullptr) return false;
+    ::share_record* const record = ensure_share_record(this);
+    const record_lock lock(record);
+    if (record->scData == nullptr) {
+        record->scData = make_view(this).release();
+    } else if (!record->scData->is_split) {
+        split_again(*record->scData, this);
+    }
+    return true;
+}
+
+bool ndArray_tag::interleave_data() {
+    using namespace matrix::internal;
+    scaffolding* const view = is_numeric_array(this) ? view_of(this) : nullptr;
+    if (view == nullptr) return false;
+    if (view->is_split) end_split(*view, this);
+    return true;
+}
+
+namespace matrix {
+
+bool detail::isIC(const ndArray_tag* array) {
+    const scaffolding* const view = internal::view_of(array);
+    return view == nullptr || !view->is_split;
+}
+
+void switchToInterleaved(ndArray_tag* array) {
+    internal::for_each_below(array, [](ndArray_tag* here) { here->interleave_data(); });
+}
+
+void updateInterleavedData(ndArray_tag* array) {
+    internal::for_each_below(array, internal::update_interleaved);
+}
+
+} // namespace matrix

@@ -1,0 +1,52 @@
+// The separate view of a numeric data block: real and imaginary parts as blocks of their own, beside the interleaved one.
+//
+// The view hangs from the share record, so all headers over the block have the same. An array is in one of three states:
+//   interleaved              no view; pdata counts
+//   split                    the separate blocks count, pdata is stale
+//   interleaved, view kept   pdata counts; the separate blocks wait for the next split
+// Whoever copies or reads a block for good brings it up to date first.
+#pragma once
+
+#include <nd/array.hpp>
+
+#include <cstdint>
+
+/// Both blocks come from the aligned heap, the record itself from the general heap.
+struct scaffolding {
+    void* real_data = nullptr; ///< real parts, or all of a real array
+    void* imag_data =
+        nullptr; ///< imaginary parts; null for a real array; scaffolding_without_data: there is no block
+    std::uint64_t first_size =
+        0; ///< bytes; split: of the interleaved block at the split. After that: of real_data
+    std::uint64_t second_size = 0; ///< bytes; split: 0. After that: of imag_data
+    bool is_split = true;
+};
+
+namespace matrix::internal {
+
+/// Stands in imag_data for a complex array that had no data when it was split.
+inline void* scaffolding_without_data() noexcept { return reinterpret_cast<void*>(~std::uintptr_t{0}); }
+
+/// Frees a view with its blocks; null is ignored.
+void delete_scaffolding(scaffolding* view) noexcept;
+
+/// Writes the separate parts of a split array into pdata; the array stays split. This array only, not what stands in its slots.
+/// Raises std::bad_alloc; nothing has changed then.
+void update_interleaved(ndArray_tag* array);
+
+/// The array's view; null when there is none.
+inline scaffolding* view_of(const ndArray_tag* array) {
+    return array->share_record == nullptr ? nullptr : array->get_scData();
+}
+
+/// The same for an array that is only going to be read: its value doesn't change.
+inline void bring_data_up_to_date(const ndArray_tag* array) {
+    const scaffolding* const view = view_of(array);
+    if (view != nullptr && view->is_split) update_interleaved(const_cast<ndArray_tag*>(array));
+}
+
+/// Puts a block of the library's heap in the place of pdata, whose data nobody else uses. The old block goes to its deleter or the
+/// heap, or is left alone when it is private; the marks of the old block go.
+void replace_block(ndArray_tag* array, void* block) noexcept;
+
+} // namespace matrix::internal
