@@ -30,6 +30,8 @@ bool is_indexing_opaque(const ndArray_tag* array) noexcept {
 array_ptr copy_form(const ndArray_tag* source) {
     complete_dimensions_if_opaque(source);
     array_ptr copy = header_factory::make_blank();
+    const std::uint32_t flags = source->flags & ~flags_lost_by_copy;
+    // The dimensions are the source's, so its inline-dims and scalar-double bits hold for the copy as well.
     if (has_inline_dims(source)) {
         copy->m_or_dims = source->m_or_dims;
         copy->n_or_ndims = source->n_or_ndims;
@@ -37,8 +39,7 @@ array_ptr copy_form(const ndArray_tag* source) {
         prepared_dims(dims_of(source)).commit_to_new(copy.get());
     }
     copy->class_id = source->class_id;
-    // The dimensions are the source's, so its inline-dims and scalar-double bits hold for the copy as well.
-    copy->flags = source->flags & ~flags_lost_by_copy;
+    copy->flags = flags;
     return copy;
 }
 

@@ -11,10 +11,15 @@
 #include <nd/share.hpp>
 #include <nd/typed.hpp>
 
-#include <cstring>
+#include <memory>
 
 namespace matrix::internal {
 namespace {
+
+struct data_deleter {
+    void operator()(void* block) const noexcept { free_data(block); }
+};
+using data_block = std::unique_ptr<void, data_deleter>;
 
 bool is_sparse(const ndArray_tag* array) noexcept { return (array->flags & flag_sparse) != 0; }
 
@@ -26,13 +31,9 @@ std::size_t live_count(const ndArray_tag* array) noexcept {
     return starts == nullptr ? 0 : starts[array->n_or_ndims];
 }
 
-void make_own_and_interleaved(ndArray_tag* array) {
+void deflate(ndArray_tag* array) {
     array->interleave_data();
     unshare(array);
-}
-
-void deflate(ndArray_tag* array) {
-    make_own_and_interleaved(array);
     with_element_type(array->class_id, [&]<class Row>(Row) {
         auto* const parts = static_cast<typename Row::type*>(array->pdata);
         for (std::size_t i = 0, count = live_count(array); i < count; ++i) parts[i] = parts[2 * i];
@@ -48,21 +49,22 @@ void refuse_class(const ndArray_tag* array) {
 
 void inflate(ndArray_tag* array) {
     if (!is_numeric(code_of(array->class_id, false))) refuse_class(array);
-    make_own_and_interleaved(array);
-    const std::size_t room = is_sparse(array) ? array->info_c : element_count(array);
+    array->interleave_data();
     if (array->pdata != nullptr) {
-        void* const block =
-            allocate_data(2 * room * stored_element_size(array), DataInitialization::uninitialized);
+        const std::size_t room = is_sparse(array) ? array->info_c : element_count(array);
+        data_block block(
+            allocate_data(2 * room * stored_element_size(array), DataInitialization::uninitialized));
         with_element_type(array->class_id, [&]<class Row>(Row) {
             using part = typename Row::type;
             const auto* const from = static_cast<const part*>(array->pdata);
-            auto* const to = static_cast<part*>(block);
+            auto* const to = static_cast<part*>(block.get());
             for (std::size_t i = 0, count = live_count(array); i < count; ++i) {
                 to[2 * i] = from[i];
                 to[2 * i + 1] = 0;
             }
         });
-        replace_block(array, block);
+        unshare(array); // the last thing that can fail
+        replace_block(array, block.release());
     }
     array->flags |= flag_complex;
 }

@@ -21,7 +21,6 @@ ndArray_tag* replace_array(ndArray_tag* array, array_ptr copy) {
 namespace {
 
 ndArray_tag* shared_data_copy(const ndArray_tag* array) {
-    if (has_unshareable_data(array)) return detail::do_shared_copy(array).release(); // doesn't come back
     if (header_owners(array) == 1 && !has_shared_data(array)) bring_data_up_to_date(array);
     return share(array, ndTEMPORARY_SCOPE).release();
 }
@@ -45,7 +44,10 @@ namespace matrix::detail::noninlined::nd_array_api {
 using namespace internal;
 
 ndArray_tag* ndCreateSharedDataCopy(const ndArray_tag* array) {
-    return array == nullptr ? nullptr : framed([=] { return shared_data_copy(array); });
+    if (array == nullptr) return nullptr;
+    if (has_unshareable_data(array)) [[unlikely]]
+        return do_shared_copy(array).release(); // ends the process
+    return framed([=] { return shared_data_copy(array); });
 }
 
 ndArray_tag* ndCreateDeepCopy(const ndArray_tag* array) {

@@ -58,7 +58,8 @@ std::ptrdiff_t entries_on_list(const ndArray_tag* a) noexcept {
 
 bool list_is_sound(const ndArray_tag* a) noexcept {
     const sharer_list& list = *a->share_record->sharers;
-    return list.size() <= sharers_of(a) && std::all_of(list.begin(), list.end(), [&](const ndArray_tag* sharer) {
+    return list.size() <= sharers_of(a) &&
+           std::all_of(list.begin(), list.end(), [&](const ndArray_tag* sharer) {
                return sharer->share_record == a->share_record && sharer->class_id >= 0;
            });
 }

@@ -1,14 +1,17 @@
 // One block, many headers, many threads: each thread copies and ends headers of its own. The block lives till the last of them
 // goes, and goes once.
 #include "matrix/process_state.hpp"
+#include "matrix/sharing.hpp"
 #include "matrix/validate.hpp"
 #include "support/arr.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/share.hpp>
 
 #include <atomic>
 #include <numeric>
+#include <random>
 #include <thread>
 
 namespace test {
@@ -167,6 +170,129 @@ TEST_F(SharingThreads, EndTheElementsOfACellOnce) {
             if (left.fetch_sub(1) == threads) source.reset();
             mine.reset();
         });
+        EXPECT_EQ(deleter_calls, 1);
+    }
+}
+
+// Whatever each thread does with its headers, every header has the value that its own thread gave it last.
+struct crew_member {
+    explicit crew_member(array_ptr first, unsigned seed) : random(seed) { take(std::move(first), 1.0); }
+
+    struct holding {
+        array_ptr array;
+        double first; ///< what the first element is
+    };
+
+    void take(array_ptr array, double first) { held.push_back({std::move(array), first}); }
+
+    holding& any() { return held[random() % held.size()]; }
+
+    void step() {
+        holding& h = any();
+        switch (random() % 6) {
+        case 0:
+        case 1:
+            if (held.size() < 12) take(do_shared_copy(h.array.get()), h.first);
+            break;
+        case 2:
+            if (held.size() < 12) take(matrix::detail::do_deep_copy(h.array.get()), h.first);
+            break;
+        case 3:
+            api::ndUnshare(h.array.get());
+            h.first = static_cast<double>(random() % 1000);
+            static_cast<double*>(h.array->pdata)[0] = h.first;
+            break;
+        case 4:
+            api::ndUnshare(h.array.get());
+            break;
+        default:
+            if (held.size() > 1) held.erase(held.begin() + (&h - held.data()));
+        }
+    }
+
+    int count_wrong() const {
+        int wrong = 0;
+        for (const holding& h : held) {
+            const double first = static_cast<const double*>(h.array->pdata)[0];
+            if (first != h.first || sum(h.array) != sum_of_elements - 1.0 + h.first) ++wrong;
+            if (!matrix::internal::validate(h.array.get()).empty()) ++wrong;
+        }
+        return wrong;
+    }
+
+    std::mt19937 random;
+    std::vector<holding> held;
+};
+
+TEST_F(SharingThreads, ShareWriteAndEndInRandomOrder) {
+    for (const bool cached : {false, true}) {
+        const cache_on cache;
+        matrix::cache::setEnabled(cached);
+        for (const int threads : crews) {
+            array_ptr source = numbers();
+            std::atomic<int> wrong{0};
+            std::atomic<unsigned> seed{static_cast<unsigned>(threads)};
+            share_among(threads, source, [&](array_ptr mine) {
+                crew_member member(std::move(mine), seed.fetch_add(100));
+                for (int i = 0; i < 400; ++i) {
+                    member.step();
+                    if (i % 40 == 0) wrong += member.count_wrong();
+                }
+                wrong += member.count_wrong();
+            });
+            EXPECT_EQ(wrong, 0);
+            EXPECT_EQ(sum(source), sum_of_elements);
+            EXPECT_FALSE(matrix::internal::has_shared_data(source.get()));
+        }
+    }
+}
+
+// All threads unshare the last common block at once: each copies, one of them may find itself alone with the old block.
+TEST_F(SharingThreads, UnshareAtOnce) {
+    for (const int threads : crews) {
+        for (int round = 0; round < 100; ++round) {
+            deleter_calls = 0;
+            array_ptr source = numbers();
+            source->setCustomDeleter(count_and_free);
+            std::atomic<int> wrong{0};
+            share_among(threads, source, [&](array_ptr mine) {
+                api::ndUnshare(mine.get());
+                static_cast<double*>(mine->pdata)[0] = -1.0;
+                if (sum(mine) != sum_of_elements - 2.0) ++wrong;
+            });
+            EXPECT_EQ(wrong, 0);
+            EXPECT_EQ(sum(source), sum_of_elements);
+            source.reset();
+            EXPECT_EQ(deleter_calls, 1);
+        }
+    }
+}
+
+// Two headers and no third: the race between copy and leave is lost now and then, and the block ends once all the same.
+TEST_F(SharingThreads, UnshareBothOfTwo) {
+    for (int round = 0; round < 500; ++round) {
+        deleter_calls = 0;
+        array_ptr source = numbers();
+        source->setCustomDeleter(count_and_free);
+        array_ptr other = do_shared_copy(source.get());
+        std::atomic<int> ready{0};
+        const auto unshare_and_write = [&](array_ptr mine, double value, std::atomic<double>& result) {
+            ready.fetch_add(1);
+            while (ready.load() < 2) {
+            }
+            api::ndUnshare(mine.get());
+            static_cast<double*>(mine->pdata)[0] = value;
+            result = sum(mine);
+        };
+        std::atomic<double> first{0}, second{0};
+        std::thread a(
+            [&, mine = std::move(source)]() mutable { unshare_and_write(std::move(mine), 0.0, first); });
+        std::thread b(
+            [&, mine = std::move(other)]() mutable { unshare_and_write(std::move(mine), 5.0, second); });
+        a.join();
+        b.join();
+        EXPECT_EQ(first, sum_of_elements - 1.0);
+        EXPECT_EQ(second, sum_of_elements + 4.0);
         EXPECT_EQ(deleter_calls, 1);
     }
 }

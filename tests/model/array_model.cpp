@@ -148,4 +148,20 @@ array deep_copy(const array& source) {
     return copy;
 }
 
+void unshare(array& header) {
+    if (header.joined && header.data.use_count() > 1) {
+        const array alone = deep_copy(header);
+        header.data = alone.data;
+    }
+    header.joined = false;
+}
+
+void move_onto(array& dest, array& src) {
+    const unsigned owners = dest.owners;
+    dest = src;
+    dest.owners = owners;
+    dest.reusable = false;
+    src = array{};
+}
+
 } // namespace model

@@ -62,4 +62,10 @@ array shared_copy(array& source);
 /// A new header with a block of its own, as long as the elements need.
 array deep_copy(const array& source);
 
+/// Gives the header's block up for one of its own, as long as the elements need, when others use it.
+void unshare(array& header);
+
+/// dest's header takes over src's value, whose header has one owner and ends.
+void move_onto(array& dest, array& src);
+
 } // namespace model

@@ -77,7 +77,7 @@ TEST_F(ArrayModel, AProgramStopsAtAWrongElement) {
     ASSERT_EQ(world.run({0, 2, 1, 0}), "") << "create 2x3";
     ASSERT_FALSE(world.handles().empty());
     static_cast<char*>(world.handles().front().real->pdata)[3] ^= 1;
-    EXPECT_EQ(world.run({13, 0, 0, 0}), "handle 0: the elements differ");
+    EXPECT_EQ(world.run({16, 0, 0, 0}), "handle 0: the elements differ");
     EXPECT_EQ(world.finish(), "");
 }
 

@@ -4,6 +4,7 @@
 
 #include <nd/access.hpp>
 #include <nd/create.hpp>
+#include <nd/share.hpp>
 
 #include <algorithm>
 #include <cstring>
@@ -165,6 +166,55 @@ void copy(world& w, const step& s) {
     w.add(matrix::detail::do_deep_copy(source.real).release(), deep_copy(*source.expected));
 }
 
+// In place for the only owner; otherwise the picked reference becomes a copy.
+void unshare(world& w, const step& s) {
+    if (w.handles().empty()) return;
+    handle& h = w.handles()[s.a % w.handles().size()];
+    ndArray_tag* const real = api::ndUnshare(h.real);
+    if (h.expected->owners == 1) {
+        unshare(*h.expected);
+        return;
+    }
+    auto copied = std::make_shared<array>(deep_copy(*h.expected));
+    --h.expected->owners;
+    h = {real, std::move(copied)};
+}
+
+// The value of one array onto the header of another, as a shared copy where others hold it.
+void move_onto_header(world& w, const step& s) {
+    if (w.handles().size() < 2) return;
+    const std::size_t from = s.a % w.handles().size();
+    const handle src = w.handles()[from];
+    const handle dest = w.handles()[s.b % w.handles().size()];
+    if (dest.real == src.real) return;
+    api::ndMoveArrayOntoHeader(dest.real, src.real);
+    w.handles().erase(w.handles().begin() + static_cast<std::ptrdiff_t>(from));
+    if (src.expected->owners == 1) {
+        move_onto(*dest.expected, *src.expected);
+    } else {
+        array copy = shared_copy(*src.expected);
+        --src.expected->owners;
+        move_onto(*dest.expected, copy);
+    }
+}
+
+// A copy that takes the data of a reusable array.
+void claim(world& w, const step& s) {
+    if (w.handles().empty() || !has_room(w)) return;
+    const handle h = w.handles()[s.a % w.handles().size()];
+    const bool reusable = h.expected->reusable;
+    array copy = shared_copy(*h.expected);
+    ndArray_tag* const real = api::ndCreateClaimedDataCopy(h.real);
+    if (reusable) {
+        array emptied;
+        emptied.owners = h.expected->owners;
+        emptied.user_bits = h.expected->user_bits;
+        emptied.reusable = true;
+        *h.expected = std::move(emptied);
+    }
+    w.add(real, std::move(copy));
+}
+
 void reference(world& w, const step& s) {
     const handle* h = pick(w, s.a);
     if (h == nullptr || !has_room(w)) return;
@@ -249,6 +299,9 @@ constexpr operation table[] = {
     {"create_with_reuse", create_with_reuse},
     {"share", share},
     {"copy", copy},
+    {"unshare", unshare},
+    {"move_onto_header", move_onto_header},
+    {"claim", claim},
     {"reference", reference},
     {"destroy", destroy},
     {"set_dimensions", set_dimensions},

@@ -10,10 +10,12 @@
 #include "support/array_spec.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <ostream>
 #include <set>
+#include <span>
 #include <type_traits>
 #include <vector>
 
@@ -85,6 +87,29 @@ std::string element_difference(const ndArray_tag* expected, const ndArray_tag* a
     return at.size() > shown_differences ? text + "\n  ..." : text;
 }
 
+using index_view = std::span<const std::size_t>;
+
+index_view indices(std::uint64_t address, std::size_t count) {
+    return address == 0 ? index_view() : index_view(std::bit_cast<const std::size_t*>(address), count);
+}
+
+// Where elements are stored, and what; the room behind them doesn't count.
+std::string sparse_difference(const ndArray_tag* expected, const ndArray_tag* actual) {
+    const auto starts_of = [](const ndArray_tag* a) { return indices(a->info_b, a->n_or_ndims + 1); };
+    const index_view wanted = starts_of(expected);
+    const index_view found = starts_of(actual);
+    if (!std::equal(wanted.begin(), wanted.end(), found.begin(), found.end()))
+        return "elements are stored in other columns";
+    const std::size_t stored = wanted.empty() ? 0 : wanted.back();
+    const index_view rows = indices(expected->info_a, stored);
+    if (!std::equal(rows.begin(), rows.end(), indices(actual->info_a, stored).begin()))
+        return "elements are stored in other rows";
+    const std::vector<std::size_t> at = differing_elements(expected, actual, stored);
+    return at.empty() ? ""
+                      : std::to_string(at.size()) + " of the stored elements differ, the first at " +
+                            std::to_string(at[0]);
+}
+
 std::string header_difference(const ndArray_tag* expected, const ndArray_tag* actual) {
     if (class_text(expected) != class_text(actual)) {
         return "expected class " + class_text(expected) + ", is " + class_text(actual);
@@ -136,6 +161,8 @@ private:
         if (count == 0 || (!has_data && pair.actual->pdata == nullptr)) return {};
         if (has_data != (pair.actual->pdata != nullptr))
             return has_data ? "no data" : "data where none were expected";
+        if ((pair.expected->flags & matrix::flag_sparse) != 0)
+            return sparse_difference(pair.expected, pair.actual);
         if (pair.expected->class_id == ndCELL_CLASS) return compare_slots(pair, count);
         return element_difference(pair.expected, pair.actual, count);
     }

@@ -30,7 +30,8 @@ bool has_data(const ndArray_tag* value) { return value->pdata != nullptr; }
 
 // Plain bytes: what a test may copy into a block of its own.
 bool has_plain_data(const ndArray_tag* value) {
-    return has_data(value) && matrix::internal::has_plain_elements(value->class_id);
+    return has_data(value) && matrix::internal::has_plain_elements(value->class_id) &&
+           (value->flags & matrix::flag_sparse) == 0;
 }
 
 std::size_t element_bytes(const ndArray_tag* value) {

@@ -1,0 +1,231 @@
+// Every allocation fails once in every operation that copies, shares, unshares or moves: the operands stay as they were.
+#include "matrix/process_state.hpp"
+#include "matrix/sparse_array.hpp"
+#include "support/arr.hpp"
+#include "support/fault_injection.hpp"
+#include "support/module_mode.hpp"
+#include "support/variations.hpp"
+
+#include <nd/access.hpp>
+#include <nd/interleaved.hpp>
+#include <nd/share.hpp>
+
+namespace test {
+namespace {
+
+namespace api = matrix::detail::noninlined::nd_array_api;
+using matrix::array_ptr;
+using matrix::detail::do_shared_copy;
+using dims_list = std::vector<std::size_t>;
+
+struct value_row {
+    const char* name;
+    array_ptr (*make)();
+};
+const value_row values[] = {
+    {"a matrix", [] { return numbered("complex int16 3x4"); }},
+    {"a solid", [] { return numbered("double 2x3x4"); }},
+    {"a sparse matrix", [] { return sparse_3x2(); }},
+    {"nested cells",
+     [] {
+         return arr("cell 1x3", arr("double", {1}), nullptr,
+                    arr("cell 1x2", arr("cell 1x1", numbered("int8 2x2x2")), arr("char", u"ab")));
+     }},
+};
+
+void expect_scenario(const std::string& name, const std::function<void(fault_run&)>& scenario,
+                     const fault_options& options = {}) {
+    EXPECT_TRUE(for_each_failing_alloc(name, scenario, options).passed) << name;
+}
+
+using SharingFaults = NdTest;
+
+// Creators in the frame: a new array or null.
+TEST_F(SharingFaults, Copies) {
+    struct {
+        const char* name;
+        ndArray_tag* (*copy)(ndArray_tag*);
+    } const rows[] = {
+        {"shared data copy", [](ndArray_tag* a) { return api::ndCreateSharedDataCopy(a); }},
+        {"deep copy", [](ndArray_tag* a) { return api::ndCreateDeepCopy(a); }},
+        {"skeleton copy", [](ndArray_tag* a) { return api::ndCreateSkeletonCopy(a, ndREAL); }},
+        {"empty copy", [](ndArray_tag* a) { return api::ndCreateEmptyCopy(a); }},
+    };
+    for (const auto& row : rows) {
+        for (const value_row& value : values) {
+            fault_options options;
+            options.framed = true;
+            options.second_within = 2;
+            expect_scenario(
+                std::string(row.name) + " of " + value.name,
+                [&](fault_run& run) {
+                    const array_ptr source = value.make();
+                    run.operand(source.get());
+                    run.act([&] { return row.copy(source.get()); });
+                },
+                options);
+        }
+    }
+}
+
+TEST_F(SharingFaults, SharingOfSingleThreadedData) {
+    for (const std::size_t sharers : {1U, 2U, 3U}) {
+        expect_scenario("shared copy of single-threaded data, " + std::to_string(sharers),
+                        [&](fault_run& run) {
+                            const array_ptr source = numbered("double 2x3x4");
+                            source->set_data_sharing_single_threaded(true);
+                            std::vector<array_ptr> others;
+                            while (others.size() + 1 < sharers)
+                                others.push_back(do_shared_copy(source.get()));
+                            run.operand(source.get());
+                            run.act([&] { return do_shared_copy(source.get()); });
+                        });
+    }
+    expect_scenario("single-threaded flag", [](fault_run& run) {
+        const array_ptr a = numbered("double 1x3");
+        const array_ptr b = do_shared_copy(a.get());
+        run.operand(a.get());
+        run.act([&] { a->set_data_sharing_single_threaded(true); });
+    });
+}
+
+// The result stands for the argument: in place, or a copy where the header has two owners.
+TEST_F(SharingFaults, Unsharing) {
+    for (auto* unshare : {api::ndUnshare, api::ndUnshareShallow, api::ndUnreference}) {
+        for (const value_row& value : values) {
+            for (const bool held_twice : {false, true}) {
+                if (!held_twice && unshare == api::ndUnreference) continue;
+                fault_options options;
+                options.framed = true;
+                expect_scenario(
+                    std::string("unsharing of ") + value.name + (held_twice ? ", held twice" : ""),
+                    [&](fault_run& run) {
+                        const array_ptr source = value.make();
+                        const array_ptr sharer = do_shared_copy(source.get());
+                        if (held_twice) api::ndCreateReference(source.get());
+                        run.operand(source.get());
+                        run.operand(sharer.get());
+                        run.act([&]() -> ndArray_tag* {
+                            ndArray_tag* const result = unshare(source.get());
+                            return result == source.get() ? api::ndCreateReference(result) : result;
+                        });
+                    },
+                    options);
+            }
+        }
+    }
+}
+
+TEST_F(SharingFaults, UnsharingOfOthers) {
+    for (const value_row& value : values) {
+        expect_scenario(std::string("moving the other sharers of ") + value.name, [&](fault_run& run) {
+            const array_ptr a = value.make();
+            a->set_data_sharing_single_threaded(true);
+            const array_ptr b = do_shared_copy(a.get());
+            const array_ptr c = do_shared_copy(a.get());
+            run.operand(a.get());
+            run.operand(b.get());
+            run.act([&] { return api::ndUnshareOtherArrays(a.get()) == 0; });
+        });
+    }
+    expect_scenario("moving the other sharers of data with a deleter and a view", [](fault_run& run) {
+        const array_ptr a = numbered("complex double 1x3");
+        a->set_data_sharing_single_threaded(true);
+        a->split_data(false);
+        const array_ptr b = do_shared_copy(a.get());
+        run.operand(a.get());
+        run.operand(b.get());
+        run.act([&] { return api::ndUnshareOtherArrays(a.get()) == 0; });
+    });
+}
+
+TEST_F(SharingFaults, MovingOntoAHeader) {
+    for (const value_row& to : values) {
+        for (const value_row& from : values) {
+            expect_scenario(std::string("moving ") + from.name + " onto " + to.name, [&](fault_run& run) {
+                const array_ptr dest = to.make();
+                const array_ptr src = from.make();
+                run.operand(dest.get());
+                run.operand(src.get());
+                run.act([&] {
+                    const module_mode_scope raising(mode_exceptions);
+                    api::ndMoveCopyOntoHeader(dest.get(), src.get());
+                });
+            });
+        }
+    }
+}
+
+TEST_F(SharingFaults, HandingOver) {
+    for (const value_row& value : values) {
+        expect_scenario(std::string("taking over ") + value.name, [&](fault_run& run) {
+            const array_ptr source = value.make();
+            const array_ptr sharer = do_shared_copy(source.get());
+            run.operand(source.get());
+            run.act([&] {
+                api::ndCreateReference(source.get());
+                struct given_back {
+                    ndArray_tag* array;
+                    ~given_back() {
+                        if (array != nullptr) matrix::destroyArray(array);
+                    }
+                } hold{source.get()};
+                array_ptr taken = matrix::from_tarvel_old(source.get());
+                hold.array = nullptr;
+                return taken;
+            });
+        });
+        expect_scenario(std::string("a view of ") + value.name, [&](fault_run& run) {
+            const array_ptr source = value.make();
+            const dims_list dims{api::ndGetDimensions(source.get()),
+                                 api::ndGetDimensions(source.get()) +
+                                     api::ndGetNumberOfDimensions(source.get())};
+            run.operand(source.get());
+            run.act([&] { return matrix::createReshapedView(source.get(), dims); });
+        });
+    }
+}
+
+TEST_F(SharingFaults, ChangingComplexity) {
+    struct {
+        const char* name;
+        const char* value;
+        void (*change)(ndArray_tag*);
+    } const rows[] = {
+        {"deflating", "complex double 2x3", api::ndDeflateComplexToReal},
+        {"inflating", "single 2x3", api::ndInflateRealToComplex},
+        {"splitting", "complex int8 2x3", [](ndArray_tag* a) { a->split_data(true); }},
+        {"splitting real data", "int8 2x3", [](ndArray_tag* a) { a->split_data(true); }},
+    };
+    for (const auto& row : rows) {
+        for (const bool shared : {false, true}) {
+            expect_scenario(row.name + std::string(shared ? ", shared" : ""), [&](fault_run& run) {
+                const array_ptr array = numbered(row.value);
+                const array_ptr sharer = shared ? do_shared_copy(array.get()) : nullptr;
+                if (!shared) array->setCustomDeleter(nullptr);
+                run.operand(array.get());
+                run.act([&] {
+                    const module_mode_scope raising(mode_exceptions);
+                    row.change(array.get());
+                });
+            });
+        }
+    }
+}
+
+TEST_F(SharingFaults, CustomClaims) {
+    fault_options options;
+    options.framed = true;
+    expect_scenario(
+        "claimed copy",
+        [](fault_run& run) {
+            const array_ptr source = numbered("double 2x3x4");
+            api::ndSetReusable(source.get(), true);
+            run.operand(source.get());
+            run.act([&] { return api::ndCreateClaimedDataCopy(source.get()); });
+        },
+        options);
+}
+
+} // namespace
+} // namespace test
