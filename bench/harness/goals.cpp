@@ -32,6 +32,11 @@ constexpr goal goals[] = {
     {"create_fill_64_alive(fresh)", "64of1e6", 1.1},
     {"create_fill_64_alive(kept)", "64of1e6", 1.1},
 
+    {"share_release", "1x1", 1.5},
+    {"share_release", "3x4", 1.5},
+    {"share_release", "1000", 1.5},
+    {"share_release", "1e6", 1.5},
+
     {"create_zero(mode1)", "1x1", 2.2},
     {"create_raw(mode1)", "1x1", 2.2},
     {"create_zero(mode1)", "3x4", 2.2},

@@ -24,6 +24,11 @@ LIMIT_EXPORT limit_array* limit_create_zero(size_t m, size_t n);
 LIMIT_EXPORT limit_array* limit_create_raw(size_t m, size_t n);
 LIMIT_EXPORT void limit_destroy(limit_array* array);
 
+/* freelist-hdr,atomic-count: another header over array's block, whose users are counted; headers from a thread-local free list.
+ * limit_release gives a header back; the block stays with the array that it was made for. */
+LIMIT_EXPORT limit_array* limit_share(limit_array* array);
+LIMIT_EXPORT void limit_release(limit_array* array);
+
 /* shared-library-call: one field is read and compared. */
 LIMIT_EXPORT bool limit_is_double(const limit_array* array);
 

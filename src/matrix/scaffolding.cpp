@@ -139,10 +139,10 @@ void grow_parts(scaffolding& view, const ndArray_tag* array, std::size_t total) 
 void refresh(scaffolding& view, ndArray_tag* array) {
     if (has_shared_data(array)) return join_into(array->pdata, view, array, view.first_size);
     const std::size_t total = byte_total(array);
+    const bool block_fits = view.first_size == total;
+    data_block fresh = block_fits ? nullptr : fresh_block(total);
     grow_parts(view, array, total);
-    if (total != view.first_size && has_block(view.real_data)) {
-        replace_block(array, fresh_block(total).release());
-    }
+    if (!block_fits && has_block(view.real_data)) replace_block(array, fresh.release());
     join_into(array->pdata, view, array, total);
     view.first_size = total;
 }
