@@ -15,6 +15,7 @@
 #include <nd/memory.hpp>
 #include <nd/messages.hpp>
 #include <nd/module.hpp>
+#include <nd/names.hpp>
 #include <nd/protected.hpp>
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
