@@ -54,8 +54,18 @@ function(nd_object_library name)
     endif()
 endfunction()
 
+# Inner loops are built for several instruction sets, one source each, told apart by the end of its name;
+# foundation/core/cpu/instruction_set.hpp tells how one of them is chosen at run time.
+set(ND_OPTIONS_OF_avx2 -mavx2)
+set(ND_OPTIONS_OF_avx512 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mprefer-vector-width=512)
+
 function(_nd_add_objects name property sources include link)
     add_library(${name} OBJECT ${sources})
+    foreach(source IN LISTS sources)
+        if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64" AND source MATCHES "_(avx2|avx512)\\.cpp$")
+            set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${ND_OPTIONS_OF_${CMAKE_MATCH_1}}")
+        endif()
+    endforeach()
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/src/api/include ${include})
     target_compile_options(${name} PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden ${ND_LTO_FLAGS})
     target_link_libraries(${name} PUBLIC ${link} PRIVATE nd_warnings)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <nd/array.hpp>
+#include <nd/create.hpp>
 
 namespace matrix::internal {
 
@@ -42,6 +43,9 @@ bool is_class_by_class_system(const ndArray_tag* array, const char* name);
 
 /// How many elements the range of a colon object has.
 std::size_t count_colon_elements(const ndArray_tag* array);
+
+/// The value of an opaque array in another class, as its own class makes it; null when that can't.
+array_ptr convert_opaque(const ndArray_tag* array, ndClassID target);
 
 /// Calls the hook for a new header of class object.
 void call_object_create_hook(ndArray_tag* array);

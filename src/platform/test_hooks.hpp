@@ -9,6 +9,9 @@
 namespace foundation::core::mem {
 struct aligned_heap;
 }
+namespace foundation::core::cpu {
+enum class instruction_set : std::uint8_t;
+}
 
 namespace foundation::test_hooks {
 
@@ -31,6 +34,11 @@ void reset_diag_terminate() noexcept; // to default and environment
 // all. Null restores the ordinary end.
 using terminate_handler = void (*)(const char* message, const char* file, int line, const char* function);
 terminate_handler set_terminate_handler(terminate_handler handler) noexcept; // returns the one before
+
+// ---- processor
+
+void set_instruction_set(core::cpu::instruction_set set); // std::invalid_argument for one that isn't available
+void reset_instruction_set() noexcept;                    // to the processor's best and the environment
 
 // ---- features
 

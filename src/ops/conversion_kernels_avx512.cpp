@@ -1,0 +1,8 @@
+// The conversion loops for the instruction set that the name of this file tells.
+#include "ops/conversion_kernels.hpp"
+
+namespace matrix::internal {
+
+constinit const conversion_kernels conversion_kernels_avx512 = conversion_kernels_of<instruction_set::avx512>;
+
+} // namespace matrix::internal

@@ -1,0 +1,141 @@
+// A copy of an array in another class. Cases in the order in which they are tried:
+//
+//   same class                  deep copy
+//   struct, object              to cell: the slots shared (struct_to_cell); object to struct: object_to_struct
+//   opaque                      its class answers
+//   no scalars                  none: unknown, cell, void, function handle
+//   logical, char, numeric
+//     to struct and others      when the array has no elements: an empty array of that class
+//     to logical from zeros     a shared copy under another class name, where an element is a byte
+//       and ones
+//     sparse                    sparse_conversion.hpp
+//     full                      a new block and one loop over it
+#include "ops/convert_buffer.hpp"
+#include "ops/imaginary_part.hpp"
+#include "ops/sparse_conversion.hpp"
+#include "ops/struct_to_cell.hpp"
+
+#include "matrix/accessors.hpp"
+#include "matrix/class_hooks.hpp"
+#include "matrix/frame.hpp"
+#include "matrix/header_factory.hpp"
+#include "matrix/numeric_creation.hpp"
+#include "matrix/sharing.hpp"
+
+#include <errors/raise.hpp>
+
+#include <nd/access.hpp>
+#include <nd/convert.hpp>
+#include <nd/messages.hpp>
+
+#include <algorithm>
+
+namespace matrix::internal {
+namespace {
+
+// What a converted copy keeps of the flags: whatever says nothing about class, shape, storage or block.
+constexpr std::uint32_t flags_kept = ~(flags_lost_by_copy | flag_scalar_double | flag_sparse |
+                                       flag_colon_object | flag_numeric | flag_complex | flag_inline_dims);
+
+[[gnu::noinline, gnu::cold, noreturn]] void raise_complex() {
+    errors::raise<TARVEL::legacy_two_part::nologicalcomplex>();
+}
+
+// Blocks of bytes are gathered before they are judged, so that the compiler can use vectors.
+bool are_zeros_and_ones(const std::uint8_t* bytes, std::size_t count) noexcept {
+    constexpr std::size_t block = 4096;
+    while (count != 0) {
+        const std::size_t now = std::min(block, count);
+        std::uint8_t gathered = 0;
+        for (std::size_t i = 0; i < now; ++i) gathered |= bytes[i];
+        if (gathered > 1) return false;
+        bytes += now;
+        count -= now;
+    }
+    return true;
+}
+
+// Private data that may not be shared are copied like everything else.
+bool can_pass_as_logical(const ndArray_tag* array) noexcept {
+    if (stored_element_size(array) != 1) return false;
+    if ((array->flags & (flag_data_private | flag_share_data_private)) == flag_data_private) return false;
+    if ((array->flags & flag_sparse) != 0) return false;
+    return array->pdata == nullptr ||
+           are_zeros_and_ones(static_cast<const std::uint8_t*>(array->pdata), element_count(array));
+}
+
+array_ptr shared_as_logical(const ndArray_tag* array) {
+    array_ptr copy = detail::do_shared_copy(array);
+    detail::noninlined::nd_array_api::ndSetArrayType(copy.get(), ndLOGICAL_CLASS);
+    copy->flags &= ~flag_colon_object;
+    return copy;
+}
+
+// An empty array of any class; of a struct there are no fields either.
+array_ptr empty_of_class(const ndArray_tag* array, ndClassID target) {
+    if (element_count(array) != 0 || !is_class(target)) return nullptr;
+    if (target == ndSTRUCT_CLASS) {
+        return header_factory::make(code_of(target, false), dims_of(array), 0,
+                                    DataInitialization::uninitialized);
+    }
+    return detail::do_create_numeric(dims_of(array), code_of(target, false));
+}
+
+array_ptr convert_elements(const ndArray_tag* array, ndClassID target) {
+    const bool complex = is_complex(array) && target != ndCHAR_CLASS;
+    const NdArrayTypeId code = code_of(target, complex);
+    if (array->pdata == nullptr) {
+        array_ptr copy = header_factory::make(code, dims_of(array), 0, DataInitialization::uninitialized);
+        copy->flags = (copy->flags & ~flag_complex) | (array->flags & flags_kept);
+        return copy;
+    }
+    array_ptr copy = create_numeric(dims_of(array), code, DataInitialization::uninitialized);
+    copy->flags |= array->flags & flags_kept;
+    const std::size_t count = element_count(array);
+    convert_scalars(copy->pdata, target, array->pdata, array->class_id, complex ? 2 * count : count);
+    if (complex && !has_imaginary_part(copy.get())) drop_imaginary_part(copy.get());
+    return copy;
+}
+
+array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target) {
+    if (!has_scalars(target)) return empty_of_class(array, target);
+    if (target == ndLOGICAL_CLASS) {
+        if (is_complex(array)) raise_complex();
+        if (can_pass_as_logical(array)) return shared_as_logical(array);
+    }
+    if (target == ndCHAR_CLASS && array->class_id == ndLOGICAL_CLASS) return nullptr;
+    if ((array->flags & flag_sparse) != 0) return convert_sparse_class(array, target);
+    return convert_elements(array, target);
+}
+
+} // namespace
+} // namespace matrix::internal
+
+namespace matrix {
+
+using namespace internal;
+
+array_ptr create_converted_copy(const ndArray_tag* array, ndClassID classId) {
+    if (array == nullptr) return nullptr;
+    if (array->class_id == classId) return detail::do_deep_copy(array);
+    if (has_scalars(array->class_id)) return convert_scalar_class(array, classId);
+    switch (array->class_id) {
+    case ndSTRUCT_CLASS:
+        return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;
+    case ndOBJECT_CLASS:
+        return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;
+    case ndOPAQUE_CLASS:
+        return convert_opaque(array, classId);
+    default:
+        return nullptr;
+    }
+}
+
+namespace detail::noninlined::nd_array_api {
+
+ndArray_tag* ndCreateConvertedCopy(const ndArray_tag* array, ndClassID classId) {
+    return framed_creator([=] { return create_converted_copy(array, classId); });
+}
+
+} // namespace detail::noninlined::nd_array_api
+} // namespace matrix
