@@ -6,13 +6,11 @@
 //   rules round and truncate           vectors of fixed width, and the scalar rule for what is left; baseline: the scalar rule
 //   everything else                    the scalar rule in a plain loop, which the compiler turns into vectors
 //
-// A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over the instruction set.
+// A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
 #include "ops/conversion_lanes.hpp"
 #include "ops/conversion_rules.hpp"
-
-#include <foundation/core/cpu/instruction_set.hpp>
 
 #include <cstddef>
 
@@ -27,9 +25,25 @@ struct conversion_kernels {
     conversion_kernel loops[scalar_class_count][scalar_class_count];
 };
 
-using foundation::core::cpu::instruction_set;
+// What the loops have to know of an instruction set.
+struct baseline_registers {
+    static constexpr std::size_t bytes = 16;
+    static constexpr bool round_in_vectors = false; // its vectors serve scans for NaN only
+    static constexpr bool convert_64_bit_numbers =
+        false; // between doubles and 64-bit whole numbers, either way
+};
+struct avx2_registers {
+    static constexpr std::size_t bytes = 32;
+    static constexpr bool round_in_vectors = true;
+    static constexpr bool convert_64_bit_numbers = false;
+};
+struct avx512_registers {
+    static constexpr std::size_t bytes = 64;
+    static constexpr bool round_in_vectors = true;
+    static constexpr bool convert_64_bit_numbers = true;
+};
 
-template <instruction_set Set>
+template <class Registers>
 class conversion_loops {
 public:
     template <conversion_rule Rule, class Destination, class Source>
@@ -44,7 +58,7 @@ public:
         } else {
             std::size_t done = 0;
             if constexpr (Rule == conversion_rule::round || Rule == conversion_rule::truncate) {
-                if constexpr (Set != instruction_set::baseline)
+                if constexpr (Registers::round_in_vectors)
                     done = run_lanes<Rule, Destination, Source>(to, from, count);
             }
             for (; done < count; ++done) put(to + done, convert<Rule, Destination>(at(from + done)));
@@ -67,20 +81,14 @@ private:
 
     template <conversion_rule Rule, class Destination, class Source>
     [[gnu::always_inline]] static Destination convert(Source x) noexcept {
-        // Only AVX-512 converts 64-bit numbers in vectors.
         constexpr bool by_halves = std::is_integral_v<Source> && sizeof(Source) == 8 &&
-                                   std::is_same_v<Destination, double> && Set != instruction_set::avx512;
+                                   std::is_same_v<Destination, double> && !Registers::convert_64_bit_numbers;
         if constexpr (by_halves) {
             return number_by_halves(x);
         } else {
             return converted<Rule, Destination>(x);
         }
     }
-
-    // Bytes of a vector register. Vectors of the baseline serve its scans for NaN only.
-    static constexpr std::size_t register_bytes = Set == instruction_set::avx512 ? 64
-                                                  : Set == instruction_set::avx2 ? 32
-                                                                                 : 16;
 
     // How many scalars whole vectors did; the rest is the caller's.
     template <conversion_rule Rule, class Destination, class Source>
@@ -89,7 +97,7 @@ private:
         // Truncation is exact in either precision; rounding to more than 16 bits wants double.
         constexpr bool in_single = std::is_same_v<Source, float> && sizeof(Destination) <= 2;
         using work = std::conditional_t<in_single, float, double>;
-        constexpr std::size_t lanes = register_bytes / sizeof(work);
+        constexpr std::size_t lanes = Registers::bytes / sizeof(work);
         std::size_t done = 0;
         for (; count - done >= lanes; done += lanes) {
             const auto x = lanes::load<Source, lanes>(from + done);
@@ -108,7 +116,7 @@ private:
             lanes::store_narrowed<Destination, Lanes, std::int32_t>(
                 to, lanes::rounded_to_32<Destination, Work, Lanes>(x));
         } else {
-            constexpr bool wide = Set == instruction_set::avx512;
+            constexpr bool wide = Registers::convert_64_bit_numbers;
             lanes::store_narrowed<Destination, Lanes, Destination>(
                 to, lanes::rounded_to_64<Destination, wide, Lanes>(x));
         }
@@ -141,7 +149,7 @@ private:
 
     template <class Source>
     [[gnu::always_inline]] static bool block_has_nan(const Source* from) noexcept {
-        constexpr std::size_t lanes = register_bytes / sizeof(Source);
+        constexpr std::size_t lanes = Registers::bytes / sizeof(Source);
         lanes::vector<lanes::bits_of<Source>, lanes> nan{};
         for (std::size_t i = 0; i < block; i += lanes) {
             const auto x = lanes::load<Source, lanes>(from + i);
@@ -155,7 +163,7 @@ private:
     template <class Source>
     [[gnu::always_inline]] static void test_block(std::uint8_t* __restrict to,
                                                   const Source* __restrict from) noexcept {
-        constexpr std::size_t lanes = register_bytes / sizeof(Source);
+        constexpr std::size_t lanes = Registers::bytes / sizeof(Source);
         for (std::size_t i = 0; i < block; i += lanes) {
             const auto x = lanes::load<Source, lanes>(from + i);
             lanes::store_narrowed<std::uint8_t, lanes, lanes::bits_of<Source>>(to + i, (x != Source(0)) & 1);
@@ -165,17 +173,18 @@ private:
 
 namespace detail {
 
-template <instruction_set Set, std::size_t Row, std::size_t... Column>
+template <class Registers, std::size_t Row, std::size_t... Column>
 constexpr void fill_row(conversion_kernels& kernels, std::index_sequence<Column...>) noexcept {
     ((kernels.loops[Row][Column] =
-          &conversion_loops<Set>::template run<rule_at(Row, Column), scalar_at<Row>, scalar_at<Column>>),
+          &conversion_loops<Registers>::template run<rule_at(Row, Column), scalar_at<Row>,
+                                                     scalar_at<Column>>),
      ...);
 }
 
-template <instruction_set Set, std::size_t... Row>
+template <class Registers, std::size_t... Row>
 constexpr conversion_kernels all_kernels(std::index_sequence<Row...>) noexcept {
     conversion_kernels kernels{};
-    (fill_row<Set, Row>(kernels, std::make_index_sequence<scalar_class_count>()), ...);
+    (fill_row<Registers, Row>(kernels, std::make_index_sequence<scalar_class_count>()), ...);
     return kernels;
 }
 
@@ -187,8 +196,8 @@ extern const conversion_kernels conversion_kernels_avx2;
 extern const conversion_kernels conversion_kernels_avx512;
 
 /// What such a source defines.
-template <instruction_set Set>
+template <class Registers>
 inline constexpr conversion_kernels
-    conversion_kernels_of = detail::all_kernels<Set>(std::make_index_sequence<scalar_class_count>());
+    conversion_kernels_of = detail::all_kernels<Registers>(std::make_index_sequence<scalar_class_count>());
 
 } // namespace matrix::internal

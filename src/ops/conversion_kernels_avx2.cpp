@@ -3,6 +3,6 @@
 
 namespace matrix::internal {
 
-constinit const conversion_kernels conversion_kernels_avx2 = conversion_kernels_of<instruction_set::avx2>;
+constinit const conversion_kernels conversion_kernels_avx2 = conversion_kernels_of<avx2_registers>;
 
 } // namespace matrix::internal

@@ -3,6 +3,6 @@
 
 namespace matrix::internal {
 
-constinit const conversion_kernels conversion_kernels_avx512 = conversion_kernels_of<instruction_set::avx512>;
+constinit const conversion_kernels conversion_kernels_avx512 = conversion_kernels_of<avx512_registers>;
 
 } // namespace matrix::internal

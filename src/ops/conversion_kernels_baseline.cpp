@@ -3,7 +3,6 @@
 
 namespace matrix::internal {
 
-constinit const conversion_kernels conversion_kernels_baseline =
-    conversion_kernels_of<instruction_set::baseline>;
+constinit const conversion_kernels conversion_kernels_baseline = conversion_kernels_of<baseline_registers>;
 
 } // namespace matrix::internal

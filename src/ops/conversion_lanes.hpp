@@ -30,10 +30,10 @@ template <class T, std::size_t Count>
     return x;
 }
 
-/// Every lane the same.
+/// Every lane the same. Subtracting 0 keeps every number as it is; adding it would lose the sign of -0.
 template <class T, std::size_t Count>
 [[gnu::always_inline]] inline vector<T, Count> all(T x) noexcept {
-    return vector<T, Count>{} + x;
+    return x - vector<T, Count>{};
 }
 
 template <class Narrow, std::size_t Count, class Wide, std::size_t... Lane>

@@ -6,6 +6,7 @@
 
 #include <errors/raise.hpp>
 
+#include <foundation/core/cpu/instruction_set.hpp>
 #include <nd/convert.hpp>
 #include <nd/messages.hpp>
 

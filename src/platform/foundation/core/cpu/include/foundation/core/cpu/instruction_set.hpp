@@ -1,12 +1,12 @@
 // Which instructions the inner loops use: the one place that says how a loop is built several times and how one is chosen.
 //
-//   A family of loops (class conversion, say) is a template over instruction_set in a header, <family>_kernels.hpp. It fills one
+//   A family of loops (class conversion, say) is a template over a type that stands for the set, in a header, <family>_kernels.hpp. It fills one
 //   struct of function pointers. Three sources of a few lines, <family>_kernels_baseline.cpp, ..._avx2.cpp and ..._avx512.cpp,
 //   instantiate it. cmake/compile.cmake gives a source its compiler options by the end of its name. A kernel_family holds the three
 //   structs, and get() answers the one to use: a load, a test and a table look-up.
 //
 //   What such a source compiles may run on no processor but those it is for. So everything in a kernel header is a template over
-//   the instruction set or is always inlined, and it includes nothing that leaves functions behind: two copies of an inline
+//   that type or is always inlined, and it includes nothing that leaves functions behind: two copies of an inline
 //   function of the standard library, one of them with AVX2 instructions in it, would be one to the linker.
 //
 // The choice is the best that the processor and the system offer. ND_KERNELS=baseline or ND_KERNELS=avx2 in the environment,
