@@ -4,6 +4,7 @@
  * The process starts as a plain library. Before the first row that belongs inside the engine it becomes an engine, once
  * and for the rest of the report.
  */
+#include "harness/pair_matrix.hpp"
 #include "harness/process.hpp"
 #include "harness/report.hpp"
 #include "harness/runner.hpp"
@@ -37,13 +38,15 @@ private:
     foundation::usm::EngineActivation active_;
 };
 
-// A filter may name a work, or a work and a size: "create_zero 3x4".
+// A filter may name a work, a work and a size ("create_zero 3x4"), or a group of works ("convert").
 bench::row_list chosen_rows(const std::string& filter) {
     const std::regex pattern(filter);
     bench::row_list chosen;
     for (const bench::row& row : bench::all_rows()) {
-        if (std::regex_search(row.work, pattern) || std::regex_search(row.work + ' ' + row.size, pattern))
+        if (std::regex_search(row.work, pattern) || std::regex_search(row.work + ' ' + row.size, pattern) ||
+            (!row.group.empty() && std::regex_search(row.group, pattern))) {
             chosen.push_back(row);
+        }
     }
     return chosen;
 }
@@ -59,14 +62,17 @@ int run(const options& options) {
     bench::line_report lines(rows, options.tab_separated);
     std::optional<bench::json_report> json;
     if (!options.json.empty()) json.emplace(options.json);
+    bench::pair_matrix pairs;
     std::optional<engine> inside;
     lines.print_heading();
     for (const bench::row& row : rows) {
         if (row.conditions.in_engine && !inside) inside.emplace();
         const bench::result result = bench::measure(row);
         lines.print(row, result);
+        pairs.add(row, result);
         if (json) json->add(row, result);
     }
+    if (!options.tab_separated) pairs.print();
     if (json) json->finish();
     std::fprintf(stderr, "%zu of %zu rows above their goal\n", lines.above_goal(), rows.size());
     return 0;

@@ -29,6 +29,7 @@ struct row {
     bench::unit unit = unit::nanoseconds;
     std::size_t repetitions = 0; // 0: as many as make a run long enough
     bench::conditions conditions = {};
+    std::string group = {}; // a filter may name it in place of the work
 };
 
 using row_list = std::vector<row>;

@@ -50,6 +50,16 @@ LIMIT_EXPORT void limit_unmap(void* block, size_t bytes);
 LIMIT_EXPORT limit_array* limit_create_kept(size_t m, size_t n);
 LIMIT_EXPORT void limit_destroy_kept(limit_array* array);
 
+/* avx2, C(-O3,avx2): a new array with count elements converted from source, between two classes by their numbers in nd/types.h;
+ * no function for equal classes. */
+typedef limit_array* (*limit_converter)(const void* source, size_t count);
+typedef struct limit_conversion {
+    limit_converter convert;
+    const char* name;
+} limit_conversion;
+LIMIT_EXPORT limit_conversion limit_conversion_between(int from_class, int to_class);
+LIMIT_EXPORT void limit_destroy_converted(limit_array* array, size_t bytes);
+
 /* The elements of an array of any family. */
 LIMIT_EXPORT void* limit_data(const limit_array* array);
 

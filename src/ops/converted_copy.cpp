@@ -11,7 +11,6 @@
 //     sparse                    sparse_conversion.hpp
 //     full                      a new block and one loop over it
 #include "ops/convert_buffer.hpp"
-#include "ops/imaginary_part.hpp"
 #include "ops/sparse_conversion.hpp"
 #include "ops/struct_to_cell.hpp"
 
@@ -19,6 +18,7 @@
 #include "matrix/class_hooks.hpp"
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
+#include "matrix/imaginary_scan.hpp"
 #include "matrix/numeric_creation.hpp"
 #include "matrix/sharing.hpp"
 
@@ -81,6 +81,15 @@ array_ptr empty_of_class(const ndArray_tag* array, ndClassID target) {
     return detail::do_create_numeric(dims_of(array), code_of(target, false));
 }
 
+// The real parts of a new array's elements move to the front of its block.
+void make_real(ndArray_tag* array, std::size_t count) noexcept {
+    with_element_type(array->class_id, [=]<class Row>(Row) {
+        auto* const parts = static_cast<typename Row::type*>(array->pdata);
+        for (std::size_t i = 0; i < count; ++i) parts[i] = parts[2 * i];
+    });
+    array->flags &= ~flag_complex;
+}
+
 array_ptr convert_elements(const ndArray_tag* array, ndClassID target) {
     const bool complex = is_complex(array) && target != ndCHAR_CLASS;
     const NdArrayTypeId code = code_of(target, complex);
@@ -93,7 +102,7 @@ array_ptr convert_elements(const ndArray_tag* array, ndClassID target) {
     copy->flags |= array->flags & flags_kept;
     const std::size_t count = element_count(array);
     convert_scalars(copy->pdata, target, array->pdata, array->class_id, complex ? 2 * count : count);
-    if (complex && !has_imaginary_part(copy.get())) drop_imaginary_part(copy.get());
+    if (complex && !any_imaginary_part(target, copy->pdata, count)) make_real(copy.get(), count);
     return copy;
 }
 

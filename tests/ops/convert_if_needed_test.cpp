@@ -1,0 +1,147 @@
+// Arrays brought to a class or a storage, by each kind of pointer: the array itself where it is so already.
+#include "matrix/sparse_array.hpp"
+#include "support/arr.hpp"
+#include "support/array_matchers.hpp"
+#include "support/classes.hpp"
+#include "support/fixture.hpp"
+
+#include <foundation/core/except/exception.hpp>
+#include <nd/convert.hpp>
+#include <nd/messages.hpp>
+
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace test {
+namespace {
+
+using matrix::array_ptr;
+using matrix::convert_if_needed;
+using counted_ptr = boost::intrusive_ptr<ndArray_tag>;
+
+template <class Id>
+using error_of = foundation::core::except::Exception<Id, std::exception, void>;
+
+using ConvertIfNeeded = NdTest;
+
+TEST_F(ConvertIfNeeded, AnArrayOfTheClassIsTheResultWithOneOwnerMore) {
+    for_each_class(class_set::all, [](const class_case& c) {
+        if (c.id == ndVOID_CLASS || c.id == ndFUNCTION_CLASS || c.id == ndOPAQUE_CLASS) return;
+        array_ptr array = arr(c.name + " 0x0");
+        const ndArray_tag* const same = array.get();
+        {
+            const counted_ptr plain = convert_if_needed(same, c.id);
+            EXPECT_EQ(plain.get(), same);
+            EXPECT_EQ(array->ref_count, 2U);
+            counted_ptr counted = plain;
+            EXPECT_EQ(convert_if_needed(counted, c.id).get(), same);
+            EXPECT_EQ(array->ref_count, 3U);
+        }
+        EXPECT_EQ(array->ref_count, 1U);
+        const array_ptr owned = convert_if_needed(std::move(array), c.id);
+        EXPECT_EQ(owned.get(), same);
+        EXPECT_EQ(array, nullptr);
+        EXPECT_EQ(owned->ref_count, 1U);
+    });
+}
+
+TEST_F(ConvertIfNeeded, AnotherClassIsANewArrayWithOneOwner) {
+    array_ptr array = arr("double 1x3", {1, 2.5, 300});
+    const array_ptr expected = arr("int8 1x3", {1, 3, 127});
+    const counted_ptr plain = convert_if_needed(array.get(), ndINT8_CLASS);
+    EXPECT_THAT(plain.get(), EqualsArray(expected.get()));
+    EXPECT_EQ(plain->ref_count, 1U);
+    counted_ptr counted(array.get());
+    EXPECT_THAT(convert_if_needed(counted, ndINT8_CLASS).get(), EqualsArray(expected.get()));
+    counted.reset();
+    const ndArray_tag* const source = array.get();
+    EXPECT_THAT(convert_if_needed(std::move(array), ndINT8_CLASS), EqualsArray(expected.get()));
+    EXPECT_EQ(array.get(), source) << "a conversion leaves the pointer its array";
+}
+
+TEST_F(ConvertIfNeeded, NullIsNull) {
+    counted_ptr none;
+    EXPECT_EQ(convert_if_needed(none, ndDOUBLE_CLASS), nullptr);
+    EXPECT_EQ(convert_if_needed(static_cast<const ndArray_tag*>(nullptr), ndDOUBLE_CLASS), nullptr);
+    EXPECT_EQ(convert_if_needed(array_ptr(), ndDOUBLE_CLASS), nullptr);
+}
+
+TEST_F(ConvertIfNeeded, NoConversionIsAnErrorWithBothClasses) {
+    struct row {
+        const char* source;
+        ndClassID target;
+        const char* from;
+        const char* to;
+    };
+    const row rows[] = {
+        {"struct 1x1", ndCELL_CLASS, "struct", "cell"},
+        {"struct 0x0", ndDOUBLE_CLASS, "struct", "double"},
+        {"cell 1x1", ndDOUBLE_CLASS, "cell", "double"},
+        {"cell 0x0", ndSTRUCT_CLASS, "cell", "struct"},
+        {"unknown 0x0", ndDOUBLE_CLASS, "unknown", "double"},
+        {"double 1x1", ndCELL_CLASS, "double", "cell"},
+        {"double 1x1", ndSTRUCT_CLASS, "double", "struct"},
+        {"double 1x1", ndFUNCTION_CLASS, "double", "function_handle"},
+        {"logical 1x1", ndCHAR_CLASS, "logical", "char"},
+        {"int8 1x1", static_cast<ndClassID>(99), "int8", "unknown"},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(std::string(r.source) + " to " + r.to);
+        array_ptr array = arr(r.source);
+        const ndArray_tag* const source = array.get();
+        try {
+            convert_if_needed(source, r.target);
+            ADD_FAILURE() << "nothing was raised";
+        } catch (const error_of<TARVEL::legacy_two_part::invalidConversion>& error) {
+            const TARVEL::legacy_two_part::invalidConversion wanted(r.from, r.to);
+            EXPECT_EQ(std::string(error.what()),
+                      std::string(error_of<TARVEL::legacy_two_part::invalidConversion>(wanted).what()));
+        }
+        EXPECT_ANY_THROW(convert_if_needed(std::move(array), r.target));
+        EXPECT_EQ(array.get(), source) << "the pointer keeps its array";
+    }
+}
+
+TEST_F(ConvertIfNeeded, ComplexValuesAreNeitherLogicalNorText) {
+    const array_ptr complex = arr("complex double 1x1", {{1, 2}});
+    EXPECT_THROW(convert_if_needed(complex.get(), ndLOGICAL_CLASS),
+                 error_of<TARVEL::legacy_two_part::nologicalcomplex>);
+    EXPECT_THROW(convert_if_needed(complex.get(), ndCHAR_CLASS),
+                 error_of<TARVEL::legacy_two_part::noConversionComplexToChar>);
+}
+
+// ---- storage
+
+TEST_F(ConvertIfNeeded, AFullArrayIsFull) {
+    array_ptr array = arr("double 1x2", {1, 0});
+    const ndArray_tag* const source = array.get();
+    {
+        counted_ptr counted(array.get());
+        const counted_ptr full = matrix::convert_to_full_if_needed(counted);
+        EXPECT_EQ(full.get(), source);
+        EXPECT_EQ(matrix::convert_to_full_if_needed(source).get(), source);
+        EXPECT_EQ(array->ref_count, 3U);
+    }
+    EXPECT_EQ(array->ref_count, 1U);
+    const array_ptr result = matrix::convert_to_full_if_needed(std::move(array));
+    EXPECT_EQ(result.get(), source);
+    EXPECT_EQ(matrix::convert_to_full_if_needed(array_ptr()), nullptr);
+}
+
+TEST_F(ConvertIfNeeded, ASparseArrayIsSparse) {
+    array_ptr array = sparse_3x2();
+    const ndArray_tag* const source = array.get();
+    {
+        counted_ptr counted(array.get());
+        EXPECT_EQ(matrix::convert_to_sparse_if_needed(counted).get(), source);
+        EXPECT_EQ(matrix::convert_to_sparse_if_needed(source).get(), source);
+    }
+    EXPECT_EQ(array->ref_count, 1U);
+    const array_ptr result = matrix::convert_to_sparse_if_needed(std::move(array));
+    EXPECT_EQ(result.get(), source);
+    EXPECT_EQ(matrix::convert_to_sparse_if_needed(array_ptr()), nullptr);
+}
+
+} // namespace
+} // namespace test

@@ -1,12 +1,9 @@
-// The scan for imaginary parts and the move of the real ones, once for each element type.
-#include "ops/imaginary_part.hpp"
+// The scan for imaginary parts, once for each element type.
+#include "matrix/imaginary_scan.hpp"
 
 #include "matrix/class_table.hpp"
-#include "matrix/dimensions.hpp"
 
 #include <numcore/query.hpp>
-
-#include <complex>
 
 namespace matrix::internal {
 namespace {
@@ -39,22 +36,12 @@ bool scan(const element<T>* first, std::size_t count) {
 
 } // namespace
 
-bool has_imaginary_part(const ndArray_tag* array) {
+bool any_imaginary_part(std::int32_t class_id, const void* elements, std::size_t count) {
     bool found = false;
-    with_element_type(array->class_id, [&]<class Row>(Row) {
-        using T = typename Row::type;
-        found = scan(static_cast<const element<T>*>(array->pdata), element_count(array));
+    with_element_type(class_id, [&]<class Row>(Row) {
+        found = scan(static_cast<const element<typename Row::type>*>(elements), count);
     });
     return found;
-}
-
-void drop_imaginary_part(ndArray_tag* array) noexcept {
-    with_element_type(array->class_id, [&]<class Row>(Row) {
-        auto* const parts = static_cast<typename Row::type*>(array->pdata);
-        const std::size_t count = array->pdata == nullptr ? 0 : element_count(array);
-        for (std::size_t i = 0; i < count; ++i) parts[i] = parts[2 * i];
-    });
-    array->flags &= ~flag_complex;
 }
 
 } // namespace matrix::internal
