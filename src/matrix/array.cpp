@@ -19,11 +19,6 @@ struct header_block_deleter {
 };
 using header_block = std::unique_ptr<void, header_block_deleter>;
 
-struct data_deleter {
-    void operator()(void* block) const noexcept { free_data(block); }
-};
-using data_block = std::unique_ptr<void, data_deleter>;
-
 } // namespace
 
 void* allocate_data(std::size_t bytes, DataInitialization init) {

@@ -3,6 +3,8 @@
 #include "matrix/dimensions.hpp"
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
+#include "matrix/imaginary_scan.hpp"
+#include "matrix/interleave_kernels.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/unshare.hpp"
@@ -11,15 +13,8 @@
 #include <nd/share.hpp>
 #include <nd/typed.hpp>
 
-#include <memory>
-
 namespace matrix::internal {
 namespace {
-
-struct data_deleter {
-    void operator()(void* block) const noexcept { free_data(block); }
-};
-using data_block = std::unique_ptr<void, data_deleter>;
 
 bool is_sparse(const ndArray_tag* array) noexcept { return (array->flags & flag_sparse) != 0; }
 
@@ -34,10 +29,7 @@ std::size_t live_count(const ndArray_tag* array) noexcept {
 void deflate(ndArray_tag* array) {
     array->interleave_data();
     unshare(array);
-    with_element_type(array->class_id, [&]<class Row>(Row) {
-        auto* const parts = static_cast<typename Row::type*>(array->pdata);
-        for (std::size_t i = 0, count = live_count(array); i < count; ++i) parts[i] = parts[2 * i];
-    });
+    keep_real_parts(array->class_id, array->pdata, live_count(array));
     array->flags &= ~flag_complex;
 }
 
@@ -71,13 +63,7 @@ void inflate(ndArray_tag* array) {
 
 bool has_imaginary_part(const ndArray_tag* array) {
     bring_data_up_to_date(array);
-    bool found = false;
-    with_element_type(array->class_id, [&]<class Row>(Row) {
-        const auto* const parts = static_cast<const typename Row::type*>(array->pdata);
-        for (std::size_t i = 0, count = live_count(array); i < count && !found; ++i)
-            found = parts[2 * i + 1] != 0;
-    });
-    return found;
+    return any_imaginary_part(array->class_id, array->pdata, live_count(array));
 }
 
 bool may_lose_imaginary_part(const ndArray_tag* array) noexcept {

@@ -9,6 +9,8 @@
 
 #include <nd/create.hpp>
 
+#include <memory>
+
 namespace matrix::internal {
 
 class header_factory {
@@ -61,5 +63,11 @@ void* allocate_data(std::size_t bytes, DataInitialization init);
 
 /// Gives a block of allocate_data back; null is ignored.
 void free_data(void* block) noexcept;
+
+struct data_deleter {
+    void operator()(void* block) const noexcept { free_data(block); }
+};
+/// Owns a block of allocate_data that no header has yet.
+using data_block = std::unique_ptr<void, data_deleter>;
 
 } // namespace matrix::internal

@@ -1,4 +1,4 @@
-// Loops between interleaved elements and separate parts, by the width of a part.
+// Loops between interleaved elements and their parts, by the width of a part.
 #pragma once
 
 #include "matrix/class_table.hpp"
@@ -34,6 +34,14 @@ inline void interleave(std::int32_t class_id, const void* real, const void* imag
             to[2 * i] = re[i];
             to[2 * i + 1] = im[i];
         }
+    });
+}
+
+/// The real parts of count interleaved elements move to the front of their block.
+inline void keep_real_parts(std::int32_t class_id, void* elements, std::size_t count) noexcept {
+    with_element_type(class_id, [&]<class Row>(Row) {
+        auto* const parts = static_cast<typename Row::type*>(elements);
+        for (std::size_t i = 0; i < count; ++i) parts[i] = parts[2 * i];
     });
 }
 

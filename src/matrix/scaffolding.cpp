@@ -27,11 +27,6 @@ namespace {
 
 bool has_block(const void* part) noexcept { return part != nullptr && part != scaffolding_without_data(); }
 
-struct data_deleter {
-    void operator()(void* block) const noexcept { free_data(block); }
-};
-using data_block = std::unique_ptr<void, data_deleter>;
-
 struct view_deleter {
     void operator()(scaffolding* view) const noexcept { delete_scaffolding(view); }
 };

@@ -10,15 +10,10 @@
 #include <foundation/core/diag/diag.hpp>
 
 #include <algorithm>
-#include <memory>
 #include <new>
 
 namespace matrix::internal {
 namespace {
-
-struct record_deleter {
-    void operator()(::share_record* record) const noexcept { delete_share_record(record); }
-};
 
 bool is_listed(::share_record* record, const ndArray_tag* array) noexcept {
     const record_lock lock(record);
@@ -74,7 +69,7 @@ void delete_share_record(::share_record* record) noexcept {
 
 ::share_record* ensure_share_record(ndArray_tag* array) {
     if (array->share_record == nullptr) {
-        std::unique_ptr<::share_record, record_deleter> record(make_share_record());
+        share_record_ptr record(make_share_record());
         if (is_single_threaded(array)) add_sharer(record.get(), array);
         array->share_record = record.release();
     }

@@ -12,6 +12,8 @@
 #include <nd/array.hpp>
 #include <nd/create.hpp>
 
+#include <memory>
+
 namespace matrix::internal {
 
 /// The array's record, made with count 1 if missing; a single-threaded array then stands on its list. Raises std::bad_alloc;
@@ -50,6 +52,11 @@ void free_share_record(ndArray_tag* array) noexcept;
 /// A record that no array has yet, owned by whoever holds the pointer. Raises std::bad_alloc.
 ::share_record* make_share_record();
 void delete_share_record(::share_record* record) noexcept;
+
+struct share_record_deleter {
+    void operator()(::share_record* record) const noexcept { delete_share_record(record); }
+};
+using share_record_ptr = std::unique_ptr<::share_record, share_record_deleter>;
 
 /// The deleter of a block that is borrowed: it does nothing. Whoever carries it doesn't own the elements either.
 void keep_borrowed_block(void* block) noexcept;

@@ -12,7 +12,6 @@
 #include "matrix/unshare_seam.hpp"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 #include <utility>
 
@@ -21,10 +20,6 @@ namespace {
 
 constexpr const char* race_on_single_threaded_data = "Attempt to share single-threaded data across threads";
 constexpr std::uint32_t flags_of_private_blocks = flag_data_private | flag_share_data_private;
-
-struct record_deleter {
-    void operator()(::share_record* record) const noexcept { delete_share_record(record); }
-};
 
 std::size_t items_in_block(const ndArray_tag* array) noexcept {
     if ((array->flags & flag_sparse) != 0) return array->info_c;
@@ -59,7 +54,7 @@ struct preparation {
     }
 
     data_copy data;
-    std::unique_ptr<::share_record, record_deleter> own_record; ///< null when nothing goes with the block
+    share_record_ptr own_record; ///< null when nothing goes with the block
 };
 
 void remove_from(sharer_list& list, const ndArray_tag* array) noexcept {

@@ -19,7 +19,9 @@
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/imaginary_scan.hpp"
+#include "matrix/interleave_kernels.hpp"
 #include "matrix/numeric_creation.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 
 #include <errors/raise.hpp>
@@ -55,10 +57,11 @@ bool are_zeros_and_ones(const std::uint8_t* bytes, std::size_t count) noexcept {
     return true;
 }
 
-// Private data that may not be shared are copied like everything else.
+// Private data that may not be shared are copied like everything else, and so are data with a separate view: that belongs to
+// numbers.
 bool can_pass_as_logical(const ndArray_tag* array) noexcept {
     if (stored_element_size(array) != 1) return false;
-    if ((array->flags & (flag_data_private | flag_share_data_private)) == flag_data_private) return false;
+    if (has_unshareable_data(array) || view_of(array) != nullptr) return false;
     if ((array->flags & flag_sparse) != 0) return false;
     return array->pdata == nullptr ||
            are_zeros_and_ones(static_cast<const std::uint8_t*>(array->pdata), element_count(array));
@@ -81,15 +84,6 @@ array_ptr empty_of_class(const ndArray_tag* array, ndClassID target) {
     return detail::do_create_numeric(dims_of(array), code_of(target, false));
 }
 
-// The real parts of a new array's elements move to the front of its block.
-void make_real(ndArray_tag* array, std::size_t count) noexcept {
-    with_element_type(array->class_id, [=]<class Row>(Row) {
-        auto* const parts = static_cast<typename Row::type*>(array->pdata);
-        for (std::size_t i = 0; i < count; ++i) parts[i] = parts[2 * i];
-    });
-    array->flags &= ~flag_complex;
-}
-
 array_ptr convert_elements(const ndArray_tag* array, ndClassID target) {
     const bool complex = is_complex(array) && target != ndCHAR_CLASS;
     const NdArrayTypeId code = code_of(target, complex);
@@ -102,12 +96,16 @@ array_ptr convert_elements(const ndArray_tag* array, ndClassID target) {
     copy->flags |= array->flags & flags_kept;
     const std::size_t count = element_count(array);
     convert_scalars(copy->pdata, target, array->pdata, array->class_id, complex ? 2 * count : count);
-    if (complex && !any_imaginary_part(target, copy->pdata, count)) make_real(copy.get(), count);
+    if (complex && !any_imaginary_part(target, copy->pdata, count)) {
+        keep_real_parts(target, copy->pdata, count);
+        copy->flags &= ~flag_complex;
+    }
     return copy;
 }
 
 array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target) {
     if (!has_scalars(target)) return empty_of_class(array, target);
+    bring_data_up_to_date(array);
     if (target == ndLOGICAL_CLASS) {
         if (is_complex(array)) raise_complex();
         if (can_pass_as_logical(array)) return shared_as_logical(array);

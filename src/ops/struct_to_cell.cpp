@@ -24,7 +24,7 @@ array_ptr cell_without_slots(const ndArray_tag* source) {
 array_ptr struct_to_cell(const ndArray_tag* source) {
     array_ptr cell = cell_without_slots(source);
     if (source->pdata == nullptr || slot_count(source) == 0) return cell;
-    if ((source->flags & (flag_data_private | flag_share_data_private)) == flag_data_private) {
+    if (has_unshareable_data(source)) {
         const array_ptr copy = detail::do_deep_copy(source);
         cell->pdata = std::exchange(copy->pdata, nullptr);
         return cell;

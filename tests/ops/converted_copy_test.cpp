@@ -1,4 +1,5 @@
 // Converted copies: which conversions exist, what the new array shares and keeps, and how errors come out.
+#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
@@ -12,6 +13,7 @@
 #include <nd/access.hpp>
 #include <nd/cache.hpp>
 #include <nd/convert.hpp>
+#include <nd/interleaved.hpp>
 #include <nd/messages.hpp>
 #include <nd/sizes.hpp>
 
@@ -182,6 +184,22 @@ TEST_F(ConvertedCopy, DoesNotShareWhatIsPrivate) {
     EXPECT_NE(copy->pdata, own);
     source->pdata = block;
     source->flags = flags;
+}
+
+TEST_F(ConvertedCopy, HasTheValuesOfASplitArray) {
+    const array_ptr source = arr("complex double 1x2", {{1, 10}, {2, 20}});
+    source->split_data(false);
+    static_cast<double*>(source->get_scData()->imag_data)[1] = 7;
+    EXPECT_THAT(create_converted_copy(source.get(), ndINT8_CLASS),
+                EqualsArray(arr("complex int8 1x2", {{1, 10}, {2, 7}})));
+    EXPECT_FALSE(matrix::detail::isIC(source.get())) << "a conversion leaves it split";
+
+    const array_ptr bytes = arr("uint8 1x2", {0, 2});
+    bytes->split_data(true);
+    static_cast<std::uint8_t*>(bytes->get_scData()->real_data)[1] = 1;
+    const array_ptr copy = create_converted_copy(bytes.get(), ndLOGICAL_CLASS);
+    EXPECT_THAT(copy, EqualsArray(arr("logical 1x2", {0, 1})));
+    EXPECT_NE(copy->pdata, bytes->pdata) << "writing to a part would change a logical array";
 }
 
 TEST_F(ConvertedCopy, OfNanOrComplexToLogicalRaises) {
