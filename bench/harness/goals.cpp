@@ -51,6 +51,11 @@ constexpr goal goals[] = {
     {"create_zero_resident", "1e6", 1.5},
     {"create_raw_resident", "1e6", 1.5},
 
+    {"field_by_string", "10", 1.25},
+    {"field_by_interned_pointer", "10", 1.5},
+    {"field_by_string", "200", 2},
+    {"field_by_interned_pointer", "200", 1.5},
+
     {"alive_bytes", "3x4", 320 / bytes_of_3x4},
     {"alive_bytes(mode1)", "3x4", 320 / bytes_of_3x4},
 };

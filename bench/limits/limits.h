@@ -60,6 +60,14 @@ typedef struct limit_conversion {
 LIMIT_EXPORT limit_conversion limit_conversion_between(int from_class, int to_class);
 LIMIT_EXPORT void limit_destroy_converted(limit_array* array, size_t bytes);
 
+/* open-hash: the values of one record by name. The names stay the caller's; by_pointer wants the very pointers. Null for a
+ * name that isn't there. */
+typedef struct limit_fields limit_fields;
+LIMIT_EXPORT limit_fields* limit_create_fields(const char* const* names, void* const* values, size_t count);
+LIMIT_EXPORT void limit_destroy_fields(limit_fields* fields);
+LIMIT_EXPORT void* limit_field_by_text(const limit_fields* fields, const char* name);
+LIMIT_EXPORT void* limit_field_by_pointer(const limit_fields* fields, const char* name);
+
 /* The elements of an array of any family. */
 LIMIT_EXPORT void* limit_data(const limit_array* array);
 

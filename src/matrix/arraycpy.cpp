@@ -8,6 +8,7 @@
 #include "matrix/containers.hpp"
 #include "matrix/data_copy.hpp"
 #include "matrix/dimensions.hpp"
+#include "matrix/field_names.hpp"
 #include "matrix/gc_list.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/root_record.hpp"
@@ -26,7 +27,8 @@ bool is_indexing_opaque(const ndArray_tag* array) noexcept {
     return (array->flags & flag_indexing_opaque) != 0;
 }
 
-// The header without a word to anybody about its data.
+// The header without a word to anybody about its data. Until its hook is called an object is a struct: what ends before has
+// nobody to tell.
 array_ptr copy_form(const ndArray_tag* source) {
     complete_dimensions_if_opaque(source);
     array_ptr copy = header_factory::make_blank();
@@ -38,7 +40,7 @@ array_ptr copy_form(const ndArray_tag* source) {
     } else {
         prepared_dims(dims_of(source)).commit_to_new(copy.get());
     }
-    copy->class_id = source->class_id;
+    copy->class_id = source->class_id == ndOBJECT_CLASS ? std::int32_t{ndSTRUCT_CLASS} : source->class_id;
     copy->flags = flags;
     return copy;
 }
@@ -59,6 +61,11 @@ array_ptr copy_form_and_words(const ndArray_tag* source) {
     array_ptr copy = copy_form(source);
     if (can_hold_references(source->class_id)) copy_class_words(source, copy.get());
     return copy;
+}
+
+void become_object(ndArray_tag* copy) {
+    copy->class_id = ndOBJECT_CLASS;
+    call_object_create_hook(copy);
 }
 
 // A pair of the source's bin and one copy of the whole block; what a copied header keeps is the same either way.
@@ -89,8 +96,21 @@ void put_same_data(const ndArray_tag* source, ndArray_tag* copy) noexcept {
 array_ptr copy_header(const ndArray_tag* source) {
     array_ptr copy = copy_form_and_words(source);
     if (is_indexing_opaque(source) && source->pdata != nullptr) retain_opaque_payload(source);
-    if (copy->class_id == ndOBJECT_CLASS) call_object_create_hook(copy.get());
+    if (source->class_id == ndOBJECT_CLASS) become_object(copy.get());
     return copy;
+}
+
+void share_block(const ndArray_tag* source, ndArray_tag* copy) {
+    const bool joins = source->pdata != nullptr && !is_indexing_opaque(source);
+    // Sharing is the source's affair as well: its record and hint change, its value doesn't.
+    auto* const other = const_cast<ndArray_tag*>(source);
+    if (can_hold_references(source->class_id)) make_shared_roots(other, copy, joins);
+    if (!joins) return;
+    share_data_to(other, copy);
+    // Only a header that has joined may hold the blocks: one that fails before frees what it holds.
+    put_same_data(source, copy);
+    copy->flags |= source->flags & (flag_cached_header | flag_bin_mask);
+    if (copy->root_record != nullptr) join_root_ring(other, copy);
 }
 
 array_ptr share(const ndArray_tag* source, ndVariableScope scope) {
@@ -98,17 +118,13 @@ array_ptr share(const ndArray_tag* source, ndVariableScope scope) {
     if (is_indexing_opaque(source))
         copy->pdata = source->pdata; // its class counts the payload, no record does
     if (scope != ndLOCAL_SCOPE) set_scope(copy.get(), scope);
-    const bool joins = source->pdata != nullptr && !is_indexing_opaque(source);
-    // Sharing is the source's affair as well: its record and hint change, its value doesn't.
-    auto* const other = const_cast<ndArray_tag*>(source);
-    if (can_hold_references(source->class_id)) make_shared_roots(other, copy.get(), joins);
-    if (!joins) return copy;
-    share_data_to(other, copy.get());
-    // Only a header that has joined may hold the blocks: one that fails before frees what it holds.
-    put_same_data(source, copy.get());
-    copy->flags |= source->flags & (flag_cached_header | flag_bin_mask);
-    if (copy->root_record != nullptr) join_root_ring(other, copy.get());
+    share_block(source, copy.get());
     return copy;
+}
+
+array_ptr share_or_copy(const ndArray_tag* source) {
+    return has_unshareable_data(source) ? matrix::detail::do_deep_copy(source)
+                                        : matrix::detail::do_shared_copy(source);
 }
 
 array_ptr shallow_copy(const ndArray_tag* source) {
@@ -184,7 +200,7 @@ array_ptr create_empty_copy(const ndArray_tag* source) {
         copy->info_b = std::bit_cast<std::uint64_t>(allocate_data(sizeof(std::size_t), zeroed));
         copy->info_c = 1;
     }
-    if (copy->class_id == ndOBJECT_CLASS) call_object_create_hook(copy.get());
+    if (source->class_id == ndOBJECT_CLASS) become_object(copy.get());
     return copy;
 }
 

@@ -15,6 +15,13 @@ array_ptr copy_header(const ndArray_tag* source);
 /// isn't null and its data may be shared. Raises std::bad_alloc and what the array list raises; source is then unchanged.
 array_ptr share(const ndArray_tag* source, ndVariableScope scope);
 
+/// Makes a header without data the sharer of source's data, if it has any that a record counts. The header's class is source's
+/// or lays them out alike. Raises std::bad_alloc; source is then unchanged and the header still without data.
+void share_block(const ndArray_tag* source, ndArray_tag* copy);
+
+/// A shared copy where sharing is allowed, a deep one of data that are private to the source. Raises std::bad_alloc.
+array_ptr share_or_copy(const ndArray_tag* source);
+
 /// A container with slots of its own over shared elements. Raises std::bad_alloc.
 array_ptr shallow_copy(const ndArray_tag* source);
 

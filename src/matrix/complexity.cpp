@@ -5,6 +5,7 @@
 #include "matrix/header_factory.hpp"
 #include "matrix/imaginary_scan.hpp"
 #include "matrix/interleave_kernels.hpp"
+#include "matrix/own_block.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/unshare.hpp"

@@ -4,10 +4,10 @@
 // private data or a custom deleter it doesn't, and stays the caller's or the deleter's.
 #include "matrix/accessors.hpp"
 #include "matrix/class_table.hpp"
-#include "matrix/destroy.hpp"
 #include "matrix/flag_words.hpp"
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
+#include "matrix/own_block.hpp"
 #include "matrix/sharing.hpp"
 
 #include <errors/raise.hpp>
@@ -95,14 +95,8 @@ namespace {
 void release_block(ndArray_tag* array) noexcept {
     using namespace matrix::internal;
     if (!release_data_for_destroy(array)) return;
-    void (*const deleter)(void*) = array->hasCustomDeleter() ? array->share_record->deleter : nullptr;
-    array->nullCustomDeleter(); // it was for the old block
-    if (has_flag(array, matrix::flags_data_not_owned)) return;
-    if (deleter != nullptr) {
-        call_custom_deleter(deleter, array->pdata);
-    } else {
-        matrix::detail::noninlined::nd_array_api::ndFree(array->pdata);
-    }
+    if (!has_flag(array, matrix::flags_data_not_owned)) removeFromAllocList(array->pdata);
+    release_own_block(array);
 }
 
 } // namespace

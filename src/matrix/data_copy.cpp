@@ -7,6 +7,7 @@
 #include "matrix/containers.hpp"
 #include "matrix/function_records.hpp"
 #include "matrix/header_factory.hpp"
+#include "matrix/own_block.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
@@ -118,11 +119,6 @@ constexpr auto copydatafcn = [] {
     return table;
 }();
 
-array_ptr shared_element(const ndArray_tag* element) {
-    // What belongs to one header alone can't be shared, but it can be copied.
-    return has_unshareable_data(element) ? detail::do_deep_copy(element) : detail::do_shared_copy(element);
-}
-
 } // namespace
 
 data_copy::~data_copy() {
@@ -167,7 +163,7 @@ data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holde
             slots[i] = element;
             continue;
         }
-        array_ptr shared = shared_element(element);
+        array_ptr shared = share_or_copy(element);
         shared->scope = ndMEMBER_SCOPE;
         add_root_container(shared.get(), holder);
         slots[i] = shared.release();
@@ -177,8 +173,7 @@ data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holde
 
 void put_data(ndArray_tag* array, const data_blocks& blocks) noexcept {
     array->pdata = blocks.pdata;
-    array->flags &= ~(flag_cached_header | flag_bin_mask | flag_capacity_tracked | flag_data_private |
-                      flag_share_data_private);
+    array->flags &= ~flags_of_block;
     if ((array->flags & flag_sparse) != 0) {
         array->info_a = blocks.rows;
         array->info_b = blocks.starts;

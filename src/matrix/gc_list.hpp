@@ -8,6 +8,9 @@ namespace matrix::internal {
 /// Enters an array whose class can hold references. Without the collection feature nothing is entered.
 void add_to_gc_list(ndArray_tag* array);
 
+/// Tells the list that a container holds a value now.
+void note_link_on_gc_list(ndArray_tag* container, ndArray_tag* value);
+
 /// Takes an array off that carries flag_on_collection_list.
 void take_off_gc_list(ndArray_tag* array) noexcept;
 

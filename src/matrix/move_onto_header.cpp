@@ -64,7 +64,7 @@ void ndMoveArrayOntoHeader(ndArray_tag* dest, ndArray_tag* src) {
     framed([&] {
         if (header_owners(src) >= 2) {
             bring_data_up_to_date(src);
-            value = has_unshareable_data(src) ? do_deep_copy(src) : do_shared_copy(src);
+            value = share_or_copy(src);
         }
         move_value(dest, value.get());
         return true;

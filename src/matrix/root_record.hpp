@@ -8,6 +8,24 @@ namespace matrix::internal {
 /// Follows a change of scope: a record knows whether its array is a member or property.
 void update_root_for_scope(ndArray_tag* array);
 
+/// Hangs the record of an element from that of the container which holds it. Raises std::bad_alloc; nothing has changed then.
+void add_root_container(ndArray_tag* element, const ndArray_tag* container);
+
+/// Lets the record of an array that leaves its container hang from nothing.
+void unroot_array(ndArray_tag* array) noexcept;
+
+/// Whether an array's record hangs from the container's already.
+bool is_rooted_in(const ndArray_tag* array, const ndArray_tag* container) noexcept;
+
+/// Whether an array may be part of a reference cycle: its record knows; without one a function handle may.
+bool has_cycle_detection_contents(const ndArray_tag* array) noexcept;
+
+/// Whether what is put into a container counts as referenced from inside.
+bool should_contain_internal_reference(const ndArray_tag* container) noexcept;
+
+/// The mark of the older object system in an array's record.
+bool is_referenced_by_old_system(const ndArray_tag* array) noexcept;
+
 /// Detaches the record from a dying array and drops the array's hold on it.
 void release_root_record(ndArray_tag* array) noexcept;
 
@@ -23,9 +41,6 @@ void leave_root_ring(ndArray_tag* array) noexcept;
 
 /// Whether the record can simply be cut from its ring: nothing below the array depends on it.
 bool can_leave_root_ring(const ndArray_tag* array) noexcept;
-
-/// Makes the element's record hang from the container's. Raises std::bad_alloc.
-void add_root_container(ndArray_tag* element, const ndArray_tag* container);
 
 /// A copy takes the place of an array: what was related to the array's record is related to the copy's.
 void move_root_relations(ndArray_tag* array, ndArray_tag* copy) noexcept;

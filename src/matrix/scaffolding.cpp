@@ -3,10 +3,10 @@
 
 #include "matrix/accessors.hpp"
 #include "matrix/containers.hpp"
-#include "matrix/destroy.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/interleave_kernels.hpp"
+#include "matrix/own_block.hpp"
 #include "matrix/share_record.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/size_check.hpp"
@@ -191,22 +191,6 @@ void update_interleaved(ndArray_tag* array) {
     if (view == nullptr || !view->is_split) return;
     refresh(*view, array);
     view->second_size = 0;
-}
-
-void replace_block(ndArray_tag* array, void* block) noexcept {
-    void* const old = array->pdata;
-    void (*const deleter)(void*) = array->hasCustomDeleter() ? array->share_record->deleter : nullptr;
-    const bool owned = (array->flags & flags_data_not_owned) == 0;
-    array->nullCustomDeleter();
-    array->pdata = block;
-    array->flags &= ~(flag_cached_header | flag_bin_mask | flag_capacity_tracked | flag_data_private |
-                      flag_share_data_private);
-    if (!owned) return;
-    if (deleter != nullptr) {
-        call_custom_deleter(deleter, old);
-    } else {
-        free_data(old);
-    }
 }
 
 } // namespace matrix::internal

@@ -45,8 +45,4 @@ inline void bring_data_up_to_date(const ndArray_tag* array) {
     if (view != nullptr && view->is_split) update_interleaved(const_cast<ndArray_tag*>(array));
 }
 
-/// Puts a block of the library's heap in the place of pdata, whose data nobody else uses. The old block goes to its deleter or the
-/// heap, or is left alone when it is private; the marks of the old block go.
-void replace_block(ndArray_tag* array, void* block) noexcept;
-
 } // namespace matrix::internal

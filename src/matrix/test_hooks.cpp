@@ -4,9 +4,12 @@
 #include "matrix/module_state.hpp"
 #include "matrix/unshare_seam.hpp"
 
+#include <atomic>
+
 namespace matrix::internal {
 
 header_slots& mutable_header_slots() noexcept;
+extern std::atomic<bool> containers_count_internal_references;
 
 namespace test_hooks {
 
@@ -22,6 +25,8 @@ void set_module_mode(int mode) noexcept {
 }
 
 void set_unshare_seam(void (*seam)()) noexcept { between_copy_and_leave.store(seam); }
+
+void set_internal_references(bool counted) noexcept { containers_count_internal_references.store(counted); }
 
 } // namespace test_hooks
 } // namespace matrix::internal

@@ -15,4 +15,7 @@ void set_module_mode(int mode) noexcept;
 /// nothing.
 void set_unshare_seam(void (*seam)()) noexcept;
 
+/// What should_contain_internal_reference() answers for every container.
+void set_internal_references(bool counted) noexcept;
+
 } // namespace matrix::internal::test_hooks

@@ -46,6 +46,7 @@ private:
     const char* enter(const ndArray_tag* array) {
         if (const char* broken = broken_header_rule(array)) return broken;
         if ((array->flags & flag_sparse) != 0) return broken_sparse_rule(array);
+        if (const char* broken = broken_name_rule(array)) return broken;
         const std::size_t slots = readable_slots(array);
         if (slots == 0 || !seen_.insert(array).second) return nullptr;
         path_.push_back({array, 0, slots});
@@ -65,8 +66,8 @@ private:
         if (!is_struct_like(at.container->class_id)) return "cell element " + std::to_string(slot);
         const std::size_t fields = field_count(at.container);
         const char* name = class_rows[static_cast<std::size_t>(at.container->class_id)].name;
-        return std::string(name) + " element " + std::to_string(slot / fields) + " field " +
-               std::to_string(slot % fields);
+        return std::string(name) + " element " + std::to_string(slot / fields) + " field \"" +
+               names_of(at.container)->names()[slot % fields] + "\"";
     }
 
     // The slots that lead to the broken array; of a long way the first and last few.

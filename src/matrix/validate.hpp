@@ -6,7 +6,7 @@
 // is called valid, on an explicit stack: any depth is fine on a small stack, and a container met twice is entered once.
 //
 //   cheap   this header alone; time grows with the number of dimensions only
-//   full    also sparse index vectors and everything in the slots of containers
+//   full    also sparse index vectors, field-name sets and everything in the slots of containers
 //
 // The array isn't changed and no reference is taken. The thread that calls owns the header, so a free spin lock is expected.
 #pragma once

@@ -159,6 +159,10 @@ constexpr header_rule info_rules[] = {
                                                          is_aligned(a->info_c) &&
                                                          (a->info_a == 0) == (a->info_b == 0));
      }},
+    {"a field-name set holds at least one name",
+     [](const ndArray_tag* a) noexcept {
+         return !is_struct_like(a->class_id) || a->info_a == 0 || names_of(a)->count >= 1;
+     }},
     {"a sparse array is double, single or logical, has inline dimensions and isn't a colon object",
      [](const ndArray_tag* a) noexcept {
          return implies(has(a, flag_sparse),

@@ -27,6 +27,9 @@ const char* broken_header_rule(const ndArray_tag* array) noexcept;
 /// The first broken rule of the index vectors of a sparse array whose header is sound.
 const char* broken_sparse_rule(const ndArray_tag* array) noexcept;
 
+/// The first broken rule of the field-name set of an array whose header is sound.
+const char* broken_name_rule(const ndArray_tag* array) noexcept;
+
 /// Slots of a container whose header is sound; 0 for every other array and for a container without data.
 std::size_t readable_slots(const ndArray_tag* array) noexcept;
 

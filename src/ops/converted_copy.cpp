@@ -1,7 +1,7 @@
 // A copy of an array in another class. Cases in the order in which they are tried:
 //
 //   same class                  deep copy
-//   struct, object              to cell: the slots shared (struct_to_cell); object to struct: object_to_struct
+//   struct, object              to cell: the slots shared
 //   opaque                      its class answers
 //   no scalars                  none: unknown, cell, void, function handle
 //   logical, char, numeric
@@ -12,9 +12,9 @@
 //     full                      a new block and one loop over it
 #include "ops/convert_buffer.hpp"
 #include "ops/sparse_conversion.hpp"
-#include "ops/struct_to_cell.hpp"
 
 #include "matrix/accessors.hpp"
+#include "matrix/cell_to_struct.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"

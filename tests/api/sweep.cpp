@@ -3,8 +3,10 @@
 
 #include "api/small_limit.hpp"
 
+#include <nd/containers.hpp>
 #include <nd/memory.hpp>
 
+#include <algorithm>
 #include <memory>
 
 namespace test {
@@ -47,6 +49,35 @@ bool with_block(bool (*call)(void*)) {
 bool under_a_small_limit(bool (*call)()) {
     const small_limit limit;
     return call();
+}
+
+bool with_struct(array_call call) {
+    const std::size_t dims[] = {struct_elements, 1};
+    const char* const names[] = {"a", "b"};
+    const matrix::array_ptr array = matrix::detail::do_create_struct(dims, names);
+    auto** const slots = static_cast<ndArray_tag**>(array->pdata);
+    for (int i = 0; i < struct_slots; ++i) {
+        slots[i] = matrix::create(dims, ndDOUBLE_CLASS, ndREAL).release();
+        slots[i]->scope = ndMEMBER_SCOPE;
+    }
+    const std::vector<ndArray_tag*> before(slots, slots + struct_slots);
+    const bool answer = call(array.get());
+    return answer && array->pdata == slots && std::equal(before.begin(), before.end(), slots);
+}
+
+bool with_no_container(array_call call) {
+    const std::size_t dims[] = {2, 3};
+    bool all = true;
+    for (int other = ndLOGICAL_CLASS; other <= ndUINT64_CLASS; ++other) {
+        if (other == ndVOID_CLASS) continue;
+        all = call(matrix::create(dims, static_cast<ndClassID>(other), ndREAL).get()) && all;
+    }
+    return all;
+}
+
+bool with_no_struct(array_call call) {
+    const std::size_t dims[] = {2, 3};
+    return call(matrix::create_cell(dims).get()) && with_no_container(call);
 }
 
 } // namespace test

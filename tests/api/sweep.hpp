@@ -51,4 +51,13 @@ bool with_block(bool (*call)(void*));
 /// The call's answer while one array may have 1 percent of the machine's memory.
 bool under_a_small_limit(bool (*call)());
 
+/// A 2x1 struct with the fields "a" and "b", whose values are all there; its data must be the same afterwards. And the call's
+/// answer for arrays of every class that is no container, or no struct (all must be true).
+inline constexpr int struct_elements = 2;
+inline constexpr int struct_fields = 2;
+inline constexpr int struct_slots = struct_elements * struct_fields;
+bool with_struct(array_call call);
+bool with_no_container(array_call call);
+bool with_no_struct(array_call call);
+
 } // namespace test

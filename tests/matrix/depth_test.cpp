@@ -1,14 +1,17 @@
 // Values nested deeper than any stack: ended and copied on a thread whose stack has 1 MiB.
+#include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/fixture.hpp"
 
 #include <nd/access.hpp>
+#include <nd/containers.hpp>
 
 #include <pthread.h>
 
 namespace test {
 namespace {
 
+namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 using dims_list = std::vector<std::size_t>;
 
@@ -68,6 +71,28 @@ TEST_F(Depth, AMillionLevelsAreCopiedInConstantStack) {
         const array_ptr copy = matrix::detail::do_deep_copy(source.get());
         EXPECT_EQ(depth_of(copy.get()), million);
         EXPECT_NE(slot(copy, 0), slot(source, 0));
+    });
+}
+
+// Cells and structs in turn, put into each other by the interface.
+TEST_F(Depth, AMillionLevelsOfCellsAndStructsAreBuiltCopiedAndEnded) {
+    on_small_stack([] {
+        const std::size_t one[] = {1, 1};
+        const char* const names[] = {"next"};
+        array_ptr core = arr("double", {1});
+        for (std::size_t i = 0; i < million; ++i) {
+            const bool is_struct = i % 2 == 0;
+            array_ptr outer = is_struct ? matrix::detail::do_create_struct(one, names) : cell_of(1);
+            if (is_struct) {
+                api::ndSetField(outer.get(), 0, "next", core.release());
+            } else {
+                api::ndSetCell(outer.get(), 0, core.release());
+            }
+            core = std::move(outer);
+        }
+        const array_ptr copy = matrix::detail::do_deep_copy(core.get());
+        EXPECT_EQ(matrix::internal::validate(copy.get()), "");
+        core.reset();
     });
 }
 

@@ -5,6 +5,8 @@
 #include "matrix/dimensions.hpp"
 #include "support/array_spec.hpp"
 
+#include <nd/containers.hpp>
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -107,15 +109,32 @@ array_ptr arr(std::string_view description, std::u16string_view text) {
     return array;
 }
 
+namespace {
+
+void fill_slots(ndArray_tag* container, std::vector<array_ptr>& values) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (values[i] != nullptr) values[i]->scope = ndMEMBER_SCOPE;
+        static_cast<ndArray_tag**>(container->pdata)[i] = values[i].release();
+    }
+}
+
+} // namespace
+
 array_ptr arr_of_arrays(std::string_view description, std::vector<array_ptr> slots) {
     const array_spec spec = parse_array_spec(description);
     if (spec.class_id != ndCELL_CLASS) refuse(description, "arrays go into a cell");
     check_count(description, spec.element_count(), slots.size());
     array_ptr array = create(spec);
-    for (std::size_t i = 0; i < slots.size(); ++i) {
-        if (slots[i] != nullptr) slots[i]->scope = ndMEMBER_SCOPE;
-        static_cast<ndArray_tag**>(array->pdata)[i] = slots[i].release();
-    }
+    fill_slots(array.get(), slots);
+    return array;
+}
+
+array_ptr struct_of_arrays(std::string_view shape, std::span<const char* const> names,
+                           std::vector<array_ptr> values) {
+    const array_spec spec = parse_array_spec("struct " + std::string(shape));
+    if (!values.empty()) check_count(shape, spec.element_count() * names.size(), values.size());
+    array_ptr array = matrix::detail::do_create_struct(spec.dims, names);
+    fill_slots(array.get(), values);
     return array;
 }
 

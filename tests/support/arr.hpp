@@ -5,6 +5,7 @@
 //     arr("int8 0x3")                              without elements: zeros
 //     arr("char", u"text")                         a row as long as the text; "char 2x2" fixes the shape
 //     arr("cell 1x2", arr("double"), nullptr)      the cell owns its elements; null is an empty slot
+//     struct_arr("2x1", {"a", "b"}, x, y, z, w)    a struct array; values of one element lie together; without values: nulls
 //     numbered("uint16 3x4")                       elements 1, 2, 3, ... by column, for tests over classes
 //
 // The caller owns the result. A description that isn't understood, a number of elements that doesn't fit the shape and a
@@ -75,6 +76,20 @@ requires(sizeof...(Slots) > 0 &&
     list.reserve(sizeof...(Slots));
     (list.emplace_back(std::forward<Slots>(slots)), ...);
     return arr_of_arrays(description, std::move(list));
+}
+
+/// A struct array of this shape with fields of these names.
+matrix::array_ptr struct_of_arrays(std::string_view shape, std::span<const char* const> names,
+                                   std::vector<matrix::array_ptr> values);
+
+template <class... Values>
+requires(std::constructible_from<matrix::array_ptr, Values&&>&&...) matrix::array_ptr
+    struct_arr(std::string_view shape, std::initializer_list<const char*> names, Values&&... values) {
+    std::vector<matrix::array_ptr> list;
+    list.reserve(sizeof...(Values));
+    (list.emplace_back(std::forward<Values>(values)), ...);
+    return struct_of_arrays(shape, std::span<const char* const>(names.begin(), names.size()),
+                            std::move(list));
 }
 
 /// Elements 1, 2, 3, ... by column, modulo what the class can hold; imaginary parts are 101, 102, ...; logical alternates

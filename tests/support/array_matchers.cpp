@@ -5,6 +5,7 @@
 #include "support/array_matchers.hpp"
 
 #include "matrix/class_table.hpp"
+#include "matrix/containers.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/validate.hpp"
 #include "support/array_spec.hpp"
@@ -110,6 +111,12 @@ std::string sparse_difference(const ndArray_tag* expected, const ndArray_tag* ac
                             std::to_string(at[0]);
 }
 
+std::string names_difference(const ndArray_tag* expected, const ndArray_tag* actual) {
+    const std::string wanted = field_names_text(expected);
+    const std::string found = field_names_text(actual);
+    return wanted == found ? "" : "expected fields " + wanted + ", is " + found;
+}
+
 std::string header_difference(const ndArray_tag* expected, const ndArray_tag* actual) {
     if (class_text(expected) != class_text(actual)) {
         return "expected class " + class_text(expected) + ", is " + class_text(actual);
@@ -120,6 +127,7 @@ std::string header_difference(const ndArray_tag* expected, const ndArray_tag* ac
         return "expected dimensions " + dims_text({wanted.begin(), wanted.end()}) + ", is " +
                dims_text({found.begin(), found.end()});
     }
+    if (const std::string names = names_difference(expected, actual); !names.empty()) return names;
     if ((expected->flags & storage_flags) != (actual->flags & storage_flags)) {
         return "expected storage " + matrix::internal::flag_names(expected->flags & storage_flags) + ", is " +
                matrix::internal::flag_names(actual->flags & storage_flags);
@@ -130,6 +138,13 @@ std::string header_difference(const ndArray_tag* expected, const ndArray_tag* ac
 std::string flags_note(const ndArray_tag* expected, const ndArray_tag* actual) {
     return "\n  flags of the expected array: " + matrix::internal::flag_names(expected->flags) +
            "\n  flags of the actual array:   " + matrix::internal::flag_names(actual->flags);
+}
+
+std::string slot_name(const ndArray_tag* container, std::size_t i) {
+    if (container->class_id == ndCELL_CLASS) return "cell element " + std::to_string(i);
+    const std::size_t fields = matrix::internal::field_count(container);
+    return "element " + std::to_string(i / fields) + " field \"" +
+           matrix::internal::names_of(container)->names()[i % fields] + "\"";
 }
 
 class comparison {
@@ -163,7 +178,8 @@ private:
             return has_data ? "no data" : "data where none were expected";
         if ((pair.expected->flags & matrix::flag_sparse) != 0)
             return sparse_difference(pair.expected, pair.actual);
-        if (pair.expected->class_id == ndCELL_CLASS) return compare_slots(pair, count);
+        if (matrix::internal::is_container_class(pair.expected->class_id))
+            return compare_slots(pair, matrix::internal::slot_count(pair.expected));
         return element_difference(pair.expected, pair.actual, count);
     }
 
@@ -172,14 +188,13 @@ private:
             const ndArray_tag* expected = static_cast<ndArray_tag* const*>(pair.expected->pdata)[i];
             const ndArray_tag* actual = static_cast<ndArray_tag* const*>(pair.actual->pdata)[i];
             if ((expected == nullptr) != (actual == nullptr)) {
-                return "cell element " + std::to_string(i) + ": expected " + element_text(pair.expected, i) +
+                return slot_name(pair.expected, i) + ": expected " + element_text(pair.expected, i) +
                        ", is " + element_text(pair.actual, i);
             }
             // A path grows with the depth: beyond some it is of no use to a reader.
             constexpr std::size_t longest_path = 200;
-            const std::string path = pair.path.size() < longest_path
-                                         ? pair.path + "cell element " + std::to_string(i) + ": "
-                                         : pair.path;
+            const std::string path =
+                pair.path.size() < longest_path ? pair.path + slot_name(pair.expected, i) + ": " : pair.path;
             if (expected != nullptr) meet({expected, actual, path});
         }
         return {};

@@ -2,7 +2,7 @@
 //
 //     EXPECT_THAT(result, EqualsArray(arr("double 1x2", {1, 2})));
 //
-// Two values are equal when class, complexity, dimensions, sparsity and every element agree, whatever block or header
+// Two values are equal when class, complexity, dimensions, field names, sparsity and every element agree, whatever block or header
 // they have. Elements compare by their bits, but for NaN, which equals every NaN. The actual value is validated first: a
 // broken one equals nothing, and the message says which rule it breaks. Of function handles and opaque values only
 // class and shape are compared.

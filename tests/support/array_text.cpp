@@ -2,6 +2,7 @@
 #include "support/array_text.hpp"
 
 #include "matrix/class_table.hpp"
+#include "matrix/containers.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/validate.hpp"
 #include "support/array_spec.hpp"
@@ -55,6 +56,14 @@ std::string class_text(const ndArray_tag* array) {
     return (is_complex(array) ? "complex " : "") + name;
 }
 
+std::string field_names_text(const ndArray_tag* array) {
+    if (!matrix::internal::is_struct_like(array->class_id)) return {};
+    std::string text = "{";
+    for (std::size_t i = 0; i < matrix::internal::field_count(array); ++i)
+        text += std::string(i == 0 ? "" : ", ") + matrix::internal::names_of(array)->names()[i];
+    return text + "}";
+}
+
 std::string element_text(const ndArray_tag* array, std::size_t i) {
     std::string text;
     matrix::internal::with_element_type(array->class_id, [&](auto row) {
@@ -63,7 +72,8 @@ std::string element_text(const ndArray_tag* array, std::size_t i) {
         text = is_complex(array) ? real_text(data[2 * i]) + " + " + real_text(data[2 * i + 1]) + "i"
                                  : real_text(data[i]);
     });
-    if (array->class_id == ndCELL_CLASS) text = slot_text(static_cast<ndArray_tag* const*>(array->pdata)[i]);
+    if (matrix::internal::is_container_class(array->class_id))
+        text = slot_text(static_cast<ndArray_tag* const*>(array->pdata)[i]);
     return text;
 }
 
@@ -71,9 +81,12 @@ std::string array_text(const ndArray_tag* array) {
     if (array == nullptr) return "(null)";
     if (const std::string broken = matrix::internal::validate(array); !broken.empty())
         return "(" + broken + ")";
-    std::string text = class_text(array) + " " + dims_text_of(array) + " {";
+    std::string text = class_text(array) + " " + dims_text_of(array) + field_names_text(array) + " {";
     const bool readable = array->pdata != nullptr && (array->flags & matrix::flag_sparse) == 0;
-    const std::size_t count = readable ? matrix::internal::element_count(array) : 0;
+    const bool container = matrix::internal::is_container_class(array->class_id);
+    const std::size_t count = !readable   ? 0
+                              : container ? matrix::internal::slot_count(array)
+                                          : matrix::internal::element_count(array);
     for (std::size_t i = 0; i < std::min(count, printed_elements); ++i) {
         text += (i == 0 ? "" : ", ") + element_text(array, i);
     }

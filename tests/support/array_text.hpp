@@ -16,6 +16,9 @@ std::string array_text(const ndArray_tag* array);
 /// Element i as text; a container's element is shown by class and dimensions.
 std::string element_text(const ndArray_tag* array, std::size_t i);
 
+/// The field names of a struct or object in order: "{a, b}"; empty for other classes.
+std::string field_names_text(const ndArray_tag* array);
+
 /// "complex double": how arr() would name it.
 std::string class_text(const ndArray_tag* array);
 

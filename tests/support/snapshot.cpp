@@ -64,11 +64,28 @@ void add_data(hasher& hash, const ndArray_tag* array) {
     }
 }
 
+// Names, owners and table: a set that is changed in place keeps its address.
+void add_names(hasher& hash, const ndArray_tag* array) {
+    if (!matrix::internal::is_struct_like(array->class_id) || array->info_a == 0) return;
+    const matrix::internal::name_index_info* const set = matrix::internal::names_of(array);
+    hash.add(set->count);
+    hash.add(set->has_spare);
+    hash.add(set->table);
+    hash.add(matrix::internal::name_set_owners(array));
+    for (std::int32_t i = 0; i < set->count; ++i) {
+        hash.add(set->names()[i]);
+        if (set->table == nullptr) continue;
+        const std::uintptr_t* const entry = base_ghash_find(set->table, set->names()[i]);
+        hash.add(entry == nullptr ? ~std::uintptr_t{0} : *entry);
+    }
+}
+
 void add_one(hasher& hash, const ndArray_tag* array) {
     hash.add_bytes(array, sizeof(ndArray_tag));
     const auto dims = matrix::internal::dims_of(array);
     hash.add_bytes(dims.data(), dims.size_bytes());
     add_record(hash, array->share_record);
+    add_names(hash, array);
     add_data(hash, array);
 }
 

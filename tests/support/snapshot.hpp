@@ -1,6 +1,7 @@
 // What an array looked like, to the bit: taken before an operation that must leave it alone and compared afterwards.
 //
-// A snapshot covers the header, the dimensions, the share record, the data block and, in a container, everything in its slots.
+// A snapshot covers the header, the dimensions, the share record, the field names, the data block and, in a container, everything
+// in its slots.
 // It owns no reference.
 #pragma once
 

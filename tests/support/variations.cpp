@@ -2,10 +2,12 @@
 #include "support/variations.hpp"
 
 #include "matrix/class_table.hpp"
+#include "matrix/containers.hpp"
 #include "matrix/dimensions.hpp"
 #include "support/array_matchers.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
+#include <nd/containers.hpp>
 #include <nd/sizes.hpp>
 
 #include <cstring>
@@ -115,6 +117,28 @@ representation with_user_bits(const ndArray_tag* value) {
     return made;
 }
 
+bool has_fields(const ndArray_tag* value) {
+    return matrix::internal::is_struct_like(value->class_id) && matrix::internal::field_count(value) != 0;
+}
+
+// Another header with the same fields: a struct without elements, whose names are a count on the same set.
+representation shared_names(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    made.bystanders.push_back(matrix::detail::do_create_struct(std::vector<std::size_t>{0, 0}, {}));
+    matrix::internal::copy_struct_info(made.value.get(), made.bystanders.back().get());
+    return made;
+}
+
+// A set that no other header has: a copy always begins with the source's.
+representation own_names(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    const matrix::internal::name_index_info* const set = matrix::internal::names_of(value);
+    const std::vector<const char*> names(set->names(), set->names() + set->count);
+    matrix::internal::take_names(made.value.get());
+    matrix::internal::put_names(made.value.get(), matrix::internal::make_name_set(names));
+    return made;
+}
+
 bool always(const ndArray_tag*) { return true; }
 
 constexpr variation table[] = {
@@ -127,6 +151,8 @@ constexpr variation table[] = {
     {"header with two owners", always, header_owned_twice},
     {"header that had more dimensions", always, once_had_more_dims},
     {"header with user bits", always, with_user_bits},
+    {"field names that another header has too", has_fields, shared_names},
+    {"field names of its own", has_fields, own_names},
 };
 
 } // namespace

@@ -27,6 +27,7 @@ struct representation {
     matrix::array_ptr value;
     std::vector<matrix::array_ptr> sharers;      ///< other headers over the same block
     std::vector<matrix::array_ptr> other_owners; ///< the same header once more
+    std::vector<matrix::array_ptr> bystanders;   ///< headers that share something else
 };
 
 struct variation {

@@ -17,7 +17,7 @@ IDS = {
 }
 VALUES = {
     "ndClassID": "ndDOUBLE_CLASS", "ndComplexity": "ndREAL", "double": "1", "float": "1", "bool": "true", "int": "0",
-    "const char*": '"name"', "size_t": "2", "void*": "nullptr",
+    "const char*": '"name"', "const char**": "nullptr", "size_t": "2", "void*": "nullptr",
 }
 COUNTS = ("ndim", "nsubs")  # how many entries the list beside it has
 LISTS = ("const kvSize*", "const kvIndex*")
@@ -42,7 +42,7 @@ class Call:
         if own.name in self.lists:
             return self.shape("2", "3")
         if own.kind.endswith("ndArray_tag*"):
-            return "a"
+            return "nullptr" if own.name == "value" else "a"
         if own.kind.endswith("*") and not own.kind.startswith("const "):
             return "nullptr"
         return VALUES.get(own.kind, "")
@@ -78,6 +78,42 @@ def on_any_array(call, expression):
     """The expression, with an array at hand if the call takes one."""
     takes_one = "a" in call.values.values()
     return on_array("ndDOUBLE_CLASS", "ndREAL", expression) if takes_one else expression
+
+
+def on_struct(expression):
+    return f"with_struct([]([[maybe_unused]] ndArray_tag* a) {{ return {expression}; }})"
+
+
+def no_struct(call):
+    yield from null_array(call)
+    yield "", f"with_no_struct([](ndArray_tag* a) {{ return {call.refused()}; }})"
+
+
+def slot(call):
+    yield from null_array(call)
+    yield "", f"with_no_container([](ndArray_tag* a) {{ return {call.refused(index='0')}; }})"
+    for index in ("struct_slots", "INT_MAX"):
+        yield "", on_struct(call.refused(index=index))
+
+
+def element(call):
+    yield from no_struct(call)
+    for index in ("struct_elements", "INT_MAX"):
+        yield "", on_struct(call.refused(index=index))
+
+
+def field_name(call):
+    for name in ("nullptr", '""', '"no such field"', '"A"'):
+        yield "", on_struct(call.refused(name=name, **({"index": "0"} if "index" in call.values else {})))
+
+
+def null_name(call):
+    yield "", on_struct(call.refused(name="nullptr"))
+
+
+def field_number(call):
+    for number in ("-1", "struct_fields", "INT_MAX", "INT_MIN"):
+        yield "", on_struct(call.refused(number=number, **({"index": "0"} if "index" in call.values else {})))
 
 
 def null_array(call):
@@ -190,6 +226,8 @@ MAKERS = {
     "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result, "narrow_offset": narrow_offset,
     "not_struct": not_struct, "zero_size": zero_size, "block_memory": block_memory, "block_product": block_product,
     "null_block": null_block,
+    "slot": slot, "element": element, "field_name": field_name, "field_name_of_array": field_name, "null_name": null_name,
+    "field_number": field_number, "array_field_number": field_number, "struct_array": no_struct,
 }
 
 

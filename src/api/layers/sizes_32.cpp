@@ -25,6 +25,14 @@ matrix_size widened(int m, int n) {
     }
 }
 
+std::size_t widened(int index) {
+    try {
+        return boost::numeric_cast<std::size_t>(index);
+    } catch (const boost::numeric::negative_overflow&) {
+        raise_unrepresentable({&index, 1});
+    }
+}
+
 void widen_dimensions(int ndim, const int* dims, wide_dimensions& wide) {
     std::span<const int> given(&ndim, 1);
     try {

@@ -23,6 +23,9 @@ using wide_dimensions = boost::container::small_vector<std::size_t, inline_dimen
 /// Rows and columns; raises when one is negative.
 matrix_size widened(int m, int n);
 
+/// An index; raises when it is negative.
+std::size_t widened(int index);
+
 /// Appends ndim dimensions to wide; raises when ndim or one of them is negative. dims may be null when ndim is 0.
 void widen_dimensions(int ndim, const int* dims, wide_dimensions& wide);
 

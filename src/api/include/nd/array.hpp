@@ -195,6 +195,13 @@ struct ndArray_tag {
     /// std::bad_alloc; the array is then still split.
     ND_EXPORT bool interleave_data();
 
+    /// Number of fields; 0 for anything but a struct or object with fields.
+    ND_EXPORT std::int32_t get_number_of_struct_fields() const noexcept;
+
+    /// The field names of a struct or object in their order, null without fields. They belong to the name set, which lives as
+    /// long as the array keeps its fields. Not to be read for another class.
+    ND_EXPORT const char* const* get_struct_field_names() const noexcept;
+
     /// Asks the class of an indexing-opaque array for its dimensions and stores them.
     ND_EXPORT void _complete_opaque_dimensions() const;
 

@@ -1,0 +1,31 @@
+// Growth of an array's data block: the routine that subscripted assignment and new fields have in common.
+#pragma once
+
+#include "matrix/dimensions.hpp"
+
+namespace matrix::internal {
+
+/// What grows. Both shapes have as many dimensions, and no dimension shrinks; of a struct the fields are the first one. The
+/// counts are their products, tested before by the caller.
+struct growth {
+    dims_view old_dims;
+    std::size_t old_count;
+    dims_view new_dims;
+    std::size_t new_count;
+    /// Old elements go to their places in the new shape; without it only what lies behind the old count is written.
+    bool keep = true;
+    /// The value of one new element; zero without it.
+    const void* filler = nullptr;
+};
+
+/// Gives the array a block for the new shape, or widens the one it has when it keeps enough spare room. The dimensions of the
+/// header are left to the caller, who has unshared the array. An old block goes where it belongs: to its custom deleter, to the
+/// heap, or, private to the array, nowhere.
+/// Raises foundation::core::except::bad_alloc; the array is then unchanged.
+void grow_data(ndArray_tag* array, const growth& change);
+
+/// Cuts the block down to its first bytes, none for 0, and the capacity bit is cleared. A block that isn't the heap's, or that
+/// the heap can't cut, stays as it is, with its bits.
+void shrink_data(ndArray_tag* array, std::size_t bytes) noexcept;
+
+} // namespace matrix::internal

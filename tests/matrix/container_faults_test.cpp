@@ -1,0 +1,201 @@
+// Every allocation fails while fields come and go, elements are set and classes change: the operands stay as they were.
+#include "support/arr.hpp"
+#include "support/fault_injection.hpp"
+#include "support/fixture.hpp"
+
+#include <libbase/symbol_table.hpp>
+#include <nd/access.hpp>
+#include <nd/containers.hpp>
+
+#include <string>
+
+namespace test {
+namespace {
+
+namespace api = matrix::detail::noninlined::nd_array_api;
+using matrix::array_ptr;
+
+using ContainerFaults = NdTest;
+
+void expect_scenario(const std::string& name, const std::function<void(fault_run&)>& scenario,
+                     bool may_recover = false) {
+    fault_options options;
+    options.second_within = 2;
+    const fault_report report = for_each_failing_alloc(name, scenario, options);
+    EXPECT_TRUE(report.passed) << name;
+    EXPECT_GT(report.points, 0) << name << " asks for no memory";
+    if (!may_recover) {
+        EXPECT_EQ(report.recovered, 0) << name;
+    }
+}
+
+array_ptr value(int x) { return arr("double", {x}); }
+
+// A struct whose set of names was grown to this many, with one value in the last field.
+array_ptr struct_with(int fields) {
+    array_ptr array = struct_arr("1x1", {});
+    for (int i = 0; i < fields; ++i) api::ndAddField(array.get(), ("f" + std::to_string(i)).c_str());
+    if (fields != 0) api::ndSetFieldByNumber(array.get(), 0, fields - 1, value(1).release());
+    return array;
+}
+
+// The symbol is there before: what the symbol table takes for a new one, it keeps.
+const char* known_name() { return base_symtab_add("known"); }
+
+struct addition_row {
+    int fields;
+    bool in_place; ///< names and slots both have room to spare: nothing is asked for
+};
+const addition_row additions[] = {{0, false},   {1, false},   {62, false}, {63, false}, {64, false},
+                                  {255, false}, {256, false}, {300, true}, {511, true}, {512, false}};
+
+TEST_F(ContainerFaults, AddingAField) {
+    const char* const name = known_name();
+    for (const addition_row& row : additions) {
+        for (const bool shared : {false, true}) {
+            if (!shared && row.in_place) continue;
+            expect_scenario(
+                "field " + std::to_string(row.fields + 1) + (shared ? " of shared names" : ""),
+                [&](fault_run& run) {
+                    const array_ptr array = struct_with(row.fields);
+                    const array_ptr other = shared ? matrix::detail::do_deep_copy(array.get()) : nullptr;
+                    run.operand(array.get());
+                    if (shared) run.operand(other.get());
+                    run.act([&] { return api::ndAddField(array.get(), name) == row.fields; });
+                },
+                true); // without spare room the slots take the exact size
+        }
+    }
+}
+
+TEST_F(ContainerFaults, AddingAFieldWhereThereIsRoomAsksForNothing) {
+    const char* const name = known_name();
+    for (const addition_row& row : additions) {
+        if (!row.in_place) continue;
+        const fault_report report = for_each_failing_alloc("field in place", [&](fault_run& run) {
+            const array_ptr own = struct_with(row.fields);
+            run.operand(own.get());
+            run.act([&] { return api::ndAddField(own.get(), name) == row.fields; });
+        });
+        EXPECT_TRUE(report.passed);
+        EXPECT_EQ(report.points, 0);
+    }
+}
+
+TEST_F(ContainerFaults, AddingACheckedField) {
+    const char* const name = known_name();
+    expect_scenario("checked field", [&](fault_run& run) {
+        const array_ptr array = struct_with(3);
+        run.operand(array.get());
+        run.act([&] { api::ndAddFieldToStruct(array.get(), name); });
+    });
+}
+
+TEST_F(ContainerFaults, RemovingAField) {
+    for (const int count : {2, 63, 64, 65, 257}) {
+        expect_scenario(
+            "removal from " + std::to_string(count),
+            [&](fault_run& run) {
+                const array_ptr array = struct_with(count);
+                run.operand(array.get());
+                run.act([&] { api::ndRemoveField(array.get(), 0); });
+            },
+            true); // a block of slots that can't be cut stays
+    }
+}
+
+array_ptr (*const values[])() = {
+    [] { return value(1); },
+    [] { return arr("cell 1x2", value(1), nullptr); },
+    [] { return struct_arr("1x2", {"a"}, value(1), value(2)); },
+};
+
+TEST_F(ContainerFaults, SettingElementsWithOtherOwners) {
+    for (const auto make : values) {
+        for (const auto set : {api::ndSetCopyInCell, api::ndReplaceCopyInCell}) {
+            expect_scenario("a copy in a cell", [&](fault_run& run) {
+                const array_ptr cell = arr("cell 1x1", nullptr);
+                const array_ptr element = make();
+                run.operand(cell.get());
+                run.operand(element.get());
+                run.act([&] { set(cell.get(), 0, element.get()); });
+            });
+        }
+        expect_scenario("a cell in itself", [&](fault_run& run) {
+            const array_ptr cell = arr("cell 1x2", make(), nullptr);
+            run.operand(cell.get());
+            run.act([&] { api::ndSetCopyInCell(cell.get(), 1, cell.get()); });
+        });
+    }
+}
+
+TEST_F(ContainerFaults, ReusableValuesStayReusableWhenSettingFails) {
+    expect_scenario("a reusable value", [&](fault_run& run) {
+        const array_ptr cell = arr("cell 1x1", nullptr);
+        const array_ptr element = value(1);
+        api::ndSetReusable(element.get(), true);
+        run.operand(cell.get());
+        run.operand(element.get());
+        run.act([&] { api::ndSetCopyInCell(cell.get(), 0, element.get()); });
+    });
+}
+
+TEST_F(ContainerFaults, Conversions) {
+    const auto names = [] { return arr("cell 1x2", arr("char", u"a"), arr("char", u"b")); };
+    for (const std::size_t dim : {1, 2, 3}) {
+        expect_scenario("cell to struct along " + std::to_string(dim), [&](fault_run& run) {
+            const array_ptr cell = arr("cell 2x2x2", value(1), nullptr, value(3), value(4), value(5),
+                                       value(6), arr("cell 1x1", value(7)), value(8));
+            const array_ptr list = names();
+            run.operand(list.get());
+            run.act([&] { return matrix::cell_to_struct(cell.get(), list.get(), dim); });
+        });
+    }
+    expect_scenario("struct to cell", [&](fault_run& run) {
+        const array_ptr array = struct_arr("2x3x2", {"a"});
+        run.operand(array.get());
+        run.act([&] { return api::ndStruct2Cell(array.get()); });
+    });
+    expect_scenario("pairs to struct", [&](fault_run& run) {
+        const array_ptr arguments[] = {arr("char", u"a"), arr("cell 1x2", value(1), value(2)),
+                                       arr("char", u"b"), value(3)};
+        run.act([&] { return matrix::struct_conversion_fcn(4, arguments); });
+    });
+}
+
+TEST_F(ContainerFaults, Creation) {
+    const char* names[] = {"one", "two"};
+    const std::size_t dims[] = {2, 3, 4};
+    expect_scenario("a struct", [&](fault_run& run) {
+        run.act([&] { return matrix::detail::do_create_struct(dims, names); });
+    });
+    fault_options framed;
+    framed.framed = true;
+    EXPECT_TRUE(
+        for_each_failing_alloc(
+            "ndCreateStructArray",
+            [&](fault_run& run) { run.act([&] { return api::ndCreateStructArray(3, dims, 2, names); }); },
+            framed)
+            .passed);
+    EXPECT_TRUE(for_each_failing_alloc(
+                    "ndCreateCellArray",
+                    [&](fault_run& run) { run.act([&] { return api::ndCreateCellArray(3, dims); }); }, framed)
+                    .passed);
+}
+
+TEST_F(ContainerFaults, CopiesOfStructs) {
+    expect_scenario("deep copy", [&](fault_run& run) {
+        const array_ptr array = struct_arr("1x2", {"a", "b"}, value(1), arr("cell 1x1", value(2)),
+                                           struct_arr("1x1", {"c"}, value(3)), nullptr);
+        run.operand(array.get());
+        run.act([&] { return matrix::detail::do_deep_copy(array.get()); });
+    });
+    expect_scenario("shared copy", [&](fault_run& run) {
+        const array_ptr array = struct_arr("1x2x2", {"a"});
+        run.operand(array.get());
+        run.act([&] { return matrix::detail::do_shared_copy(array.get()); });
+    });
+}
+
+} // namespace
+} // namespace test
