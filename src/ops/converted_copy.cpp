@@ -1,7 +1,7 @@
 // A copy of an array in another class. Cases in the order in which they are tried:
 //
 //   same class                  deep copy
-//   struct, object              to cell: the slots shared
+//   struct, object              to cell: the slots shared; object to struct: slots of its own over shared values
 //   opaque                      its class answers
 //   no scalars                  none: unknown, cell, void, function handle
 //   logical, char, numeric
@@ -14,6 +14,7 @@
 #include "ops/sparse_conversion.hpp"
 
 #include "matrix/accessors.hpp"
+#include "matrix/arraycpy.hpp"
 #include "matrix/cell_to_struct.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/frame.hpp"
@@ -21,6 +22,7 @@
 #include "matrix/imaginary_scan.hpp"
 #include "matrix/interleave_kernels.hpp"
 #include "matrix/numeric_creation.hpp"
+#include "matrix/object_info.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 
@@ -31,6 +33,7 @@
 #include <nd/messages.hpp>
 
 #include <algorithm>
+#include <utility>
 
 namespace matrix::internal {
 namespace {
@@ -115,6 +118,15 @@ array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target) {
     return convert_elements(array, target);
 }
 
+// The copy ends as an object before it goes on as a struct, so that the hooks are called in pairs.
+array_ptr object_to_struct(const ndArray_tag* array) {
+    array_ptr copy = shallow_copy(array);
+    call_object_destroy_hook(copy.get());
+    detail::noninlined::nd_array_api::ndSetArrayType(copy.get(), ndSTRUCT_CLASS);
+    free_object_info(std::exchange(copy->info_c, 0));
+    return copy;
+}
+
 } // namespace
 } // namespace matrix::internal
 
@@ -130,6 +142,7 @@ array_ptr create_converted_copy(const ndArray_tag* array, ndClassID classId) {
     case ndSTRUCT_CLASS:
         return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;
     case ndOBJECT_CLASS:
+        if (classId == ndSTRUCT_CLASS) return object_to_struct(array);
         return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;
     case ndOPAQUE_CLASS:
         return convert_opaque(array, classId);

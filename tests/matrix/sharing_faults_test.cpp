@@ -68,6 +68,26 @@ TEST_F(SharingFaults, Copies) {
     }
 }
 
+int objects_alive = 0;
+
+// An object whose copy fails half-way was never told of, so nobody hears of its end.
+TEST_F(SharingFaults, TellsTheHooksOfObjectsInPairs) {
+    api::ndSetObjectCreateDestroyFn([](ndArray_tag*) { ++objects_alive; },
+                                    [](ndArray_tag*) { --objects_alive; });
+    for (ndArray_tag* (*const copy)(const ndArray_tag*) : {api::ndCreateDeepCopy, api::ndCreateEmptyCopy}) {
+        expect_scenario("copy of an object",
+                        [&](fault_run& run) {
+                            const array_ptr object = struct_arr("1x1", {"a"}, numbered("double 2x2"));
+                            ASSERT_EQ(api::ndSetClassName(object.get(), "pair"), 0);
+                            run.operand(object.get());
+                            run.act([&] { return copy(object.get()); });
+                        },
+                        {.framed = true});
+        EXPECT_EQ(objects_alive, 0);
+    }
+    api::ndSetObjectCreateDestroyFn(nullptr, nullptr);
+}
+
 TEST_F(SharingFaults, SharingOfSingleThreadedData) {
     for (const std::size_t sharers : {1U, 2U, 3U}) {
         expect_scenario("shared copy of single-threaded data, " + std::to_string(sharers),

@@ -3,6 +3,7 @@
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
 
+#include <nd/access.hpp>
 #include <nd/convert.hpp>
 
 #include <utility>
@@ -14,6 +15,10 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 
 using ConversionFaults = NdTest;
+
+array_ptr pair_of_values() {
+    return struct_arr("1x1", {"a", "b"}, arr("double", {1}), arr("cell 1x1", arr("int8", {2})));
+}
 
 struct conversion {
     const char* name;
@@ -37,6 +42,14 @@ const conversion conversions[] = {
      ndLOGICAL_CLASS},
     {"same class", [] { return numbered("double 3x4"); }, ndDOUBLE_CLASS},
     {"empty to cell", [] { return arr("double 0x3"); }, ndCELL_CLASS},
+    {"struct to cell", pair_of_values, ndCELL_CLASS},
+    {"object to struct",
+     [] {
+         array_ptr object = pair_of_values();
+         api::ndSetClassName(object.get(), "pair");
+         return object;
+     },
+     ndSTRUCT_CLASS},
     {"empty to struct", [] { return arr("double 0x3x2"); }, ndSTRUCT_CLASS},
 };
 

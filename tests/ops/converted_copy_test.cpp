@@ -285,6 +285,32 @@ TEST_F(ConvertedCopy, OfAStructWithoutFieldsToCellHasNoSlots) {
     EXPECT_THAT(create_converted_copy(many.get(), ndCELL_CLASS), EqualsArray(arr("cell 0x2x3x4")));
 }
 
+array_ptr two_pairs() {
+    return struct_arr("1x2", {"a", "b"}, arr("double", {1}), arr("cell 1x1", arr("int8", {2})), nullptr,
+                      arr("char", u"x"));
+}
+
+TEST_F(ConvertedCopy, OfAStructToCellSharesItsSlots) {
+    const array_ptr source = two_pairs();
+    const array_ptr copy = create_converted_copy(source.get(), ndCELL_CLASS);
+    EXPECT_THAT(copy, EqualsArray(arr("cell 2x1x2", arr("double", {1}), arr("cell 1x1", arr("int8", {2})),
+                                      nullptr, arr("char", u"x"))));
+    EXPECT_TRUE(copy->is_data_shared_only_with_impl(source.get()));
+}
+
+TEST_F(ConvertedCopy, OfAnObjectToStructHasItsFieldsAndNoClassName) {
+    const array_ptr object = two_pairs();
+    ASSERT_EQ(api::ndSetClassName(object.get(), "pair"), 0);
+    const array_ptr copy = create_converted_copy(object.get(), ndSTRUCT_CLASS);
+    EXPECT_THAT(copy, EqualsArray(two_pairs()));
+    EXPECT_EQ(api::ndGetObjectClassName(copy.get()), nullptr);
+    EXPECT_STREQ(api::ndGetObjectClassName(object.get()), "pair");
+    const auto value = [](const array_ptr& of) { return static_cast<ndArray_tag**>(of->pdata)[0]; };
+    EXPECT_NE(copy->pdata, object->pdata);
+    EXPECT_EQ(value(copy), value(object)) << "values are shared";
+    EXPECT_EQ(create_converted_copy(object.get(), ndDOUBLE_CLASS), nullptr);
+}
+
 TEST_F(ConvertedCopy, IsHandedOutAsATemporary) {
     const array_ptr source = arr("double 1x2", {1, 2});
     ndArray_tag* const copy = keep(api::ndCreateConvertedCopy(source.get(), ndINT8_CLASS));
