@@ -85,22 +85,24 @@ constexpr std::size_t widest_element = 32;
 
 using grow_routine = void (*)(ndArray_tag*, const growth&);
 
-// The routine of a width stands at the width; 0 marks classes without elements.
-constexpr auto grow_routines = [] {
-    std::array<grow_routine, widest_element + 1> routines{};
-    routines[1] = grow<1>;
-    routines[2] = grow<2>;
-    routines[4] = grow<4>;
-    routines[8] = grow<8>;
-    routines[16] = grow<16>;
-    routines[32] = grow<32>;
-    return routines;
-}();
+template <std::size_t... Widths>
+struct width_list {
+    static constexpr bool contains(std::size_t width) noexcept { return ((width == Widths) || ...); }
+
+    // The routine of a width stands at the width; null marks classes without elements.
+    static constexpr std::array<grow_routine, widest_element + 1> routines() noexcept {
+        std::array<grow_routine, widest_element + 1> table{};
+        ((table[Widths] = grow<Widths>), ...);
+        return table;
+    }
+};
+using element_widths = width_list<1, 2, 4, 8, 16, 32>;
+
+constexpr auto grow_routines = element_widths::routines();
 
 constexpr bool every_class_has_a_routine() {
-    return std::all_of(element_sizes.begin(), element_sizes.end(), [](std::size_t size) {
-        return size == 0 || (size <= widest_element && grow_routines[size] != nullptr);
-    });
+    return std::all_of(element_sizes.begin(), element_sizes.end(),
+                       [](std::size_t size) { return size == 0 || element_widths::contains(size); });
 }
 static_assert(every_class_has_a_routine());
 

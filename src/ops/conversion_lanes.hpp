@@ -142,9 +142,11 @@ template <class Destination, bool Wide, std::size_t Count>
         y = rounded_by_cast<Destination, Count>(x);
     } else {
         const auto magnitude = magnitude_by_bits<Count>(x);
-        const mask negative = x < 0.0;
-        const mask number = x == x;
-        y = (result)((((mask)magnitude ^ negative) - negative) & number);
+        // Unsigned: lanes out of range are garbage until the bounds replace them, and may wrap.
+        using bits = vector<std::uint64_t, Count>;
+        const bits negative = (bits)(mask)(x < 0.0);
+        const bits number = (bits)(mask)(x == x);
+        y = (result)((((bits)magnitude ^ negative) - negative) & number);
     }
     const mask above = x >= upper_bound_of<Destination>;
     const mask below = x <= lowest;

@@ -4,6 +4,7 @@
 #include "matrix/process_state.hpp"
 #include "matrix/sparse_array.hpp"
 #include "matrix/validate.hpp"
+#include "platform/foundation/core/mem/heap_guard.hpp"
 #include "support/arr.hpp"
 #include "support/classes.hpp"
 
@@ -101,6 +102,7 @@ TEST_F(Destroy, ByTheEngineGivesACachedPairBackWhole) {
     array->internal_ref_count = 1;
     api::ndReleaseInternalReference(array);
     EXPECT_EQ(matrix::cache::CacheInfo().bins[0].count, 1U);
+    foundation::core::mem::unguard(array, sizeof(ndArray_tag)); // out of bounds while it's in a bin
     EXPECT_EQ(array->ref_count, 1U);
     EXPECT_EQ(array->internal_ref_count, 0U);
     EXPECT_FALSE(array->flags & matrix::flag_reusable);
@@ -164,6 +166,7 @@ TEST_F(Destroy, DoesNotMarkAPairThatGoesBackToItsBin) {
     void* const block = array->pdata;
     matrix::destroyArray(array);
     EXPECT_TRUE(watch.headers.freed_headers().empty());
+    foundation::core::mem::unguard(array, sizeof(ndArray_tag)); // out of bounds while it's in a bin
     EXPECT_NE(array->scope, 7U);
     EXPECT_EQ(array->class_id, ndDOUBLE_CLASS);
     EXPECT_EQ(array->pdata, block);

@@ -180,7 +180,8 @@ def size(call):
             yield IDS["ceiling"], call.refused(**replaced)
     above_limit = {name: "above_any_limit" for name in call.sizes} | {
         name: call.shape("above_any_limit", "above_any_limit") for name in call.lists}
-    yield IDS["limit"], f"under_a_small_limit([] {{ return {call.refused(**above_limit)}; }})"
+    if "Struct" not in call.form.symbol:  # the bytes of a struct depend on its fields, not on its elements alone
+        yield IDS["limit"], f"under_a_small_limit([] {{ return {call.refused(**above_limit)}; }})"
     for replaced in call.each_size(("0", "1")):
         yield "", f"made_one({call.text(**replaced)})"
     for name in call.counts:
