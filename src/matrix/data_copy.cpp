@@ -123,12 +123,12 @@ constexpr auto copydatafcn = [] {
 
 data_copy::~data_copy() {
     if (blocks_.pdata != nullptr) {
-        if (is_container_class(holder_->class_id)) {
+        if (is_container_class(class_id_)) {
             auto* const slots = static_cast<ndArray_tag**>(blocks_.pdata);
             for (std::size_t i = items_; i-- > 0;) destroyArray(slots[i]);
-        } else if (holder_->class_id == ndFUNCTION_CLASS) {
+        } else if (class_id_ == ndFUNCTION_CLASS) {
             release_function_records(blocks_.pdata, items_, holder_);
-        } else if (holder_->class_id == ndOPAQUE_CLASS) {
+        } else if (class_id_ == ndOPAQUE_CLASS) {
             destroy_opaque_elements(holder_, blocks_.pdata, items_);
         }
         free_data(blocks_.pdata);

@@ -26,9 +26,9 @@ struct data_blocks {
 class data_copy {
 public:
     /// For blocks that holder, or a header that takes its place, is going to have.
-    explicit data_copy(const ndArray_tag* holder) noexcept : holder_(holder) {}
+    explicit data_copy(const ndArray_tag* holder) noexcept : holder_(holder), class_id_(holder->class_id) {}
     data_copy(data_copy&& other) noexcept
-        : holder_(other.holder_), items_(other.items_), blocks_(other.take()) {}
+        : holder_(other.holder_), class_id_(other.class_id_), items_(other.items_), blocks_(other.take()) {}
     data_copy& operator=(data_copy&&) = delete;
     ~data_copy();
 
@@ -43,6 +43,7 @@ public:
 
 private:
     const ndArray_tag* holder_;
+    std::int32_t class_id_; // of the holder, which may be gone when a copy of plain data is given up
     std::size_t items_ = 0; ///< slots, records or elements in blocks_.pdata
     data_blocks blocks_;
 };

@@ -157,7 +157,8 @@ TEST_F(Resize, WithoutTheKeepFlagOnlyTheTailIsWritten) {
     const array_ptr array = numbered(ndDOUBLE_CLASS, ndREAL, dims_list{260, 1});
     grow_data(array.get(), change({260, 1}, {261, 1}));
     const bytes old = data_of(array.get(), 260, sizeof(double));
-    growth tail_only = change({10, 26}, {11, 26});
+    const dims_list from{10, 26}, to{11, 26}; // a growth only views its dimensions
+    growth tail_only = change(from, to);
     tail_only.keep = false;
     grow_data(array.get(), tail_only);
     const bytes now = data_of(array.get(), 286, sizeof(double));
