@@ -12,9 +12,9 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <new>
-#include <unistd.h>
 
 namespace test {
 namespace {
@@ -70,8 +70,8 @@ TEST_F(HeaderAllocator, GivesBlocksForAllThreeSlots) {
 
 // Starts this program again with the environment given, to list its tests, and returns what it wrote to standard error.
 std::string start_with(const std::string& environment) {
-    const std::string command =
-        environment + " /proc/" + std::to_string(getpid()) + "/exe --gtest_filter=none 2>&1 >/dev/null";
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+    const std::string command = environment + " '" + program + "' --gtest_filter=none 2>&1 >/dev/null";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     std::string text;
     std::array<char, 256> buffer;
