@@ -1,17 +1,22 @@
 // Fields of struct arrays: looking them up, adding and removing them.
 #include "matrix/field_names.hpp"
 
+#include "matrix/test_hooks.hpp"
 #include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
 #include "support/fixture.hpp"
+#include "support/module_mode.hpp"
 #include "support/snapshot.hpp"
 #include "support/variations.hpp"
 
 #include <foundation/core/except/exception.hpp>
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/cache.hpp>
 #include <nd/containers.hpp>
+#include <nd/lists.hpp>
+#include <nd/module.hpp>
 
 #include <limits>
 #include <string>
@@ -207,6 +212,43 @@ TEST_F(Fields, ARemovedValueWithOtherOwnersStaysAMember) {
     EXPECT_EQ(matrix::internal::validate(cell.get()), "");
     matrix::destroyArray(shared); // the reference that the field's slot had
     EXPECT_EQ(shared->ref_count, 1U);
+}
+
+// In the engine the values of a removed field stand on the list of temporaries till its context ends. One that others own stays
+// a member, off the list, and the field's reference is dropped.
+TEST_F(Fields, InTheEngineRemovedValuesEndWithTheirContext) {
+    matrix::internal::test_hooks::set_module_mode(mode_null_results);
+    matrix::initModule(matrix::mode_in_engine);
+    {
+        const array_ptr array =
+            struct_arr("1x3", {"a", "b"}, value(0), value(1), value(2), nullptr, nullptr, value(3));
+        const array_ptr cell = arr("cell 1x1", nullptr);
+        ndArray_tag* const shared = api::ndGetFieldByNumber(array.get(), 1, 0);
+        api::ndSetCopyInCell(cell.get(), 0, shared);
+        ASSERT_EQ(shared->ref_count, 2U);
+        matrix::pushArrayListContext();
+        ndArray_tag* const own = api::ndGetFieldByNumber(array.get(), 0, 0);
+        api::ndRemoveField(array.get(), 0);
+        EXPECT_EQ(own->scope, ndTEMPORARY_SCOPE);
+        EXPECT_EQ(shared->scope, ndMEMBER_SCOPE);
+        EXPECT_EQ(shared->ref_count, 1U);
+        EXPECT_THAT(array, EqualsArray(struct_arr("1x3", {"b"}, value(1), nullptr, value(3))));
+        matrix::popArrayListContext({}, true);
+        EXPECT_THAT(cell, EqualsArray(arr("cell 1x1", value(2))));
+
+        // A value whose owners were all slots of the field leaves one temporary.
+        const array_ptr twice = struct_arr("1x2", {"a"}, value(7), nullptr);
+        ndArray_tag* const held = api::ndGetFieldByNumber(twice.get(), 0, 0);
+        api::ndSetCopyInCell(twice.get(), 1, held);
+        ASSERT_EQ(held->ref_count, 2U);
+        matrix::pushArrayListContext();
+        api::ndRemoveField(twice.get(), 0);
+        EXPECT_EQ(held->scope, ndTEMPORARY_SCOPE);
+        EXPECT_EQ(held->ref_count, 1U);
+        matrix::popArrayListContext({}, true);
+    }
+    matrix::internal::test_hooks::set_module_mode(mode_null_results);
+    matrix::cache::setEnabled(false);
 }
 
 TEST_F(Fields, ABlockThatCantBeCutStays) {

@@ -81,7 +81,11 @@ void add_names(hasher& hash, const ndArray_tag* array) {
 }
 
 void add_one(hasher& hash, const ndArray_tag* array) {
-    hash.add_bytes(array, sizeof(ndArray_tag));
+    // Four bytes behind the flags are padding.
+    constexpr std::size_t padding = offsetof(ndArray_tag, flags) + sizeof(ndArray_tag::flags);
+    constexpr std::size_t rest = offsetof(ndArray_tag, m_or_dims);
+    hash.add_bytes(array, padding);
+    hash.add_bytes(reinterpret_cast<const std::byte*>(array) + rest, sizeof(ndArray_tag) - rest);
     const auto dims = matrix::internal::dims_of(array);
     hash.add_bytes(dims.data(), dims.size_bytes());
     add_record(hash, array->share_record);
