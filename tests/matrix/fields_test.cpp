@@ -219,6 +219,7 @@ TEST_F(Fields, ARemovedValueWithOtherOwnersStaysAMember) {
 TEST_F(Fields, InTheEngineRemovedValuesEndWithTheirContext) {
     matrix::internal::test_hooks::set_module_mode(mode_null_results);
     matrix::initModule(matrix::mode_in_engine);
+    matrix::cache::setEnabled(false);
     {
         const array_ptr array =
             struct_arr("1x3", {"a", "b"}, value(0), value(1), value(2), nullptr, nullptr, value(3));
@@ -248,7 +249,6 @@ TEST_F(Fields, InTheEngineRemovedValuesEndWithTheirContext) {
         matrix::popArrayListContext({}, true);
     }
     matrix::internal::test_hooks::set_module_mode(mode_null_results);
-    matrix::cache::setEnabled(false);
 }
 
 TEST_F(Fields, ABlockThatCantBeCutStays) {

@@ -1,0 +1,219 @@
+// What the end of a context or of its engine does to the arrays left on its list, whoever else claims them and whatever their
+// deleters do meanwhile.
+#include "matrix/array_list.hpp"
+
+#include "matrix/array_lists_fixture.hpp"
+#include "matrix/library_context.hpp"
+
+#include <foundation/core/mem/aligned_heap.hpp>
+
+#include <utility>
+
+namespace test {
+namespace {
+
+using foundation::usm::EngineActivation;
+using foundation::usm::EngineInstance;
+using matrix::array_ptr;
+using matrix::clearArrayListContext;
+using matrix::isArrayListContextEmpty;
+using matrix::ndEnterNewArrayListContext;
+using matrix::pushArrayListContext;
+
+TEST_F(ArrayLists, DestroyAnOrphanWhoeverElseClaimsIt) {
+    pushArrayListContext();
+    ndArray_tag* const owned = temporary();
+    for (int i = 1; i < 5; ++i) intrusive_ptr_add_ref(owned);
+    ASSERT_EQ(owned->ref_count, 5U);
+    ndArray_tag* const referred = temporary();
+    referred->internal_ref_count = 3;
+    ndArray_tag* const reusable = temporary();
+    reusable->flags |= matrix::flag_reusable;
+    ndArray_tag* const shared = api::ndCreateDoubleMatrix(10, 10, ndREAL);
+    const array_ptr sharer = matrix::detail::do_shared_copy(shared);
+    forget_ended();
+    pop_all();
+    EXPECT_EQ(ended(), (array_pointers{shared, reusable, referred, owned}));
+    EXPECT_NE(sharer->pdata, nullptr) << "its block lives as long as somebody shares it";
+}
+
+// Elements that were never claimed stand on the list too: they end with the cell and leave it then.
+TEST_F(ArrayLists, DestroyTemporaryElementsOnce) {
+    for (const bool close : {true, false}) {
+        pushArrayListContext();
+        ndArray_tag* const other = temporary();
+        ndArray_tag* const inner = temporary_cell({temporary(), nullptr, temporary()});
+        temporary_cell({inner, temporary()});
+        temporary();
+        forget_ended();
+        close ? pop_all() : clearArrayListContext(true);
+        EXPECT_EQ(ended().size(), 7U);
+        EXPECT_EQ(ended().back(), other);
+        if (!close) pop_all();
+    }
+    EXPECT_TRUE(listed_everywhere().empty());
+}
+
+// What a deleter does while its array dies with the context.
+std::vector<ndArray_tag*> victims;
+void (*deleter_work)();
+
+void work_and_free(void* block) {
+    foundation::core::mem::aligned_heap_instance().free(block);
+    deleter_work();
+}
+
+void add_array_with_deleter() {
+    ndArray_tag* const array = api::ndCreateDoubleMatrix(3, 3, ndREAL);
+    array->setCustomDeleter(work_and_free);
+}
+
+struct callback_row {
+    const char* name;
+    void (*work)();
+    std::size_t ended;
+};
+
+const callback_row callbacks[] = {
+    {"destroys older temporaries",
+     [] {
+         for (ndArray_tag* victim : std::exchange(victims, {})) api::ndDestroyArray(victim);
+     },
+     8},
+    {"destroys the oldest",
+     [] {
+         if (!victims.empty()) api::ndDestroyArray(victims.front());
+         victims.clear();
+     },
+     8},
+    {"claims one",
+     [] {
+         if (!victims.empty()) api::ndSetArrayScope(victims[1], ndLOCAL_SCOPE);
+     },
+     7},
+    {"makes temporaries",
+     [] {
+         if (!victims.empty()) temporaries(30);
+         victims.clear();
+     },
+     38},
+    {"makes temporaries with a deleter",
+     [] {
+         if (!victims.empty()) add_array_with_deleter();
+         victims.clear();
+     },
+     9},
+    {"opens and closes a context",
+     [] {
+         pushArrayListContext();
+         temporaries(2);
+         pop_all();
+     },
+     12},
+    {"clears the context", [] { clearArrayListContext(true); }, 8},
+    {"fills the list and empties it",
+     [] {
+         for (ndArray_tag* array : temporaries(40)) api::ndDestroyArray(array);
+     },
+     88},
+};
+
+// Two arrays with deleters among six others.
+void make_context_with_deleters() {
+    victims = temporaries(3);
+    add_array_with_deleter();
+    temporary();
+    add_array_with_deleter();
+    temporaries(2);
+}
+
+TEST_F(ArrayLists, StandWhatDeletersOfOrphansDo) {
+    for (const callback_row& row : callbacks) {
+        for (const bool close : {true, false}) {
+            SCOPED_TRACE(row.name);
+            ndArray_tag* const outer = temporary();
+            pushArrayListContext();
+            make_context_with_deleters();
+            ndArray_tag* const claimed = victims[1];
+            deleter_work = row.work;
+            forget_ended();
+            close ? pop_all() : clearArrayListContext(true);
+            EXPECT_EQ(ended().size(), row.ended);
+            if (row.ended == 7) {
+                EXPECT_EQ(claimed->scope, static_cast<std::uint32_t>(ndLOCAL_SCOPE));
+                api::ndDestroyArray(claimed);
+            }
+            if (!close) {
+                EXPECT_TRUE(isArrayListContextEmpty());
+                pop_all();
+            }
+            EXPECT_EQ(listed_everywhere(), (array_pointers{outer}));
+            api::ndDestroyArray(outer);
+        }
+    }
+}
+
+// The engine's store has forgotten the list by then: nothing can be listed any more, but what dies early still leaves it.
+TEST_F(ArrayLists, StandWhatDeletersDoWhileTheirEngineCloses) {
+    for (const callback_row& row : callbacks) {
+        SCOPED_TRACE(row.name);
+        victims.clear();
+        EngineInstance engine;
+        std::vector<ndArray_tag*> made_late;
+        ndArray_tag* claimed = nullptr;
+        {
+            const EngineActivation active(&engine);
+            temporary();
+            pushArrayListContext();
+            make_context_with_deleters();
+            claimed = victims[1];
+        }
+        const bool makes_arrays = row.ended > 8;
+        deleter_work = makes_arrays ? [] {
+            ndArray_tag* const array = temporary();
+            EXPECT_EQ(array->scope, static_cast<std::uint32_t>(ndLOCAL_SCOPE));
+            EXPECT_EQ(ndEnterNewArrayListContext(), 0);
+            EXPECT_EQ(api::ndMalloc(0), nullptr);
+            api::ndFree(api::ndMalloc(10));
+            api::ndDestroyArray(array);
+        } : row.work;
+        forget_ended();
+        engine.close();
+        EXPECT_EQ(ended().size(), makes_arrays ? 11U : row.ended + 1);
+        if (row.ended == 7) api::ndDestroyArray(claimed);
+    }
+}
+
+TEST_F(ArrayLists, EndElementsOfOrphansOnceWhenTheirEngineCloses) {
+    EngineInstance engine;
+    {
+        const EngineActivation active(&engine);
+        temporary();
+        pushArrayListContext();
+        ndArray_tag* const inner = temporary_cell({temporary()});
+        temporary_cell({inner, temporary()});
+    }
+    forget_ended();
+    engine.close();
+    EXPECT_EQ(ended().size(), 5U);
+}
+
+// A context of the engine is no longer found while it goes down, and none is made in its place.
+TEST_F(ArrayLists, AreGoneWhileTheirEngineCloses) {
+    static bool found;
+    found = true;
+    EngineInstance engine;
+    {
+        const EngineActivation active(&engine);
+        api::ndMalloc(10);
+        api::ndCreateDoubleMatrix(2, 2, ndREAL)->setCustomDeleter([](void* block) {
+            api::ndFree(block); // looks for a list as well
+            found = matrix::internal::find_or_make_context() != nullptr;
+        });
+    }
+    engine.close();
+    EXPECT_FALSE(found);
+}
+
+} // namespace
+} // namespace test
