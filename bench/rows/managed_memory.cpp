@@ -43,9 +43,9 @@ std::vector<std::size_t> runs_of_neighbours(std::size_t count) {
 
 // Nanoseconds per free; making the blocks isn't timed.
 template <class Allocate, class Free>
-meter time_of_frees(std::size_t count, order order, Allocate allocate, Free free) {
+meter time_of_frees(std::size_t count, order in_order, Allocate allocate, Free free) {
     return [=](std::size_t repetitions) {
-        const std::vector<std::size_t> places = order(count);
+        const std::vector<std::size_t> places = in_order(count);
         std::vector<void*> blocks(count);
         double sum = 0;
         for (std::size_t i = 0; i < repetitions; ++i) {
@@ -58,12 +58,12 @@ meter time_of_frees(std::size_t count, order order, Allocate allocate, Free free
     };
 }
 
-row frees(const char* work, const char* size, std::size_t count, order order) {
+row frees(const char* work, const char* size, std::size_t count, order in_order) {
     return {.work = work,
             .size = size,
             .limit_name = heap_pair,
-            .libnd = time_of_frees(count, order, ndMalloc, ndFree),
-            .limit = time_of_frees(count, order, limit_heap_malloc, limit_heap_free),
+            .libnd = time_of_frees(count, in_order, ndMalloc, ndFree),
+            .limit = time_of_frees(count, in_order, limit_heap_malloc, limit_heap_free),
             .repetitions = 1,
             .conditions = inside};
 }
