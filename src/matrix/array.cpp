@@ -4,6 +4,7 @@
 #include "matrix/header_allocator.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/spare_headers.hpp"
 
 #include <foundation/core/except/exception.hpp>
 #include <foundation/core/mem/aligned_heap.hpp>
@@ -15,9 +16,15 @@ namespace matrix::internal {
 namespace {
 
 struct header_block_deleter {
-    void operator()(void* block) const noexcept { free_header_block(block); }
+    void operator()(void* block) const noexcept { give_header_back(static_cast<ndArray_tag*>(block)); }
 };
 using header_block = std::unique_ptr<void, header_block_deleter>;
+
+// Room for a header. Raises std::bad_alloc.
+void* allocate_header() {
+    void* const spare = take_spare_header();
+    return spare != nullptr ? spare : allocate_header_block(sizeof(ndArray_tag));
+}
 
 } // namespace
 
@@ -32,7 +39,7 @@ void* allocate_data(std::size_t bytes, DataInitialization init) {
 void free_data(void* block) noexcept { foundation::core::mem::aligned_heap_instance().free(block); }
 
 array_ptr header_factory::make_blank() {
-    auto* array = new (allocate_header_block(sizeof(ndArray_tag))) ndArray_tag;
+    auto* array = new (allocate_header()) ndArray_tag;
     start(array, ndUNKNOWN_CLASS, 0, 0, flag_inline_dims);
     array->pdata = nullptr;
     return array_ptr(array);
@@ -40,7 +47,7 @@ array_ptr header_factory::make_blank() {
 
 array_ptr header_factory::make(NdArrayTypeId code, dims_view dims, std::size_t bytes,
                                DataInitialization init) {
-    header_block block(allocate_header_block(sizeof(ndArray_tag)));
+    header_block block(allocate_header());
     auto* array = new (block.get()) ndArray_tag(code, dims, bytes, init);
     block.release();
     return array_ptr(array);
@@ -48,7 +55,7 @@ array_ptr header_factory::make(NdArrayTypeId code, dims_view dims, std::size_t b
 
 ndArray_tag* header_factory::make_matrix(NdArrayTypeId code, std::size_t m, std::size_t n, std::size_t bytes,
                                          DataInitialization init) {
-    header_block block(allocate_header_block(sizeof(ndArray_tag)));
+    header_block block(allocate_header());
     void* const data = allocate_data(bytes, init);
     auto* array = new (block.release()) ndArray_tag;
     start(array, class_of(code), m, n, flags_of_matrix(code, m * n));

@@ -6,8 +6,10 @@
 
 #include "matrix/destroy.hpp"
 #include "matrix/gc_list.hpp"
+#include "matrix/header_allocator.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/spare_headers.hpp"
 
 #include <foundation/core/diag/diag.hpp>
 #include <foundation/core/mem/aligned_heap.hpp>
@@ -21,6 +23,7 @@
 namespace matrix::internal {
 
 constinit thread_local ArrayCache the_cache{};
+constinit thread_local SpareHeaders the_spare_headers{};
 constinit bool cache_enabled = false;
 
 namespace {
@@ -36,6 +39,20 @@ void empty_bins() noexcept {
     }
 }
 
+// Words that no living header holds, for whoever looks at one after its end.
+void poison_and_free(ndArray_tag* header) noexcept {
+    constexpr std::int32_t poisoned_class = 0x7FFFFFFF;
+    header->class_id = poisoned_class;
+    header->pdata = std::bit_cast<void*>(~std::uint64_t{0});
+    header->next = std::bit_cast<ndArray_tag*>(~std::uint64_t{0});
+    free_header_block(header);
+}
+
+// Behind the bins, whose headers may have become spare.
+void free_spare_headers() noexcept {
+    while (ndArray_tag* const header = detail::unlink_spare_header()) poison_and_free(header);
+}
+
 void set_limits(std::uint64_t (*limit_of)(std::size_t)) noexcept {
     for (std::size_t i = 0; i < bin_count; ++i) the_cache.bins[i].max_count = limit_of(i);
 }
@@ -45,7 +62,9 @@ struct exit_cleanup {
     bool registered = false;
     ~exit_cleanup() {
         empty_bins();
+        free_spare_headers();
         set_limits([](std::size_t) { return std::uint64_t{0}; });
+        the_spare_headers.max_count = 0;
         the_cache.stage = ArrayCache::state::ended;
     }
 };
@@ -60,6 +79,7 @@ thread_local exit_cleanup cleanup;
         "cause performance regressions on Windows.");
     cleanup.registered = true; // the first touch makes the object whose destructor runs at thread exit
     set_limits([](std::size_t bin) { return bin_limits[bin]; });
+    the_spare_headers.max_count = most_spare_headers;
     the_cache.stage = ArrayCache::state::built;
 }
 
@@ -110,6 +130,12 @@ void recycle_pair(ndArray_tag* array) noexcept {
     detail::link_pair(cache->bins[bin_number_of(array)], array);
 }
 
+void give_header_back_slowly(ndArray_tag* header) noexcept {
+    if (cache_enabled && usable_cache() != nullptr && the_spare_headers.count < the_spare_headers.max_count)
+        return detail::link_spare_header(header);
+    poison_and_free(header);
+}
+
 } // namespace matrix::internal
 
 namespace matrix::cache {
@@ -121,6 +147,7 @@ void setEnabled(bool enabled) { internal::cache_enabled = enabled; }
 void clear() {
     if (internal::ArrayCache* const cache = internal::usable_cache()) {
         internal::empty_bins();
+        internal::free_spare_headers();
         cache->counters = {};
     }
 }

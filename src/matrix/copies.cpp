@@ -6,6 +6,7 @@
 #include "matrix/replace.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/spare_headers.hpp"
 
 #include <nd/share.hpp>
 
@@ -23,6 +24,44 @@ namespace {
 ndArray_tag* shared_data_copy(const ndArray_tag* array) {
     if (header_owners(array) == 1 && !has_shared_data(array)) bring_data_up_to_date(array);
     return share(array, ndTEMPORARY_SCOPE).release();
+}
+
+[[gnu::noinline]] ndArray_tag* shared_data_copy_slowly(const ndArray_tag* array) {
+    if (has_unshareable_data(array)) [[unlikely]]
+        return matrix::detail::do_shared_copy(array).release(); // ends the process
+    return framed([=] { return shared_data_copy(array); });
+}
+
+[[gnu::noinline, gnu::cold]] ndArray_tag* shared_data_copy_without(ndArray_tag* header,
+                                                                   const ndArray_tag* array) {
+    give_header_back(header);
+    return shared_data_copy_slowly(array);
+}
+
+// A plain array of two dimensions whose block has a record already, and no separate view to bring up to date. While others
+// share the block the view is theirs too, and stays as it is.
+bool shares_at_once(const ndArray_tag* array) noexcept {
+    constexpr std::uint32_t tested = flags_of_long_sharing | flag_share_data_private | flag_inline_dims;
+    if ((array->flags & tested) != flag_inline_dims || !has_plain_elements(array->class_id)) return false;
+    const ::share_record* const record = array->share_record;
+    if (record == nullptr || array->pdata == nullptr) return false;
+    return record->count.load(std::memory_order_acquire) > 1 || record->scData == nullptr;
+}
+
+[[gnu::always_inline]] inline void start_sharer(const ndArray_tag* array, ndArray_tag* copy) noexcept {
+    constexpr std::uint32_t copied = ~flags_lost_by_copy | flag_cached_header | flag_bin_mask;
+    header_factory::start(copy, array->class_id, array->m_or_dims, array->n_or_ndims,
+                          (array->flags & copied) | flag_shared_data);
+    copy->pdata = array->pdata;
+    copy->share_record = array->share_record;
+}
+
+[[gnu::always_inline]] inline void join_at_once(ndArray_tag* array) noexcept {
+    // A store that changes nothing would still hold up the next copy.
+    const std::uint32_t flags = (array->flags & ~flag_reusable) | flag_shared_data;
+    if (flags != array->flags) [[unlikely]]
+        array->flags = flags;
+    array->share_record->count.fetch_add(1, std::memory_order_relaxed);
 }
 
 // The array's data belong to the copy alone from now on.
@@ -45,9 +84,15 @@ using namespace internal;
 
 ndArray_tag* ndCreateSharedDataCopy(const ndArray_tag* array) {
     if (array == nullptr) return nullptr;
-    if (has_unshareable_data(array)) [[unlikely]]
-        return do_shared_copy(array).release(); // ends the process
-    return framed([=] { return shared_data_copy(array); });
+    if (!shares_at_once(array)) return shared_data_copy_slowly(array);
+    ndArray_tag* const copy = take_spare_header();
+    if (copy == nullptr) [[unlikely]]
+        return shared_data_copy_slowly(array);
+    start_sharer(array, copy);
+    if (the_module.array_lists && !make_temporary_at_once(copy)) [[unlikely]]
+        return shared_data_copy_without(copy, array);
+    join_at_once(const_cast<ndArray_tag*>(array));
+    return copy;
 }
 
 ndArray_tag* ndCreateDeepCopy(const ndArray_tag* array) {

@@ -23,11 +23,11 @@
 #include "matrix/empty_header.hpp"
 #include "matrix/field_names.hpp"
 #include "matrix/gc_list.hpp"
-#include "matrix/header_allocator.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/scope.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/spare_headers.hpp"
 
 #include <foundation/log/logger.hpp>
 
@@ -36,15 +36,6 @@
 
 namespace matrix::internal {
 namespace {
-
-constexpr std::int32_t poisoned_class = 0x7FFFFFFF;
-
-void poison_and_free(ndArray_tag* array) noexcept {
-    array->class_id = poisoned_class;
-    array->pdata = std::bit_cast<void*>(~std::uint64_t{0});
-    array->next = std::bit_cast<ndArray_tag*>(~std::uint64_t{0});
-    free_header_block(array);
-}
 
 // Dimensions, share record and blocks. The words that pointed to them are stale then.
 void release_blocks(ndArray_tag* array) noexcept {
@@ -69,7 +60,7 @@ void release_blocks(ndArray_tag* array) noexcept {
 void finish_header(ndArray_tag* array) noexcept {
     array->scope = ndUNKNOWN_SCOPE;
     release_blocks(array);
-    poison_and_free(array);
+    give_header_back(array);
 }
 
 namespace {
@@ -223,7 +214,7 @@ void finish_plain(ndArray_tag* array) noexcept {
     array->scope = ndUNKNOWN_SCOPE;
     array->parent = nullptr;
     free_data(array->pdata);
-    poison_and_free(array);
+    give_header_back(array);
 }
 
 // The short ways out of destroyArray that end_array() would find as well, but later. Each is a function of its own, so that
@@ -233,11 +224,22 @@ void finish_plain(ndArray_tag* array) noexcept {
     end_array(array);
 }
 
+[[gnu::noinline]] void end_sharer(ndArray_tag* array) noexcept {
+    if (!leave_record_at_once(array)) return end_array(array);
+    array->scope = ndUNKNOWN_SCOPE;
+    give_header_back(array);
+}
+
+[[gnu::always_inline]] inline void end_outside_bins(ndArray_tag* array) noexcept {
+    if ((array->flags & flag_shared_data) != 0) return end_sharer(array);
+    end_plain(array);
+}
+
 [[gnu::noinline]] void end_listed(ndArray_tag* array) noexcept {
     if (!leave_list_in_order(array)) leave_array_list(array);
     array->scope = ndLOCAL_SCOPE;
     if (fits_its_bin(array)) return recycle_whole_pair(array);
-    end_plain(array);
+    end_outside_bins(array);
 }
 
 [[gnu::noinline]] void end_temporary(ndArray_tag* array) noexcept {
@@ -245,7 +247,7 @@ void finish_plain(ndArray_tag* array) noexcept {
     if (fits_its_bin(array)) [[likely]]
         return recycle_whole_pair(array);
     array->scope = ndLOCAL_SCOPE;
-    end_plain(array);
+    end_outside_bins(array);
 }
 
 // One owner lets go. In line in each entry point that does this: a whole pair then needs no further call.
@@ -259,7 +261,7 @@ void finish_plain(ndArray_tag* array) noexcept {
     } else if (fits_its_bin(array)) [[likely]] {
         recycle_whole_pair(array);
     } else {
-        end_plain(array);
+        end_outside_bins(array);
     }
 }
 

@@ -9,8 +9,12 @@
 // the others; they are all used by one thread.
 #pragma once
 
+#include "matrix/class_table.hpp"
+
 #include <nd/array.hpp>
 #include <nd/create.hpp>
+
+#include <atomic>
 
 #include <memory>
 
@@ -41,6 +45,24 @@ void begin_own_data(ndArray_tag* array, bool with_record);
 /// Leaves the record of an array whose data are shared. True: others go on with it, and the array has neither record nor
 /// hint. False: another thread has left meanwhile and the array was the last: it keeps record and block.
 bool leave_record(ndArray_tag* array) noexcept;
+
+/// What makes sharing more than a matter of one header and one count.
+inline constexpr std::uint32_t flags_of_long_sharing =
+    flag_sparse | flags_data_not_owned | flag_on_collection_list | flag_single_threaded_sharing;
+
+/// leave_record() for the end of a plain header with shared data, which then owns nothing. False when it was the last or there
+/// is more to do: nothing has changed then.
+[[gnu::always_inline]] inline bool leave_record_at_once(ndArray_tag* array) noexcept {
+    constexpr std::uint32_t tested = flags_of_long_sharing | flag_inline_dims;
+    if ((array->flags & tested) != flag_inline_dims || !has_plain_elements(array->class_id) ||
+        array->dims32 != nullptr || array->root_record != nullptr)
+        return false;
+    std::atomic<std::uint32_t>& count = array->share_record->count;
+    if (count.fetch_sub(1, std::memory_order_acq_rel) > 1) [[likely]]
+        return true;
+    count.store(1, std::memory_order_release);
+    return false;
+}
 
 /// Asked when the last owner of a header goes: may this header free its block? When others still use it or only lent it,
 /// the answer is no and the header holds no data any more.
