@@ -195,8 +195,8 @@ class Outputs(ToolTest):
     def test_every_class_is_shown_or_told(self):
         result = self.behave("results_of_classes", "--nlhs", 5)
         self.check(result, 0)
-        for line in ("output 1: 1x2 int64", "  1  0  -9223372036854775808", "output 2: 1x2 logical", "output 3: 1x2 cell",
-                     "output 4: 1x2 char", "output 5: 1x2 single"):
+        for line in ("output 1: 1x2 int64", "  1  0  -9223372036854775808", "output 2: 1x2 logical",
+                     "output 3: 1x2 cell\n  {1}: empty\n  {2}: empty", "output 4: 1x2 char '\\x00\\x00'", "output 5: 1x2 single"):
             self.assertIn(line + "\n", result.stdout.decode())
 
     def test_what_cannot_be_written(self):

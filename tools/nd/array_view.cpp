@@ -1,5 +1,8 @@
 #include "array_view.hpp"
 
+#include "quoted_text.hpp"
+
+#include <nd/class_access.hpp>
 #include <nd/nd.h>
 
 #include <array>
@@ -9,17 +12,30 @@ namespace nd_host {
 
 namespace {
 
-// One element of type T, widened to Wide. memcpy, since nothing promises that an addon aligned its block.
-template <class T, class Wide>
-number read_element(const void* data, std::size_t index) {
+namespace nd_array_api = matrix::detail::noninlined::nd_array_api;
+
+// One element. memcpy, since nothing promises that an addon aligned its block.
+template <class T>
+T read_raw(const void* data, std::size_t index) {
     T value;
     std::memcpy(&value, static_cast<const unsigned char*>(data) + index * sizeof(T), sizeof(T));
-    return static_cast<Wide>(value);
+    return value;
+}
+
+template <class T, class Wide>
+number read_element(const void* data, std::size_t index) {
+    return static_cast<Wide>(read_raw<T>(data, index));
 }
 
 std::vector<std::size_t> dims_of(const ndArray_tag& array) {
     const kvSize* first = ndGetDimensions(&array);
     return {first, first + ndGetNumberOfDimensions(&array)};
+}
+
+std::string class_name_of(const ndArray_tag& array) {
+    const std::string name = ndGetClassName(&array);
+    return name.empty() ? nd_array_api::ndArrayClassIDName(nd_array_api::ndGetArrayType(&array))
+                        : printable(name);
 }
 
 } // namespace
@@ -55,8 +71,15 @@ array_view::reader array_view::reader_of(const ndArray_tag& array) noexcept {
     return readable ? table[static_cast<std::size_t>(array.class_id)] : nullptr;
 }
 
-bool array_view::has_numbers() const noexcept {
-    return read_ != nullptr && (array_.pdata != nullptr || rows() == 0 || columns() == 0);
+bool array_view::has_elements_in_place() const noexcept {
+    return array_.pdata != nullptr || rows() == 0 || columns() == 0;
+}
+
+bool array_view::has_numbers() const noexcept { return read_ != nullptr && has_elements_in_place(); }
+
+bool array_view::has_text() const noexcept {
+    return array_.class_id == ndCHAR_CLASS && (array_.flags & matrix::flag_colon_object) == 0 &&
+           has_elements_in_place();
 }
 
 std::string array_view::description() const {
@@ -70,7 +93,7 @@ std::string array_view::description() const {
     if ((array_.flags & matrix::flag_sparse) != 0) {
         text += " sparse";
     }
-    return text + " " + ndGetClassName(&array_);
+    return text + " " + class_name_of(array_);
 }
 
 number array_view::real(std::size_t row, std::size_t column) const noexcept {
@@ -80,6 +103,10 @@ number array_view::real(std::size_t row, std::size_t column) const noexcept {
 
 number array_view::imaginary(std::size_t row, std::size_t column) const noexcept {
     return read_(array_.pdata, 2 * (column * rows() + row) + 1);
+}
+
+char16_t array_view::unit(std::size_t row, std::size_t column) const noexcept {
+    return read_raw<char16_t>(array_.pdata, column * rows() + row);
 }
 
 } // namespace nd_host

@@ -23,11 +23,14 @@ class array_view {
 public:
     explicit array_view(const ndArray_tag& array);
 
-    /// Shape and class as one reads them aloud: "12x3 double", "1x1 complex single".
+    /// Shape and class as one reads them aloud: "12x3 double", "1x1 complex single". An object without a class name is an "object".
     std::string description() const;
 
     /// Whether the elements are numbers that this view can read: full, and numeric or logical. An array without elements counts.
     bool has_numbers() const noexcept;
+
+    /// Whether the elements are UTF-16 units of text. An array without elements counts.
+    bool has_text() const noexcept;
 
     bool is_complex() const noexcept { return complex_; }
     std::size_t rows() const noexcept { return dims_[0]; }
@@ -40,9 +43,13 @@ public:
     /// The imaginary part; needs is_complex() too.
     number imaginary(std::size_t row, std::size_t column) const noexcept;
 
+    /// The unit; needs has_text() and such indices.
+    char16_t unit(std::size_t row, std::size_t column) const noexcept;
+
 private:
     using reader = number (*)(const void* data, std::size_t index);
     static reader reader_of(const ndArray_tag& array) noexcept;
+    bool has_elements_in_place() const noexcept;
 
     const ndArray_tag& array_;
     reader read_;

@@ -6,6 +6,7 @@
 #include "forgotten_report.hpp"
 #include "inputs.hpp"
 #include "table_printer.hpp"
+#include "tree_printer.hpp"
 
 #include <cstdio>
 #include <sstream>
@@ -61,7 +62,8 @@ void write_result(const call_options& options, std::size_t index, const ndArray_
     const std::string title = "output " + std::to_string(index + 1);
     const auto names = column_names(options, index, view);
     if (index >= options.outputs.size()) {
-        write_text("-", table_text(title, view, names, options.whole));
+        write_text("-", view.has_numbers() ? table_text(title, view, names, options.whole)
+                                           : tree_text(title, array, options.whole));
     } else if (view.has_numbers()) {
         write_text(options.outputs[index], csv_text(view, names));
     } else {
@@ -79,7 +81,7 @@ void run_call(const call_options& options) {
     const addon function(options.addon, options.entry);
     start_library(static_cast<matrix::Mode>(options.mode));
     engine_session session;
-    const auto inputs = read_inputs(options.inputs);
+    const auto inputs = read_inputs(options.inputs, options.form);
     const auto results = session.call(function, options.nlhs, inputs, report);
     for (std::size_t i = 0; i < results.size(); ++i) {
         write_result(options, i, *results[i]);

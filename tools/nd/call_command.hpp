@@ -5,6 +5,7 @@
 #define ND_TOOLS_CALL_COMMAND_HPP
 
 #include "addon.hpp"
+#include "inputs.hpp"
 
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ struct call_options {
     std::vector<std::string>
         outputs; ///< files, "-" for standard output; the k-th takes result k, the rest is printed
     std::vector<std::string> columns; ///< names "a,b,c"; the k-th list is for the columns of result k
+    csv_form form = csv_form::matrix; ///< what CSV files among the inputs become
     int nlhs = 1;
     int mode = 1;
     bool whole = false;  ///< print long results and reports whole

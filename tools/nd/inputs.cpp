@@ -1,6 +1,8 @@
 #include "inputs.hpp"
 
+#include "column_names.hpp"
 #include "csv_reader.hpp"
+#include "failure.hpp"
 
 #include <array>
 
@@ -8,11 +10,13 @@ namespace nd_host {
 
 namespace {
 
-// A file has its rows one after another, an array its columns.
-matrix::array_ptr array_of(const csv_table& table) {
-    matrix::array_ptr array = matrix::create(std::array{table.rows, table.columns}, ndDOUBLE_CLASS, ndREAL);
+namespace nd_array_api = matrix::detail::noninlined::nd_array_api;
+
+// Columns first to first + count - 1. A file has its rows one after another, an array its columns.
+matrix::array_ptr columns_of(const csv_table& table, std::size_t first, std::size_t count) {
+    matrix::array_ptr array = matrix::create(std::array{table.rows, count}, ndDOUBLE_CLASS, ndREAL);
     auto* element = static_cast<double*>(array->pdata);
-    for (std::size_t column = 0; column < table.columns; ++column) {
+    for (std::size_t column = first; column < first + count; ++column) {
         for (std::size_t row = 0; row < table.rows; ++row) {
             *element++ = table.values[row * table.columns + column];
         }
@@ -20,20 +24,40 @@ matrix::array_ptr array_of(const csv_table& table) {
     return array;
 }
 
-matrix::array_ptr read_input(const std::string& word) {
-    if (const auto value = parse_number(word)) {
-        return array_of({{}, 1, 1, {*value}});
+matrix::array_ptr struct_of(const csv_table& table, const std::string& source) {
+    if (table.names.empty()) {
+        throw failure(exit_status::bad_input,
+                      source + ": the first line has no names of columns to make a struct of");
     }
-    return array_of(read_csv(word));
+    const std::vector<std::string> names = field_names(table.names);
+    std::vector<const char*> fields;
+    for (const std::string& name : names) {
+        fields.push_back(name.c_str());
+    }
+    matrix::array_ptr result = matrix::detail::do_create_struct(std::array<std::size_t, 2>{1, 1}, fields);
+    for (std::size_t column = 0; column < table.columns; ++column) {
+        matrix::array_ptr values = columns_of(table, column, 1);
+        nd_array_api::ndSetFieldByNumber(result.get(), 0, static_cast<int>(column), values.get());
+        values.release(); // the struct's from here on
+    }
+    return result;
+}
+
+matrix::array_ptr read_input(const std::string& word, csv_form form) {
+    if (const auto value = parse_number(word)) {
+        return columns_of({{}, 1, 1, {*value}}, 0, 1);
+    }
+    const csv_table table = read_csv(word);
+    return form == csv_form::matrix ? columns_of(table, 0, table.columns) : struct_of(table, word);
 }
 
 } // namespace
 
-std::vector<matrix::array_ptr> read_inputs(const std::vector<std::string>& words) {
+std::vector<matrix::array_ptr> read_inputs(const std::vector<std::string>& words, csv_form form) {
     std::vector<matrix::array_ptr> arrays;
     arrays.reserve(words.size());
     for (const std::string& word : words) {
-        arrays.push_back(read_input(word));
+        arrays.push_back(read_input(word, form));
     }
     return arrays;
 }

@@ -1,5 +1,5 @@
 /*
- * What stands on the command line as INPUT becomes an array: a number a 1x1 double, anything else the matrix of a CSV file.
+ * What stands on the command line as INPUT becomes an array: a number a 1x1 double, anything else what a CSV file holds.
  */
 #ifndef ND_TOOLS_INPUTS_HPP
 #define ND_TOOLS_INPUTS_HPP
@@ -11,8 +11,15 @@
 
 namespace nd_host {
 
-/// One array for each word, in their order. Raises failure(bad_input) and what creating an array raises.
-std::vector<matrix::array_ptr> read_inputs(const std::vector<std::string>& words);
+/// What a CSV file becomes.
+enum class csv_form {
+    matrix, ///< rows by columns, double; names of columns are left out
+    struct_of_columns ///< a 1x1 struct with a field for each column, rows by 1, double; column_names.hpp has the fields' names
+};
+
+/// One array for each word, in their order. Raises failure(bad_input), also for a file without names of which a struct is
+/// wanted, and what creating an array raises.
+std::vector<matrix::array_ptr> read_inputs(const std::vector<std::string>& words, csv_form form);
 
 } // namespace nd_host
 

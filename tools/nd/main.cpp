@@ -38,6 +38,9 @@ void add_call(CLI::App& app, nd_host::call_options& options) {
         ->expected(1)
         ->allow_extra_args(false)
         ->take_all();
+    call->add_flag_callback(
+        "--struct", [&options] { options.form = nd_host::csv_form::struct_of_columns; },
+        "give each CSV file as a struct, a column of doubles for each name in its first line");
     call->add_flag("--report", options.report,
                    "tell on standard error which arrays and memory the addon forgot");
     call->add_flag("--all", options.whole, "print long results and reports whole");

@@ -1,12 +1,9 @@
 #include "table_printer.hpp"
 
+#include "number_format.hpp"
+#include "shown_range.hpp"
+
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <limits>
-#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -14,108 +11,9 @@ namespace nd_host {
 
 namespace {
 
-constexpr std::size_t gap = std::numeric_limits<std::size_t>::max(); // stands for what was left out
-
-// How much of a long dimension is shown: everything up to limit, else the first head and the last tail of it.
-struct cut {
-    std::size_t limit;
-    std::size_t head;
-    std::size_t tail;
-};
 constexpr cut row_cut{40, 20, 5};
 constexpr cut column_cut{12, 9, 2};
 constexpr cut page_cut{6, 4, 1};
-
-std::vector<std::size_t> shown_indices(std::size_t count, const cut& how, bool whole) {
-    std::vector<std::size_t> shown;
-    const bool all = whole || count <= how.limit;
-    for (std::size_t i = 0; i < (all ? count : how.head); ++i) {
-        shown.push_back(i);
-    }
-    if (all) {
-        return shown;
-    }
-    shown.push_back(gap);
-    for (std::size_t i = count - how.tail; i < count; ++i) {
-        shown.push_back(i);
-    }
-    return shown;
-}
-
-template <class... Args>
-std::string formatted(const char* format, Args... args) {
-    std::array<char, 400> text{}; // the largest double has 309 digits before its point
-    const int length = std::snprintf(text.data(), text.size(), format, args...);
-    return {text.data(), static_cast<std::size_t>(length)};
-}
-
-// How the floating-point numbers of one column are written.
-struct float_format {
-    bool scientific = false;
-    int decimals = 0;
-
-    std::string operator()(double value) const {
-        if (std::isnan(value)) {
-            return "NaN";
-        }
-        if (std::isinf(value)) {
-            return value > 0 ? "Inf" : "-Inf";
-        }
-        return formatted(scientific ? "%.*e" : "%.*f", decimals, value);
-    }
-};
-
-constexpr float_format scientific_format{true, 5};
-
-bool is_short_integer(double value) { return value == std::floor(value) && std::fabs(value) < 1e15; }
-
-// The decimals that value needs when it is rounded to most of them; nothing when too much of it would be lost by that.
-std::optional<int> decimals_needed(double value, int most) {
-    std::string text = formatted("%.*f", most, value);
-    if (std::fabs(std::strtod(text.c_str(), nullptr) - value) > 0.005 * std::fabs(value)) {
-        return std::nullopt;
-    }
-    const std::size_t point = text.find('.');
-    return point == std::string::npos ? 0 : static_cast<int>(text.find_last_not_of('0') - point);
-}
-
-float_format format_for(std::vector<double> values) {
-    values.erase(std::remove_if(values.begin(), values.end(), [](double v) { return !std::isfinite(v); }),
-                 values.end());
-    if (std::all_of(values.begin(), values.end(), is_short_integer)) {
-        return {};
-    }
-    double largest = 0;
-    for (const double value : values) {
-        largest = std::max(largest, std::fabs(value));
-    }
-    if (largest < 1e-4 || largest >= 1e10) {
-        return scientific_format;
-    }
-    const int most = std::max(0, 5 - static_cast<int>(std::floor(std::log10(largest))));
-    float_format format;
-    for (const double value : values) {
-        const auto decimals = decimals_needed(value, most);
-        if (!decimals) {
-            return scientific_format;
-        }
-        format.decimals = std::max(format.decimals, *decimals);
-    }
-    return format;
-}
-
-std::string number_text(const number& value, const float_format& format) {
-    if (const auto* wide = std::get_if<double>(&value)) {
-        return format(*wide);
-    }
-    if (const auto* narrow = std::get_if<float>(&value)) {
-        return format(static_cast<double>(*narrow));
-    }
-    if (const auto* integer = std::get_if<std::int64_t>(&value)) {
-        return std::to_string(*integer);
-    }
-    return std::to_string(std::get<std::uint64_t>(value));
-}
 
 void collect_float(std::vector<double>& values, const number& value) {
     if (const auto* wide = std::get_if<double>(&value)) {
@@ -146,12 +44,7 @@ text_column cells_of(const array_view& array, std::size_t column, const std::vec
             cells.emplace_back();
             continue;
         }
-        std::string cell = number_text(array.real(row, column), format);
-        if (array.is_complex()) {
-            const std::string part = number_text(array.imaginary(row, column), format);
-            cell += (part.front() == '-' ? "" : "+") + part + "i";
-        }
-        cells.push_back(std::move(cell));
+        cells.push_back(element_text(array, row, column, format));
     }
     return cells;
 }
@@ -226,7 +119,7 @@ std::string page_name(const std::vector<std::size_t>& dims, std::size_t page) {
 std::string table_text(const std::string& title, const array_view& array,
                        const std::vector<std::string>& names, bool whole) {
     std::string out = title + ": " + array.description() + "\n";
-    if (!array.has_numbers() || array.rows() == 0 || array.columns() == 0) {
+    if (array.rows() == 0 || array.columns() == 0) {
         return out;
     }
     const std::size_t page_columns = array.dims()[1];
