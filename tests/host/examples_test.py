@@ -66,6 +66,37 @@ class Examples(ToolTest):
             with self.subTest(content):
                 self.check(self.call(addon("co2_seasons"), self.file("x.csv", content)), OUTPUTS, "output 1 was not set")
 
+    def test_quake_depths(self):
+        rows = read("quakes.csv")
+        lines = ["output 1: 1x1 struct"]
+        for name, low, high in (("shallow", -1, 70), ("intermediate", 70, 300), ("deep", 300, 700)):
+            found = [row for row in rows if low < row[2] <= high]
+            strongest = max(found, key=lambda row: row[3])  # the first of several
+            place = " ".join(f"{float(x):g}" for x in strongest[:2])
+            lines += [f"  {name}: 1x1 struct", f"    range: 1x2 double [{max(low, 0)} {high}]", f"    quakes: 1x1 double {len(found)}",
+                      f"    mag: 1x2 double [{float(min(row[3] for row in found)):g} {float(strongest[3]):g}]",
+                      f"    place: 1x2 double [{place}]"]
+        result = self.call(addon("quake_depths"), "--struct", DATA / "quakes.csv")
+        self.check(result, 0)
+        self.assertEqual(result.stdout.decode().splitlines(), lines)
+
+    def test_quake_depths_leaves_out_what_is_not_known(self):
+        for content, wanted in (
+            ("mag,depth\n4,70\nNA,5\n5,NA\n", ("1x1 double 1", "1x2 double [4 4]", "0x0 double")),
+            ("mag,depth,lat,long\n", ("1x1 double 0", "0x0 double", "0x0 double")),
+            ("mag,depth,lat,long\n4,0,-1,2\n4,1,-3,4\n", ("1x1 double 2", "1x2 double [4 4]", "1x2 double [-1 2]")),
+        ):
+            with self.subTest(content):
+                result = self.call(addon("quake_depths"), "--struct", self.file("x.csv", content))
+                self.check(result, 0)
+                shallow = [line.split(": ")[1] for line in result.stdout.decode().splitlines()[3:6]]
+                self.assertEqual(tuple(shallow), wanted)
+
+    def test_quake_depths_puts_out_nothing_for_what_is_no_table_of_quakes(self):
+        for arguments in ([DATA / "quakes.csv"], [5], ["--struct", DATA / "co2.csv"], []):
+            with self.subTest(arguments):
+                self.check(self.call(addon("quake_depths"), *arguments), OUTPUTS, "output 1 was not set")
+
     def test_quake_rings(self):
         latitude, longitude, width = -17.8, 178.0, 250.0
 
