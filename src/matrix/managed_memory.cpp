@@ -6,6 +6,7 @@
 #include "matrix/alloc_list.hpp"
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
+#include "matrix/library_context.hpp"
 
 #include <nd/errors.hpp>
 #include <nd/memory.hpp>
@@ -26,13 +27,24 @@ const foundation::core::mem::aligned_heap& heap() noexcept {
     return foundation::core::mem::aligned_heap_instance();
 }
 
+// The short ways onto the list and off it: false when there is more to do, and nothing is done then.
+[[gnu::always_inline]] inline bool list_at_once(void* block) noexcept {
+    MatrixLibraryContext* const context = find_context();
+    return context != nullptr && context->alloc_list.add_at_once(block);
+}
+
+[[gnu::always_inline]] inline bool unlist_at_once(void* block) noexcept {
+    MatrixLibraryContext* const context = find_context();
+    return context != nullptr && context->alloc_list.remove_at_once(block);
+}
+
 [[gnu::noinline, gnu::cold]] void* out_of_memory() {
     if (errors_leave_as_exceptions()) ndErrMsgId(TARVEL::legacy_two_part::nomem());
     return nullptr;
 }
 
 // A block that the list has no room for is given back: an untracked block would leak with its owner.
-void* listed(void* block) {
+[[gnu::noinline]] void* listed_slowly(void* block) {
     try {
         add_to_alloc_list(block);
         return block;
@@ -40,6 +52,15 @@ void* listed(void* block) {
         heap().free(block);
         return out_of_memory();
     }
+}
+
+[[gnu::always_inline]] inline void* listed(void* block) {
+    return !the_module.alloc_lists || list_at_once(block) ? block : listed_slowly(block);
+}
+
+[[gnu::noinline]] void free_slowly(void* block) noexcept {
+    removeFromAllocList(block);
+    free_data(block);
 }
 
 bool list_has_room() noexcept {
@@ -114,7 +135,7 @@ void ndFreeEx(void* p) { free_data(p); }
 
 void ndFree(void* p) {
     if (p == nullptr) return;
-    removeFromAllocList(p);
+    if (the_module.alloc_lists && !unlist_at_once(p)) return free_slowly(p);
     free_data(p);
 }
 
