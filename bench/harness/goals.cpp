@@ -51,6 +51,9 @@ constexpr goal goals[] = {
     {"create_zero_resident", "1e6", 1.5},
     {"create_raw_resident", "1e6", 1.5},
 
+    {"duplicate", "1e6", 1.05},
+    {"destroy_cell", "1000of3x4", 1.3},
+
     {"field_by_string", "10", 1.25},
     {"field_by_interned_pointer", "10", 1.5},
     {"field_by_string", "200", 2},

@@ -15,6 +15,21 @@ meter timed(Operation operation) {
     };
 }
 
+// The operation alone, each time on what make has prepared.
+template <class Make, class Operation>
+meter timed_on(Make make, Operation operation) {
+    return [make, operation](std::size_t repetitions) {
+        double sum = 0;
+        for (std::size_t i = 0; i < repetitions; ++i) {
+            const auto subject = make();
+            const double begin = processor_time();
+            operation(subject);
+            sum += processor_time() - begin;
+        }
+        return sum;
+    };
+}
+
 // Each run in a child process of its own, so that its pages come from the system: what earlier runs freed is gone, unless
 // this process itself has kept some. Rows of this kind stand before those that could.
 template <class Operation>

@@ -6,6 +6,8 @@
 
 #include <oneapi/tbb/scalable_allocator.h>
 
+#include <cstring>
+
 namespace {
 
 const foundation::core::mem::aligned_heap& heap() noexcept {
@@ -17,6 +19,11 @@ const foundation::core::mem::aligned_heap& heap() noexcept {
 void* limit_heap_calloc(size_t bytes) { return heap().calloc(1, bytes); }
 
 void* limit_heap_malloc(size_t bytes) { return heap().malloc(bytes); }
+
+void* limit_heap_copy(const void* source, size_t bytes) {
+    void* const block = heap().malloc(bytes);
+    return block == nullptr ? nullptr : std::memcpy(block, source, bytes);
+}
 
 void limit_heap_free(void* block) { heap().free(block); }
 

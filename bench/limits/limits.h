@@ -42,6 +42,9 @@ LIMIT_EXPORT void* limit_heap_calloc(size_t bytes);
 LIMIT_EXPORT void* limit_heap_malloc(size_t bytes);
 LIMIT_EXPORT void limit_heap_free(void* block);
 
+/* malloc+memcpy of the heap: a fresh block with the bytes of source. */
+LIMIT_EXPORT void* limit_heap_copy(const void* source, size_t bytes);
+
 /* mmap+2MiB-pages: fresh pages from the system at each call, given back at each release. */
 LIMIT_EXPORT void* limit_map(size_t bytes);
 LIMIT_EXPORT void limit_unmap(void* block, size_t bytes);

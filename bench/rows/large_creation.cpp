@@ -6,6 +6,7 @@
 #include "rows/works.hpp"
 
 #include <algorithm>
+#include <memory>
 
 namespace bench {
 namespace {
@@ -53,6 +54,17 @@ void calloc_fill() {
 void heap_calloc() { limit_heap_free(limit_heap_calloc(bytes_of_million)); }
 void heap_malloc() { limit_heap_free(limit_heap_malloc(bytes_of_million)); }
 
+// A deep copy, beside the same bytes in a block of the heap.
+row duplicate() {
+    const std::shared_ptr<ndArray_tag> array(filled_million(), ndDestroyArray);
+    return {.work = "duplicate",
+            .size = "1e6",
+            .limit_name = "malloc+memcpy+free of the heap",
+            .libnd = timed([array] { ndDestroyArray(ndDuplicateArray(array.get())); }),
+            .limit = timed(
+                [array] { limit_heap_free(limit_heap_copy(ndGetDoubles(array.get()), bytes_of_million)); })};
+}
+
 constexpr const char* heap_calloc_name = "calloc+free of the heap";
 constexpr const char* heap_malloc_name = "malloc+free of the heap, no page touched";
 
@@ -86,6 +98,7 @@ row_list large_creation_rows() {
          .limit_name = "calloc+fill+free of the heap",
          .libnd = timed(create_zero_fill),
          .limit = timed(calloc_fill)},
+        duplicate(),
         {.work = "create_zero_faults",
          .size = "1e6",
          .limit_name = heap_calloc_name,

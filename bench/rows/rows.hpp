@@ -9,6 +9,7 @@ namespace bench {
 row_list call_rows();
 row_list small_creation_rows(); // arrays that the cache can hold
 row_list field_rows();          // values of structs by name and number
+row_list container_rows();      // cells with their elements
 row_list sharing_rows();        // shared copies
 row_list memory_rows();         // resident bytes per array
 row_list large_creation_rows(); // arrays that it can't

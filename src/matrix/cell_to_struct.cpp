@@ -156,9 +156,4 @@ ndArray_tag* ndCell2Struct(const ndArray_tag* cell, const ndArray_tag* names, st
     return internal::framed_creator([=] { return cell_to_struct(cell, names, dim); });
 }
 
-ndArray_tag* ndStruct2Cell(const ndArray_tag* array) {
-    if (!internal::is_struct_like(array->class_id)) return nullptr;
-    return internal::framed_creator([=] { return internal::struct_to_cell(array); });
-}
-
 } // namespace matrix::detail::noninlined::nd_array_api

@@ -58,6 +58,8 @@ bool is_class_by_class_system(const ndArray_tag* array, const char* name) {
 
 std::size_t count_colon_elements(const ndArray_tag* array) { return element_count(array); }
 
+array_ptr expand_colon_object(const ndArray_tag* /*array*/) { return nullptr; }
+
 array_ptr convert_opaque(const ndArray_tag* /*array*/, ndClassID /*target*/) { return nullptr; }
 
 void call_object_create_hook(ndArray_tag* array) {

@@ -44,6 +44,9 @@ bool is_class_by_class_system(const ndArray_tag* array, const char* name);
 /// How many elements the range of a colon object has.
 std::size_t count_colon_elements(const ndArray_tag* array);
 
+/// The elements of a colon object's range, in its class, as an array without the flag; null when the operands are all there is.
+array_ptr expand_colon_object(const ndArray_tag* array);
+
 /// The value of an opaque array in another class, as its own class makes it; null when that can't.
 array_ptr convert_opaque(const ndArray_tag* array, ndClassID target);
 

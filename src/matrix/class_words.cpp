@@ -9,6 +9,8 @@
 
 #include <nd/access.hpp>
 
+#include <utility>
+
 namespace matrix::detail::noninlined::nd_array_api {
 
 using namespace internal;
@@ -34,6 +36,34 @@ void store(ndArray_tag* array, Field object_info::*field, Field value) {
 void store_name(ndArray_tag* array, const char* name) {
     store(array, &object_info::class_name, name == nullptr ? nullptr : base_symtab_add(name));
 }
+
+// A struct on the way to an object: a struct again, with the words that it had, unless its hook lets it pass.
+class named_object {
+public:
+    named_object(ndArray_tag* array, const char* name)
+        : array_(array), had_record_(object_info_of(array) != nullptr), before_(info_of(array)) {
+        store_name(array, name);
+        array->class_id = ndOBJECT_CLASS;
+    }
+    ~named_object() {
+        if (array_ == nullptr) return;
+        array_->class_id = ndSTRUCT_CLASS;
+        if (had_record_) {
+            *object_info_of(array_) = before_;
+        } else {
+            free_object_info(std::exchange(array_->info_c, 0));
+        }
+    }
+    named_object(const named_object&) = delete;
+    named_object& operator=(const named_object&) = delete;
+
+    void commit() noexcept { array_ = nullptr; }
+
+private:
+    ndArray_tag* array_;
+    bool had_record_;
+    object_info before_;
+};
 
 // info_b of an opaque header.
 struct opaque_words {
@@ -64,13 +94,12 @@ void ndSetObjectCheckSum(ndArray_tag* array, std::uint32_t checkSum) {
 int ndSetClassName(ndArray_tag* array, const char* name) {
     if (array->class_id != ndSTRUCT_CLASS || name == nullptr) return 1;
     const bool named = framed([=] {
-        store_name(array, name);
+        named_object made(array, name);
+        call_object_create_hook(array);
+        made.commit();
         return true;
     });
-    if (!named) return 1;
-    array->class_id = ndOBJECT_CLASS;
-    call_object_create_hook(array);
-    return 0;
+    return named ? 0 : 1;
 }
 
 xxInfo* ndGetInfo(const ndArray_tag* array) { return std::bit_cast<xxInfo*>(array->info_a); }

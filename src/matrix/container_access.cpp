@@ -96,12 +96,15 @@ void ndRemoveField(ndArray_tag* array, int number) { remove_field(array, number)
 namespace published {
 namespace {
 
+// Dimensions can be set that the block doesn't have: what has no slots at all is seen here.
 bool has_slot(const ndArray_tag* array, kvIndex index) noexcept {
-    return array != nullptr && is_container_class(array->class_id) && index < slot_count(array);
+    return array != nullptr && is_container_class(array->class_id) && array->pdata != nullptr &&
+           index < slot_count(array);
 }
 
 bool has_element(const ndArray_tag* array, kvIndex index) noexcept {
-    return array != nullptr && is_struct_like(array->class_id) && index < element_count(array);
+    return array != nullptr && is_struct_like(array->class_id) && array->pdata != nullptr &&
+           index < element_count(array);
 }
 
 bool has_value(const ndArray_tag* array, kvIndex index, int number) noexcept {

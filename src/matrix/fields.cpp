@@ -45,9 +45,10 @@ void widen_slots(ndArray_tag* array, std::size_t old_fields) {
                       (old_fields + 1) * elements});
 }
 
-// The values of one field, each on the way from member to temporary. Gives them their scope back unless all have got there.
+// The values of one field, each on the way from member to temporary. Gives them their scopes back unless all have got there.
 // A value that others own as well may stand in another slot, and a list ends what stands on it whoever else owns it: such a value
-// stays a member. Only the slot's reference goes: to the caller where no lists are kept, and otherwise it is dropped.
+// stays a member. Only the slot's reference goes: to the caller where no lists are kept, and otherwise it is dropped. Where all
+// owners are slots of the field itself, the value is a temporary like any other, with the reference of one of them.
 class released_values {
 public:
     released_values(ndArray_tag* array, std::size_t field, std::size_t fields) noexcept
@@ -55,49 +56,64 @@ public:
           fields_(fields),
           elements_(slots_ == nullptr ? 0 : element_count(array)) {}
 
+    // Whatever can fail: the rest is drop_shared().
     void release() {
-        for (; done_ < elements_; ++done_) {
-            ndArray_tag* const value = at(done_);
-            if (value != nullptr && header_owners(value) == 1) set_scope(value, ndTEMPORARY_SCOPE);
+        for (std::size_t i = 0; i < elements_; ++i) {
+            ndArray_tag* const value = slots_[i * fields_];
+            if (value == nullptr) continue;
+            if (header_owners(value) == 1) {
+                make_temporary(value);
+            } else if (the_module.array_lists) {
+                shared_.push_back(value);
+            }
         }
+        release_those_of_this_field_alone();
+        complete_ = true;
     }
 
     // After release(), before the slots are closed up.
     void drop_shared() noexcept {
-        if (!the_module.array_lists) return;
-        for (std::size_t i = 0; i < elements_; ++i) {
-            ndArray_tag* const value = at(i);
-            if (value != nullptr && value->scope == ndMEMBER_SCOPE) drop(value);
+        for (ndArray_tag* const value : shared_) {
+            if (value != nullptr) destroyArray(value);
         }
     }
 
     ~released_values() {
-        if (done_ == elements_) return;
-        while (done_-- > 0) {
-            ndArray_tag* const value = at(done_);
-            if (value != nullptr && value->scope != ndMEMBER_SCOPE) set_scope(value, ndMEMBER_SCOPE);
-        }
+        if (complete_) return;
+        for (const auto& [value, scope] : changed_) set_scope(value, scope);
     }
 
 private:
-    ndArray_tag* at(std::size_t element) const noexcept { return slots_[element * fields_]; }
+    static constexpr std::size_t inline_values = 8;
 
-    // All other owners may have been slots of this field: the last of them leaves a temporary like any other.
-    static void drop(ndArray_tag* value) noexcept {
-        if (header_owners(value) == 1) {
-            try {
-                set_scope(value, ndTEMPORARY_SCOPE);
-                return;
-            } catch (const std::bad_alloc&) { // without a place on the list it ends now
+    struct change {
+        ndArray_tag* value;
+        ndVariableScope scope; // before
+    };
+
+    void make_temporary(ndArray_tag* value) {
+        changed_.push_back({value, static_cast<ndVariableScope>(value->scope)});
+        set_scope(value, ndTEMPORARY_SCOPE);
+    }
+
+    void release_those_of_this_field_alone() {
+        std::sort(shared_.begin(), shared_.end());
+        for (auto value = shared_.begin(); value != shared_.end();) {
+            const auto next = std::upper_bound(value, shared_.end(), *value);
+            if (header_owners(*value) == static_cast<std::uint64_t>(next - value)) {
+                make_temporary(*value);
+                *value = nullptr; // the reference that stays
             }
+            value = next;
         }
-        destroyArray(value);
     }
 
     ndArray_tag** slots_;
     std::size_t fields_;
     std::size_t elements_;
-    std::size_t done_ = 0;
+    boost::container::small_vector<change, inline_values> changed_;
+    boost::container::small_vector<ndArray_tag*, inline_values> shared_; // one for each slot
+    bool complete_ = false;
 };
 
 void close_gaps(ndArray_tag* array, std::size_t field, std::size_t fields) noexcept {

@@ -13,8 +13,11 @@
 #include "matrix/gc_list.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/scope.hpp"
+#include "matrix/sharing.hpp"
 
 #include <nd/module.hpp>
+
+#include <utility>
 
 namespace matrix::internal {
 namespace {
@@ -67,7 +70,6 @@ candidate admitted(ndArray_tag* container, ndArray_tag* given) {
     make_member(container, value);
     if (holds_references && value.get()->root_record != nullptr && !is_rooted_in(value.get(), container))
         add_root_container(value.get(), container);
-    note_link_on_gc_list(container, value.get());
     return value;
 }
 
@@ -85,6 +87,41 @@ candidate admitted_and_counted(ndArray_tag* container, ndArray_tag* given) {
     return value;
 }
 
+// What a slot stores for a value, whichever way it goes in: the collection list hears of the link before the slot has it.
+ndArray_tag* stored_for(ndArray_tag* container, ndArray_tag* given, bool counted) {
+    candidate value = counted ? admitted_and_counted(container, given) : admitted(container, given);
+    note_link_on_gc_list(container, value.get());
+    return value.release();
+}
+
+// The copy through which an element with other owners is released; none for null. Where it isn't taken the element is as before:
+// the mark that it was shared goes with the copy.
+class stand_in_copy {
+public:
+    explicit stand_in_copy(ndArray_tag* element)
+        : element_(element),
+          flags_(element == nullptr ? 0 : element->flags),
+          had_record_(element != nullptr && element->share_record != nullptr),
+          copy_(element == nullptr ? nullptr : share_or_copy(element)) {}
+    ~stand_in_copy() {
+        if (copy_ == nullptr) return;
+        copy_.reset();
+        if ((flags_ & flag_shared_data) != 0) return;
+        if (!had_record_) free_share_record(element_);
+        element_->flags = flags_;
+    }
+    stand_in_copy(const stand_in_copy&) = delete;
+    stand_in_copy& operator=(const stand_in_copy&) = delete;
+
+    array_ptr take() noexcept { return std::move(copy_); }
+
+private:
+    ndArray_tag* element_;
+    std::uint32_t flags_;
+    bool had_record_;
+    array_ptr copy_;
+};
+
 // Ends the slot's hold on a counted element. stand_in is there when others own the element too.
 void release_counted(ndArray_tag* element, array_ptr stand_in) {
     if (stand_in == nullptr) {
@@ -100,7 +137,7 @@ void release_counted(ndArray_tag* element, array_ptr stand_in) {
 
 void set_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* value) {
     ndArray_tag*& place = slots_of(container)[slot];
-    place = value == nullptr ? nullptr : admitted(container, value).release();
+    place = value == nullptr ? nullptr : stored_for(container, value, false);
 }
 
 void replace_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* value) {
@@ -108,16 +145,10 @@ void replace_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* value) 
     ndArray_tag* const old = place;
     if (old == value && (old == nullptr || !has_other_owners(old))) return;
     const bool old_is_counted = is_counted(container, old);
-    array_ptr stand_in = old_is_counted && has_other_owners(old) ? share_or_copy(old) : nullptr;
-    if (value == nullptr) {
-        place = nullptr;
-    } else if (is_counted(container, value)) {
-        place = admitted_and_counted(container, value).release();
-    } else {
-        place = admitted(container, value).release();
-    }
+    stand_in_copy stand_in(old_is_counted && has_other_owners(old) ? old : nullptr);
+    place = value == nullptr ? nullptr : stored_for(container, value, is_counted(container, value));
     if (old_is_counted) {
-        release_counted(old, std::move(stand_in));
+        release_counted(old, stand_in.take());
     } else {
         destroyArray(old);
     }
@@ -151,7 +182,7 @@ void set_copy_in_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* val
 
 void replace_copy_in_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* value) {
     if (value != nullptr && has_cycle_detection_contents(value)) {
-        array_ptr copy = share_or_copy(value);
+        array_ptr copy = copy_for(container, value);
         replace_slot(container, slot, copy.get());
         copy.release();
         return;

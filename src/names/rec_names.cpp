@@ -5,6 +5,7 @@
 #include <nd/names.hpp>
 
 #include <fl/i18n/message_catalog.hpp>
+#include <libbase/text.hpp>
 #include <nd/messages.hpp>
 #include <nd/warnings.hpp>
 
@@ -13,15 +14,6 @@
 
 namespace matrix::detail::noninlined::nd_array_api {
 namespace {
-
-constexpr bool isalpha_ascii(std::uint32_t unit) noexcept {
-    const std::uint32_t lower = unit | 0x20U;
-    return lower >= U'a' && lower <= U'z';
-}
-
-constexpr bool isalnum_ascii(std::uint32_t unit) noexcept {
-    return isalpha_ascii(unit) || (unit >= U'0' && unit <= U'9');
-}
 
 constexpr std::uint32_t code_unit(char c) noexcept { return static_cast<unsigned char>(c); }
 constexpr std::uint32_t code_unit(char16_t c) noexcept { return c; }

@@ -11,6 +11,7 @@
 #include <nd/messages.hpp>
 
 #include <array>
+#include <type_traits>
 
 namespace matrix::internal {
 namespace {
@@ -29,9 +30,22 @@ constexpr auto position_of_class = [] {
     return positions;
 }();
 
+// The rules' scalars are the elements of the class: as wide, of the same kind and with the same sign.
+template <class Scalar>
+constexpr bool is_scalar_of(ndClassID class_id) {
+    bool same = false;
+    with_element_type(class_id, [&]<class Row>(Row) {
+        using element = typename Row::type;
+        same = sizeof(Scalar) == sizeof(element) &&
+               std::is_floating_point_v<Scalar> == std::is_floating_point_v<element> &&
+               std::is_signed_v<Scalar> == std::is_signed_v<element>;
+    });
+    return same;
+}
+
 template <std::size_t... Position>
 constexpr bool scalars_agree(std::index_sequence<Position...>) {
-    return ((sizeof(scalar_at<Position>) == element_size(code_of(scalar_classes[Position], false))) && ...);
+    return (is_scalar_of<scalar_at<Position>>(scalar_classes[Position]) && ...);
 }
 static_assert(scalars_agree(std::make_index_sequence<scalar_class_count>()));
 

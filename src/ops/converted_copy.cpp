@@ -2,14 +2,14 @@
 //
 //   same class                  deep copy
 //   struct, object              to cell: the slots shared; object to struct: slots of its own over shared values
-//   opaque                      its class answers
+//   opaque                      its class system answers (class_hooks.hpp): none, while none is registered
 //   no scalars                  none: unknown, cell, void, function handle
-//   logical, char, numeric
+//   logical, char, numeric      a colon object is expanded first
 //     to struct and others      when the array has no elements: an empty array of that class
+//     sparse                    sparse_conversion.hpp
 //     to logical from zeros     a shared copy under another class name, where an element is a byte
 //       and ones
-//     sparse                    sparse_conversion.hpp
-//     full                      a new block and one loop over it
+//     other full arrays         a new block and one loop over it
 #include "ops/convert_buffer.hpp"
 #include "ops/sparse_conversion.hpp"
 
@@ -29,6 +29,7 @@
 #include <errors/raise.hpp>
 
 #include <nd/access.hpp>
+#include <nd/containers.hpp>
 #include <nd/convert.hpp>
 #include <nd/messages.hpp>
 
@@ -39,8 +40,8 @@ namespace matrix::internal {
 namespace {
 
 // What a converted copy keeps of the flags: whatever says nothing about class, shape, storage or block.
-constexpr std::uint32_t flags_kept = ~(flags_lost_by_copy | flag_scalar_double | flag_sparse |
-                                       flag_colon_object | flag_numeric | flag_complex | flag_inline_dims);
+constexpr std::uint32_t flags_kept =
+    ~(flags_lost_by_copy | flag_scalar_double | flag_sparse | flag_numeric | flag_complex | flag_inline_dims);
 
 [[gnu::noinline, gnu::cold, noreturn]] void raise_complex() {
     errors::raise<TARVEL::legacy_two_part::nologicalcomplex>();
@@ -65,7 +66,6 @@ bool are_zeros_and_ones(const std::uint8_t* bytes, std::size_t count) noexcept {
 bool can_pass_as_logical(const ndArray_tag* array) noexcept {
     if (stored_element_size(array) != 1) return false;
     if (has_unshareable_data(array) || view_of(array) != nullptr) return false;
-    if ((array->flags & flag_sparse) != 0) return false;
     return array->pdata == nullptr ||
            are_zeros_and_ones(static_cast<const std::uint8_t*>(array->pdata), element_count(array));
 }
@@ -73,16 +73,21 @@ bool can_pass_as_logical(const ndArray_tag* array) noexcept {
 array_ptr shared_as_logical(const ndArray_tag* array) {
     array_ptr copy = detail::do_shared_copy(array);
     detail::noninlined::nd_array_api::ndSetArrayType(copy.get(), ndLOGICAL_CLASS);
-    copy->flags &= ~flag_colon_object;
     return copy;
 }
 
-// An empty array of any class; of a struct there are no fields either.
+// An empty array of any class; of a struct there are no fields either. An object begins as one and its hook is told, as of every
+// new header of the class: it will hear of the end.
 array_ptr empty_of_class(const ndArray_tag* array, ndClassID target) {
     if (element_count(array) != 0 || !is_class(target)) return nullptr;
-    if (target == ndSTRUCT_CLASS) {
-        return header_factory::make(code_of(target, false), dims_of(array), 0,
-                                    DataInitialization::uninitialized);
+    if (is_struct_like(target)) {
+        array_ptr made = header_factory::make(code_of(ndSTRUCT_CLASS, false), dims_of(array), 0,
+                                              DataInitialization::uninitialized);
+        if (target == ndOBJECT_CLASS) {
+            made->class_id = ndOBJECT_CLASS;
+            call_object_create_hook(made.get());
+        }
+        return made;
     }
     return detail::do_create_numeric(dims_of(array), code_of(target, false));
 }
@@ -108,13 +113,11 @@ array_ptr convert_elements(const ndArray_tag* array, ndClassID target) {
 
 array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target) {
     if (!has_scalars(target)) return empty_of_class(array, target);
-    bring_data_up_to_date(array);
-    if (target == ndLOGICAL_CLASS) {
-        if (is_complex(array)) raise_complex();
-        if (can_pass_as_logical(array)) return shared_as_logical(array);
-    }
+    if (target == ndLOGICAL_CLASS && is_complex(array)) raise_complex();
     if (target == ndCHAR_CLASS && array->class_id == ndLOGICAL_CLASS) return nullptr;
+    bring_data_up_to_date(array);
     if ((array->flags & flag_sparse) != 0) return convert_sparse_class(array, target);
+    if (target == ndLOGICAL_CLASS && can_pass_as_logical(array)) return shared_as_logical(array);
     return convert_elements(array, target);
 }
 
@@ -137,7 +140,11 @@ using namespace internal;
 array_ptr create_converted_copy(const ndArray_tag* array, ndClassID classId) {
     if (array == nullptr) return nullptr;
     if (array->class_id == classId) return detail::do_deep_copy(array);
-    if (has_scalars(array->class_id)) return convert_scalar_class(array, classId);
+    if (has_scalars(array->class_id)) {
+        const bool colon = (array->flags & flag_colon_object) != 0;
+        const array_ptr expanded = colon ? expand_colon_object(array) : nullptr;
+        return convert_scalar_class(expanded ? expanded.get() : array, classId);
+    }
     switch (array->class_id) {
     case ndSTRUCT_CLASS:
         return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;
@@ -156,6 +163,8 @@ namespace detail::noninlined::nd_array_api {
 ndArray_tag* ndCreateConvertedCopy(const ndArray_tag* array, ndClassID classId) {
     return framed_creator([=] { return create_converted_copy(array, classId); });
 }
+
+ndArray_tag* ndStruct2Cell(const ndArray_tag* array) { return ndCreateConvertedCopy(array, ndCELL_CLASS); }
 
 } // namespace detail::noninlined::nd_array_api
 } // namespace matrix

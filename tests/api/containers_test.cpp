@@ -2,6 +2,7 @@
 #include "api/container_probe.h"
 #include "api/mode.hpp"
 
+#include <nd/access.hpp>
 #include <nd/create.hpp>
 
 #include <climits>
@@ -73,6 +74,48 @@ TEST_P(EachGenerationsContainers, StructsHaveNamedValues) {
     EXPECT_EQ(api().get_field(solid.get(), 3, "b"), nullptr);
     const array_ptr bare(api().struct_matrix(1, 1, -3, nullptr));
     EXPECT_EQ(api().number_of_fields(bare.get()), 0);
+}
+
+// Objects have fields as structs do.
+TEST_P(EachGenerationsContainers, ObjectsHaveNamedValues) {
+    const char* names[] = {"a", "b"};
+    const array_ptr array(api().struct_matrix(2, 1, 2, names));
+    ASSERT_EQ(matrix::detail::noninlined::nd_array_api::ndSetClassName(array.get(), "pair"), 0);
+    api().set_field(array.get(), 1, "a", number(3));
+    api().set_field_by_number(array.get(), 0, 1, number(4));
+    api().set_cell(array.get(), 0, number(5));
+    EXPECT_EQ(number_in(api().get_field(array.get(), 1, "a")), 3);
+    EXPECT_EQ(number_in(api().get_field_by_number(array.get(), 0, 1)), 4);
+    EXPECT_EQ(number_in(api().get_cell(array.get(), 0)), 5);
+    EXPECT_EQ(api().field_number(array.get(), "b"), 1);
+    EXPECT_STREQ(api().field_name(array.get(), 1), "b");
+    EXPECT_EQ(api().add_field(array.get(), "c"), 2);
+    const array_ptr removed[] = {array_ptr(api().get_cell(array.get(), 1)),
+                                 array_ptr(api().get_cell(array.get(), 4))};
+    api().remove_field(array.get(), 1);
+    EXPECT_EQ(api().number_of_fields(array.get()), 2);
+    EXPECT_EQ(number_in(api().get_field(array.get(), 1, "a")), 3);
+    EXPECT_EQ(array->class_id, ndOBJECT_CLASS);
+}
+
+// Dimensions that were set afterwards promise slots that there aren't.
+TEST_P(EachGenerationsContainers, WithoutABlockHaveNoSlots) {
+    const char* names[] = {"a"};
+    const std::size_t dims[] = {1, 2};
+    const array_ptr cell(api().cell_matrix(0, 0));
+    const array_ptr array(api().struct_matrix(0, 0, 1, names));
+    const array_ptr value(number(1));
+    for (ndArray_tag* const container : {cell.get(), array.get()}) {
+        container->set_dimensions(dims);
+        EXPECT_EQ(api().get_cell(container, 0), nullptr);
+        api().set_cell(container, 1, value.get());
+        EXPECT_EQ(api().get_field(container, 0, "a"), nullptr);
+        EXPECT_EQ(api().get_field_by_number(container, 0, 0), nullptr);
+        api().set_field(container, 0, "a", value.get());
+        api().set_field_by_number(container, 1, 0, value.get());
+        EXPECT_EQ(value->ref_count, 1U);
+        EXPECT_EQ(value->scope, ndLOCAL_SCOPE);
+    }
 }
 
 // What a setter doesn't do leaves the value to the caller.

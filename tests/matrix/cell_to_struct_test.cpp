@@ -3,6 +3,7 @@
 
 #include "errors/warning_test_hooks.hpp"
 #include "matrix/permute_cell.hpp"
+#include "matrix/unshare.hpp"
 #include "matrix/validate.hpp"
 #include "platform/test_hooks.hpp"
 #include "support/arr.hpp"
@@ -15,6 +16,7 @@
 #include <foundation/core/except/exception.hpp>
 #include <nd/access.hpp>
 #include <nd/containers.hpp>
+#include <nd/share.hpp>
 #include <nd/text.hpp>
 #include <nd/warnings.hpp>
 
@@ -179,6 +181,10 @@ TEST_F(CellToStruct, RowsOfAMatrixAreNamesWithoutTheirPadding) {
         EXPECT_THAT(cell_to_struct(cell.get(), names.get(), 1),
                     EqualsArray(struct_arr("1x1", {"abc", "d"}, value(1), value(2))));
     }
+    // A name in a cell ends before its first NUL, as every C string.
+    const array_ptr cut = arr("cell 1x2", arr("char", std::u16string_view(u"a\0b", 3)), text(u"b"));
+    EXPECT_THAT(cell_to_struct(cell.get(), cut.get(), 1),
+                EqualsArray(struct_arr("1x1", {"a", "b"}, value(1), value(2))));
     // Names in a cell keep their blanks, and blanks belong to no name.
     const array_ptr padded = arr("cell 1x2", text(u"a "), text(u"b"));
     EXPECT_EQ(error_of([&] { cell_to_struct(cell.get(), padded.get(), 1); }),
@@ -275,7 +281,6 @@ TEST_F(StructToCell, TheFieldsAreTheFirstDimension) {
 TEST_F(StructToCell, WithoutFieldsOrElementsThereAreNoSlots) {
     EXPECT_THAT(keep(api::ndStruct2Cell(struct_arr("2x3", {}).get())), EqualsArray(arr("cell 0x2x3")));
     EXPECT_THAT(keep(api::ndStruct2Cell(struct_arr("0x3", {"a"}).get())), EqualsArray(arr("cell 1x0x3")));
-    EXPECT_EQ(api::ndStruct2Cell(arr("double").get()), nullptr);
 }
 
 TEST_F(StructToCell, ComesBackAsItWas) {
@@ -284,6 +289,72 @@ TEST_F(StructToCell, ComesBackAsItWas) {
                                        value(6), value(7), nullptr);
     const array_ptr cell(api::ndStruct2Cell(array.get()));
     EXPECT_THAT(cell_to_struct(cell.get(), names.get(), 1), EqualsArray(array.get()));
+}
+
+// A cell and a struct over the same slots: each counts them by its own class.
+class StructAndCell : public NdTest {
+protected:
+    array_ptr cell = numbered_cell("2x3");
+    array_ptr array;
+
+    void pair_up(bool single_threaded) {
+        cell->set_data_sharing_single_threaded(single_threaded);
+        array = cell_to_struct(cell.get(), ab().get(), 1);
+        ASSERT_EQ(array->pdata, cell->pdata);
+    }
+
+    static array_ptr expected_struct() {
+        return struct_arr("3x1", {"a", "b"}, value(1), value(2), value(3), value(4), value(5), value(6));
+    }
+
+    void expect_both() {
+        EXPECT_THAT(cell, EqualsArray(numbered_cell("2x3")));
+        EXPECT_THAT(array, EqualsArray(expected_struct()));
+        EXPECT_EQ(matrix::internal::validate(cell.get()), "");
+        EXPECT_EQ(matrix::internal::validate(array.get()), "");
+    }
+};
+
+TEST_F(StructAndCell, EitherGetsSlotsOfItsOwn) {
+    for (const bool deep : {true, false}) {
+        for (array_ptr* const mine : {&cell, &array}) {
+            pair_up(false);
+            ndArray_tag* const given = mine->release();
+            mine->reset(deep ? api::ndUnshare(given) : api::ndUnshareShallow(given));
+            EXPECT_NE(cell->pdata, array->pdata);
+            EXPECT_EQ(api::ndGetCell(cell.get(), 5) == api::ndGetCell(array.get(), 5), !deep);
+            expect_both();
+        }
+    }
+}
+
+TEST_F(StructAndCell, EitherSendsTheOtherAway) {
+    for (array_ptr* const mine : {&cell, &array}) {
+        pair_up(true);
+        const array_ptr third = matrix::internal::struct_to_cell(array.get());
+        const void* const slots = (*mine)->pdata;
+        EXPECT_EQ(api::ndUnshareOtherArrays(mine->get()), 0);
+        EXPECT_EQ((*mine)->pdata, slots);
+        const array_ptr& other = mine == &cell ? array : cell;
+        EXPECT_NE(other->pdata, slots);
+        EXPECT_EQ(other->pdata, third->pdata) << "the others go on sharing";
+        EXPECT_THAT(third, EqualsArray(numbered_cell("2x3x1")));
+        expect_both();
+    }
+}
+
+TEST_F(StructAndCell, EitherEmptiesTheOther) {
+    pair_up(true);
+    EXPECT_TRUE(api::ndUnshareOrEmptyOthers(cell.get()));
+    expect_both();
+    pair_up(true);
+    EXPECT_TRUE(matrix::internal::unshare_and_empty_others(cell.get()));
+    EXPECT_THAT(array, EqualsArray(struct_arr("0x1", {"a", "b"})));
+    EXPECT_THAT(cell, EqualsArray(numbered_cell("2x3")));
+    pair_up(true);
+    EXPECT_TRUE(matrix::internal::unshare_and_empty_others(array.get()));
+    EXPECT_THAT(cell, EqualsArray(arr("cell 0x3")));
+    EXPECT_THAT(array, EqualsArray(expected_struct()));
 }
 
 using PermuteCell = NdTest;
@@ -344,6 +415,9 @@ TEST_F(StructConversion, LaterCellsAreReadAsFarAsTheyGo) {
         converted_from(text(u"a"), numbered_cell("1x2"), text(u"b"), value(8), text(u"c"), arr("cell 0x0")),
         EqualsArray(
             struct_arr("1x2", {"a", "b", "c"}, value(1), value(8), value(8), value(2), value(8), value(8))));
+    // The value before it again, element by element.
+    EXPECT_THAT(converted_from(text(u"a"), numbered_cell("1x2"), text(u"b"), arr("cell 0x0")),
+                EqualsArray(struct_arr("1x2", {"a", "b"}, value(1), value(1), value(2), value(2))));
 }
 
 TEST_F(StructConversion, TakesArgumentsOfEveryKindAndLeavesThemAlone) {

@@ -5,6 +5,7 @@
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
 #include "support/module_mode.hpp"
+#include "support/snapshot.hpp"
 
 #include <nd/access.hpp>
 #include <nd/create.hpp>
@@ -159,6 +160,30 @@ TEST_F(ClassName, IsForStructsOnly) {
     EXPECT_EQ(array->class_id, ndSTRUCT_CLASS);
     EXPECT_EQ(array->info_c, 0U);
     api::ndSetObjectCreateDestroyFn(nullptr, nullptr);
+}
+
+// A hook that refuses: the array is the struct that it was.
+TEST_F(ClassName, IsNotGivenWhenTheHookRaises) {
+    struct refusal {};
+    for_each_module_mode([&](int mode) {
+        for (const bool with_record : {false, true}) {
+            const auto array = empty_of(ndSTRUCT_CLASS);
+            if (with_record) api::ndSetObjectCheckSum(array.get(), 7);
+            const snapshot before(array.get());
+            api::ndSetObjectCreateDestroyFn([](ndArray_tag*) { throw refusal{}; }, nullptr);
+            const auto name = [&] { EXPECT_EQ(api::ndSetClassName(array.get(), "quadratic"), 1); };
+            if (mode == mode_exceptions) {
+                EXPECT_THROW(name(), refusal);
+            } else {
+                EXPECT_NO_THROW(name());
+            }
+            api::ndSetObjectCreateDestroyFn(nullptr, nullptr);
+            EXPECT_EQ(before.difference(), "");
+            EXPECT_EQ(array->info_c != 0, with_record);
+            EXPECT_EQ(api::ndGetObjectClassName(array.get()), nullptr);
+            EXPECT_EQ(api::ndGetObjectCheckSum(array.get()), with_record ? 7U : 0U);
+        }
+    });
 }
 
 // Symbols stay for good and would count as left behind, so the name is one that the table has.

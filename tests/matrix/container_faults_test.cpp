@@ -1,13 +1,19 @@
 // Every allocation fails while fields come and go, elements are set and classes change: the operands stay as they were.
+#include "matrix/test_hooks.hpp"
 #include "support/arr.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
+#include "support/module_mode.hpp"
+#include "support/snapshot.hpp"
 
+#include <foundation/core/except/exception.hpp>
 #include <libbase/symbol_table.hpp>
 #include <nd/access.hpp>
 #include <nd/containers.hpp>
 
+#include <new>
 #include <string>
+#include <vector>
 
 namespace test {
 namespace {
@@ -91,6 +97,42 @@ TEST_F(ContainerFaults, AddingACheckedField) {
     });
 }
 
+// Without memory for the names the answer is -1, without memory for the slots an exception.
+TEST_F(ContainerFaults, WhatFailsTellsHowAddingFails) {
+    const char* const name = known_name();
+    enum class end { added, minus_one, raised };
+    std::vector<end> ends;
+    for (long n = 1; ends.empty() || ends.back() != end::added; ++n) {
+        const array_ptr array = struct_with(3);
+        end ended = end::minus_one;
+        try {
+            const injection armed({n, fault_plan::follow_up::for_ever});
+            if (api::ndAddField(array.get(), name) == 3) ended = end::added;
+        } catch (const std::bad_alloc&) {
+            ended = end::raised;
+        }
+        ends.push_back(ended);
+    }
+    EXPECT_EQ(ends.front(), end::minus_one);
+    EXPECT_EQ(ends.at(ends.size() - 2), end::raised);
+}
+
+// Where the plain form answers -1 the checked one raises.
+TEST_F(ContainerFaults, ACheckedFieldWithoutMemoryForItsNameIsAnError) {
+    const char* const name = known_name();
+    const array_ptr array = struct_with(3);
+    const snapshot before(array.get());
+    std::string id;
+    try {
+        const injection armed({1});
+        api::ndAddFieldToStruct(array.get(), name);
+    } catch (const foundation::core::except::IMsgIDException& error) {
+        id = error.GetID();
+    }
+    EXPECT_EQ(id, "TARVEL:nomem");
+    EXPECT_EQ(before.difference(), "");
+}
+
 TEST_F(ContainerFaults, RemovingAField) {
     for (const int count : {2, 63, 64, 65, 257}) {
         expect_scenario(
@@ -138,6 +180,116 @@ TEST_F(ContainerFaults, ReusableValuesStayReusableWhenSettingFails) {
         run.operand(element.get());
         run.act([&] { api::ndSetCopyInCell(cell.get(), 0, element.get()); });
     });
+}
+
+// The entry points of the C interface have a frame each.
+TEST_F(ContainerFaults, OfTheInterfaceLeaveAsTheModuleModeSays) {
+    namespace published = api::published;
+    struct row {
+        const char* name;
+        void (*set)(ndArray_tag*, ndArray_tag*);
+    };
+    const row rows[] = {
+        {"ndSetCell", [](ndArray_tag* a, ndArray_tag* x) { published::ndSetCell(a, 1, x); }},
+        {"ndSetField", [](ndArray_tag* a, ndArray_tag* x) { published::ndSetField(a, 0, "b", x); }},
+        {"ndSetFieldByNumber",
+         [](ndArray_tag* a, ndArray_tag* x) { published::ndSetFieldByNumber(a, 0, 1, x); }},
+    };
+    for (const row& r : rows) {
+        const fault_report report =
+            for_each_failing_alloc(r.name,
+                                   [&](fault_run& run) {
+                                       const array_ptr array = struct_arr("1x1", {"a", "b"});
+                                       const array_ptr element = value(1);
+                                       ndArray_tag* const given = api::ndCreateReference(element.get());
+                                       run.operand(array.get());
+                                       run.operand(element.get());
+                                       run.act([&] {
+                                           r.set(array.get(), given);
+                                           return api::ndGetCell(array.get(), 1) != nullptr;
+                                       });
+                                   },
+                                   {.framed = true});
+        EXPECT_TRUE(report.passed && report.points > 0) << r.name;
+    }
+    const fault_report removal =
+        for_each_failing_alloc("ndRemoveField",
+                               [&](fault_run& run) {
+                                   const array_ptr array = struct_with(3);
+                                   run.operand(array.get());
+                                   run.act([&] {
+                                       published::ndRemoveField(array.get(), 0);
+                                       return api::ndGetNumberOfFields(array.get()) == 2;
+                                   });
+                               },
+                               {.framed = true});
+    EXPECT_TRUE(removal.passed && removal.points > 0);
+}
+
+// A name that isn't known yet becomes a symbol when it is looked up in a table. This one is longer than what the symbol table has
+// at hand.
+TEST_F(ContainerFaults, LookupsOfTheInterfaceFindNothingWithoutMemory) {
+    namespace published = api::published;
+    static const std::string long_name(1 << 22, 'u');
+    static const char* const name = long_name.c_str();
+    const array_ptr array = struct_with(64);
+    const array_ptr element = value(1);
+    const struct {
+        const char* name;
+        bool (*finds_nothing)(ndArray_tag* array, ndArray_tag* element);
+    } rows[] = {
+        {"ndGetFieldNumber",
+         [](ndArray_tag* a, ndArray_tag*) { return published::ndGetFieldNumber(a, name) == -1; }},
+        {"ndGetField",
+         [](ndArray_tag* a, ndArray_tag*) { return published::ndGetField(a, 0, name) == nullptr; }},
+        {"ndSetField",
+         [](ndArray_tag* a, ndArray_tag* x) { return published::ndSetField(a, 0, name, x), true; }},
+        {"ndAddField", [](ndArray_tag* a, ndArray_tag*) { return published::ndAddField(a, name) == -1; }},
+    };
+    for (const auto& row : rows) {
+        for_each_module_mode([&](int mode) {
+            const snapshot before(array.get());
+            bool nothing = false;
+            bool raised = false;
+            long failures = 0;
+            try {
+                const injection armed({1, fault_plan::follow_up::for_ever});
+                nothing = row.finds_nothing(array.get(), element.get());
+                failures = armed.failures();
+            } catch (const std::bad_alloc&) {
+                raised = true;
+            }
+            EXPECT_EQ(raised, mode == mode_exceptions) << row.name;
+            EXPECT_EQ(nothing && failures > 0, mode != mode_exceptions) << row.name;
+            EXPECT_EQ(before.difference(), "");
+            EXPECT_EQ(element->ref_count, 1U);
+        });
+    }
+}
+
+// Replacing where values are counted: a copy stands in for the old element, and one goes in for the new.
+TEST_F(ContainerFaults, ReplacingCountedElements) {
+    matrix::internal::test_hooks::set_internal_references(true);
+    const auto handle = [] {
+        const std::size_t dims[] = {1, 1};
+        return matrix::create(dims, ndFUNCTION_CLASS, ndREAL);
+    };
+    for (const bool to_null : {false, true}) {
+        expect_scenario(to_null ? "a counted element by null" : "a counted element by another",
+                        [&](fault_run& run) {
+                            const array_ptr cell = arr("cell 1x1", nullptr);
+                            api::ndReplaceCell(cell.get(), 0, handle().release());
+                            const array_ptr owner(api::ndCreateReference(api::ndGetCell(cell.get(), 0)));
+                            const array_ptr next = handle();
+                            ndArray_tag* const given = to_null ? nullptr : api::ndCreateReference(next.get());
+                            run.operand(cell.get());
+                            run.operand(next.get());
+                            run.act([&] { api::ndReplaceCell(cell.get(), 0, given); });
+                            EXPECT_EQ(owner->ref_count, 1U);
+                            EXPECT_EQ(next->ref_count, 1U);
+                        });
+    }
+    matrix::internal::test_hooks::set_internal_references(false);
 }
 
 TEST_F(ContainerFaults, Conversions) {

@@ -1,7 +1,6 @@
 // Fields of struct arrays: looking them up, adding and removing them.
 #include "matrix/field_names.hpp"
 
-#include "matrix/test_hooks.hpp"
 #include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
@@ -13,13 +12,13 @@
 #include <foundation/core/except/exception.hpp>
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
-#include <nd/cache.hpp>
 #include <nd/containers.hpp>
-#include <nd/lists.hpp>
-#include <nd/module.hpp>
 
+#include <functional>
 #include <limits>
+#include <new>
 #include <string>
+#include <utility>
 
 namespace test {
 namespace {
@@ -149,6 +148,56 @@ TEST_F(Fields, NamesAreCheckedWhereTheCallerAsksForIt) {
     EXPECT_EQ(api::ndAddField(array.get(), "1a"), 4); // here nobody asked
 }
 
+std::string id_of(const std::function<void()>& call) {
+    try {
+        call();
+        return {};
+    } catch (const foundation::core::except::IMsgIDException& error) {
+        return std::string(error.GetID());
+    } catch (const std::bad_alloc&) {
+        return "out of memory";
+    }
+}
+
+TEST_F(Fields, AreAddedWithACheckToStructsOnly) {
+    const array_ptr array = four_elements();
+    const array_ptr cell = arr("cell 1x1");
+    EXPECT_EQ(id_of([&] { api::ndAddFieldToStruct(array.get(), nullptr); }),
+              "TARVEL:AddField:InvalidFieldName");
+    EXPECT_EQ(id_of([&] { api::ndAddFieldToStruct(cell.get(), "1a"); }), "TARVEL:AddField:InvalidFieldName");
+    EXPECT_EQ(id_of([&] { api::ndAddFieldToStruct(cell.get(), "a"); }), "TARVEL:nomem");
+}
+
+// Each field of each element is 8 bytes from the start.
+TEST_F(Fields, CountInTheSizeOfANewStruct) {
+    const char* names[] = {"a", "b", "c", "d"};
+    constexpr std::size_t bytes_end = std::size_t{1} << 48;
+    const struct {
+        std::size_t elements;
+        int fields;
+        std::string id;
+    } rows[] = {
+        {bytes_end / 8, 0, ""},
+        {bytes_end / 8 - 1, 1, "out of memory"},
+        {bytes_end / 8, 1, "TARVEL:pmaxsize"},
+        {bytes_end / 32 - 1, 4, "out of memory"},
+        {bytes_end / 32, 4, "TARVEL:pmaxsize"},
+    };
+    for (const auto& row : rows) {
+        const dims_list dims{row.elements, 1};
+        const auto fields = static_cast<std::size_t>(row.fields);
+        EXPECT_EQ(id_of([&] { matrix::detail::do_create_struct(dims, {names, fields}); }), row.id);
+        for_each_module_mode([&](int mode) {
+            const auto create = [&] {
+                const array_ptr matrix(api::ndCreateStructMatrix(row.elements, 1, row.fields, names));
+                const array_ptr array(api::ndCreateStructArray(2, dims.data(), row.fields, names));
+                EXPECT_EQ(matrix != nullptr && array != nullptr, row.id.empty());
+            };
+            EXPECT_EQ(id_of(create), mode == mode_exceptions ? row.id : "");
+        });
+    }
+}
+
 TEST_F(Fields, TheValuesWithANewFieldMustBeAllowed) {
     const array_ptr array = four_elements();
     array->set_dimensions(dims_list{std::size_t{1} << 24, std::size_t{1} << 20});
@@ -214,41 +263,35 @@ TEST_F(Fields, ARemovedValueWithOtherOwnersStaysAMember) {
     EXPECT_EQ(shared->ref_count, 1U);
 }
 
-// In the engine the values of a removed field stand on the list of temporaries till its context ends. One that others own stays
-// a member, off the list, and the field's reference is dropped.
-TEST_F(Fields, InTheEngineRemovedValuesEndWithTheirContext) {
-    matrix::internal::test_hooks::set_module_mode(mode_null_results);
-    matrix::initModule(matrix::mode_in_engine);
-    matrix::cache::setEnabled(false);
-    {
-        const array_ptr array =
-            struct_arr("1x3", {"a", "b"}, value(0), value(1), value(2), nullptr, nullptr, value(3));
-        const array_ptr cell = arr("cell 1x1", nullptr);
-        ndArray_tag* const shared = api::ndGetFieldByNumber(array.get(), 1, 0);
-        api::ndSetCopyInCell(cell.get(), 0, shared);
-        ASSERT_EQ(shared->ref_count, 2U);
-        matrix::pushArrayListContext();
-        ndArray_tag* const own = api::ndGetFieldByNumber(array.get(), 0, 0);
-        api::ndRemoveField(array.get(), 0);
-        EXPECT_EQ(own->scope, ndTEMPORARY_SCOPE);
-        EXPECT_EQ(shared->scope, ndMEMBER_SCOPE);
-        EXPECT_EQ(shared->ref_count, 1U);
-        EXPECT_THAT(array, EqualsArray(struct_arr("1x3", {"b"}, value(1), nullptr, value(3))));
-        matrix::popArrayListContext({}, true);
-        EXPECT_THAT(cell, EqualsArray(arr("cell 1x1", value(2))));
-
-        // A value whose owners were all slots of the field leaves one temporary.
-        const array_ptr twice = struct_arr("1x2", {"a"}, value(7), nullptr);
-        ndArray_tag* const held = api::ndGetFieldByNumber(twice.get(), 0, 0);
-        api::ndSetCopyInCell(twice.get(), 1, held);
-        ASSERT_EQ(held->ref_count, 2U);
-        matrix::pushArrayListContext();
-        api::ndRemoveField(twice.get(), 0);
-        EXPECT_EQ(held->scope, ndTEMPORARY_SCOPE);
-        EXPECT_EQ(held->ref_count, 1U);
-        matrix::popArrayListContext({}, true);
+// Capacity goes by slots: 300 of them may have room for 512.
+TEST_F(Fields, ComeAndGoInABlockWithRoom) {
+    array_ptr array = struct_arr("150x1", {"a", "b"});
+    const auto& heap = foundation::core::mem::aligned_heap_instance();
+    void* const block = heap.calloc(512, sizeof(ndArray_tag*));
+    heap.free(std::exchange(array->pdata, block));
+    array->flags |= matrix::flag_capacity_tracked;
+    for (int i = 0; i < 150; ++i) {
+        for (const int field : {0, 1})
+            api::ndSetFieldByNumber(array.get(), static_cast<std::size_t>(i), field,
+                                    value(10 * i + field).release());
     }
-    matrix::internal::test_hooks::set_module_mode(mode_null_results);
+    EXPECT_EQ(api::ndAddField(array.get(), "c"), 2);
+    EXPECT_EQ(array->pdata, block) << "450 slots fit";
+    EXPECT_NE(array->flags & matrix::flag_capacity_tracked, 0U);
+    EXPECT_EQ(api::ndAddField(array.get(), "d"), 3);
+    EXPECT_EQ(matrix::internal::validate(array.get()), "");
+    for (int i = 0; i < 150; ++i) {
+        const auto element = static_cast<std::size_t>(i);
+        for (const int field : {0, 1}) EXPECT_EQ(number_in(array.get(), element, field), 10 * i + field);
+        for (const int field : {2, 3}) EXPECT_EQ(number_in(array.get(), element, field), -1);
+        const array_ptr removed(api::ndGetFieldByNumber(array.get(), element, 0)); // the slot's reference
+        api::ndGetCells(array.get())[4 * element] = nullptr;
+    }
+    api::ndRemoveField(array.get(), 0);
+    EXPECT_EQ(array->flags & matrix::flag_capacity_tracked, 0U);
+    EXPECT_EQ(fields_of(array.get()), (texts{"b", "c", "d"}));
+    for (int i = 0; i < 150; ++i)
+        EXPECT_EQ(number_in(array.get(), static_cast<std::size_t>(i), 0), 10 * i + 1);
 }
 
 TEST_F(Fields, ABlockThatCantBeCutStays) {

@@ -1,4 +1,5 @@
 // Setting and replacing elements: whose references they are, and what becomes of headers with other owners.
+#include "matrix/library_context.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/test_hooks.hpp"
 #include "matrix/validate.hpp"
@@ -6,10 +7,12 @@
 #include "support/array_matchers.hpp"
 #include "support/classes.hpp"
 #include "support/fixture.hpp"
+#include "support/module_mode.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
 #include <nd/containers.hpp>
+#include <nd/memory.hpp>
 #include <nd/module.hpp>
 
 namespace test {
@@ -161,6 +164,24 @@ TEST_F(Slots, PrivateDataAreCopiedAndNotShared) {
     api::ndSetCopyInCell(cell.get(), 0, value.get());
     EXPECT_NE(slot(cell, 0)->pdata, static_cast<void*>(mine));
     EXPECT_THAT(cell, EqualsArray(arr("cell 1x1", arr("double 1x2", {1, 2}))));
+}
+
+// Private data aren't the library's to have or to free.
+TEST_F(Slots, ABlockBesidePrivateDataStaysWithItsOwner) {
+    const lists_on lists;
+    for (const bool is_private : {false, true}) {
+        const array_ptr cell = arr("cell 1x1", nullptr);
+        ndArray_tag** const before = api::ndGetCells(cell.get());
+        auto** const block = static_cast<ndArray_tag**>(api::ndCalloc(1, sizeof(ndArray_tag*)));
+        const auto* const context = matrix::internal::find_context();
+        ASSERT_FALSE(context->alloc_list.is_context_empty());
+        if (is_private) cell->flags |= matrix::flag_data_private;
+        api::ndSetCells(cell.get(), block);
+        EXPECT_EQ(context->alloc_list.is_context_empty(), !is_private);
+        foundation::core::mem::aligned_heap_instance().free(before);
+        if (is_private) api::ndFree(block);
+        if (is_private) cell->pdata = nullptr;
+    }
 }
 
 TEST_F(Slots, AnotherBlockIsTakenOver) {

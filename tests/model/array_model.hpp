@@ -65,6 +65,13 @@ array deep_copy(const array& source);
 /// Gives the header's block up for one of its own, as long as the elements need, when others use it.
 void unshare(array& header);
 
+/// What a conversion makes of source: a new header, whose block is source's where zeros and ones become logicals.
+struct conversion {
+    enum class outcome { made, none, raises } how = outcome::none;
+    array made;
+};
+conversion converted_copy(array& source, ndClassID target);
+
 /// dest's header takes over src's value, whose header has one owner and ends.
 void move_onto(array& dest, array& src);
 

@@ -3,6 +3,8 @@
 
 #include <nd/access.hpp>
 #include <nd/containers.hpp>
+#include <nd/convert.hpp>
+#include <nd/share.hpp>
 
 #include <algorithm>
 #include <array>
@@ -50,9 +52,27 @@ container_handle* pick_struct(container_world& w, unsigned from) {
     return pick_if(w, from, [](const tree& t) { return t.class_id == ndSTRUCT_CLASS; });
 }
 
-void own_slots(container_handle& h) {
-    const bool shared = (h.real->flags & matrix::flag_shared_data) != 0 && h.real->is_data_shared_impl();
-    if (shared || h.real->ref_count > 1) h.real = matrix::detail::do_deep_copy(h.real.get());
+bool has_sharers(const ndArray_tag* array) {
+    return (array->flags & matrix::flag_shared_data) != 0 && array->is_data_shared_impl();
+}
+
+enum class ways { deep_copy, unshare, unshare_shallow };
+
+// Slots and header become the handle's own: whatever the way, its value stays.
+void own_slots(container_world& w, container_handle& h, ways way) {
+    if (!has_sharers(h.real.get()) && h.real->ref_count == 1) return;
+    w.count_unsharing();
+    if (way == ways::deep_copy) {
+        h.real = matrix::detail::do_deep_copy(h.real.get());
+        return;
+    }
+    ndArray_tag* const given = h.real.release();
+    h.real.reset(way == ways::unshare ? api::ndUnshare(given) : api::ndUnshareShallow(given));
+}
+
+// What a caller does before it changes slots.
+void own_slots(container_world& w, container_handle& h, const step& s) {
+    own_slots(w, h, static_cast<ways>((s.a + s.b + s.c) % 3));
 }
 
 void create_number(container_world& w, const step& s) {
@@ -96,7 +116,7 @@ void set(container_world& w, const step& s) {
     container_handle* const value = pick(w, s.b);
     if (target == nullptr || !w.has_room(value->expected.size())) return;
     const std::size_t slot = s.c / 5 % target->expected.slots.size();
-    own_slots(*target);
+    own_slots(w, *target, s);
     if (s.c % 5 == 4) { // null
         const array_ptr old(api::ndGetCell(target->real.get(), slot));
         api::ndSetCell(target->real.get(), slot, nullptr);
@@ -115,8 +135,8 @@ void hand_over(container_world& w, const step& s) {
     container_handle* const value = pick(w, s.b);
     if (target == nullptr || target == value || !w.has_room()) return;
     const std::size_t slot = s.c % target->expected.slots.size();
-    own_slots(*target);
-    own_slots(*value);
+    own_slots(w, *target, s);
+    own_slots(w, *value, s);
     api::ndReplaceCell(target->real.get(), slot, value->real.release());
     target->expected.slots[slot] = std::make_unique<tree>(std::move(value->expected));
     w.handles().erase(w.handles().begin() + (value - w.handles().data()));
@@ -158,7 +178,7 @@ void add_field(container_world& w, const step& s) {
     if (h == nullptr || !w.has_room()) return;
     tree& t = h->expected;
     const std::string name = "f" + std::to_string(s.b % 80);
-    own_slots(*h);
+    own_slots(w, *h, s);
     const int number = api::ndAddField(h->real.get(), name.c_str());
     if (number != static_cast<int>(t.fields.size())) { // it was there
         if (number != t.field(name)) t.fields.push_back("number of a field that is there");
@@ -179,7 +199,7 @@ void remove_field(container_world& w, const step& s) {
     tree& t = h->expected;
     const std::size_t fields = t.fields.size();
     const std::size_t field = s.b % fields;
-    own_slots(*h);
+    own_slots(w, *h, s);
     std::vector<array_ptr> removed; // the program's from now on
     for (std::size_t slot = field; slot < t.slots.size(); slot += fields)
         removed.emplace_back(api::ndGetCell(h->real.get(), slot));
@@ -220,6 +240,41 @@ void to_cell(container_world& w, const step& s) {
     w.add(array_ptr(api::ndStruct2Cell(source->real.get())), std::move(expected));
 }
 
+// Any value in any of the classes that the model has: the same class is a copy, a struct can be a cell, that is all.
+void convert(container_world& w, const step& s) {
+    static constexpr ndClassID targets[] = {ndCELL_CLASS, ndSTRUCT_CLASS, ndDOUBLE_CLASS};
+    container_handle* const source = pick(w, s.a);
+    if (source == nullptr || !w.has_room(source->expected.size())) return;
+    const tree& value = source->expected;
+    const ndClassID target = targets[s.b % std::size(targets)];
+    array_ptr made(api::ndCreateConvertedCopy(source->real.get(), target));
+    const bool fields_to_slots = value.class_id == ndSTRUCT_CLASS && target == ndCELL_CLASS;
+    const bool exists = target == value.class_id || fields_to_slots;
+    if ((made != nullptr) != exists) {
+        source->expected.fields.emplace_back("a conversion that there is and isn't");
+        return;
+    }
+    if (exists) w.add(std::move(made), fields_to_slots ? cell_of_struct(value) : tree(value));
+}
+
+void unshare(container_world& w, const step& s) {
+    if (container_handle* const h = pick(w, s.a); h != nullptr)
+        own_slots(w, *h, s.b % 2 == 0 ? ways::unshare : ways::unshare_shallow);
+}
+
+// Sharers that are all on one thread can be sent away; of others nothing changes.
+void single_threaded(container_world& w, const step& s) {
+    container_handle* const h = pick(w, s.a);
+    if (h != nullptr) h->real->set_data_sharing_single_threaded(s.b % 4 != 0);
+}
+
+void unshare_others(container_world& w, const step& s) {
+    container_handle* const h = pick_if(w, s.a, [](const tree& t) { return t.is_container(); });
+    if (h == nullptr || h->real->ref_count > 1) return;
+    const bool had_sharers = has_sharers(h->real.get());
+    if (api::ndUnshareOtherArrays(h->real.get()) == 0 && had_sharers) w.count_unsharing();
+}
+
 // One pair whose value is no cell: one element with one field.
 void wrap(container_world& w, const step& s) {
     container_handle* const value = pick_if(w, s.a, [](const tree& t) { return t.class_id != ndCELL_CLASS; });
@@ -246,6 +301,10 @@ constexpr container_operation table[] = {
     {"remove_field", remove_field},
     {"to_struct", to_struct},
     {"to_cell", to_cell},
+    {"convert", convert},
+    {"unshare", unshare},
+    {"single_threaded", single_threaded},
+    {"unshare_others", unshare_others},
     {"wrap", wrap},
 };
 

@@ -34,9 +34,14 @@ public:
     const std::vector<container_handle>& handles() const { return handles_; }
     bool has_room(std::size_t size = 1) const;
     void add(matrix::array_ptr real, tree expected);
+    void count_unsharing() { ++unsharings_; }
+
+    /// How often an array of the program got slots of its own, or the others others: programs that never do prove nothing.
+    long unsharings() const { return unsharings_; }
 
 private:
     std::vector<container_handle> handles_;
+    long unsharings_ = 0;
     test::live_blocks before_;
 };
 

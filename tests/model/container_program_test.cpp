@@ -1,5 +1,5 @@
 // Random programs over cells and structs agree with the reference model: creation, elements set, replaced, handed over and
-// referred to, fields added and removed, shared and deep copies, conversions both ways, destruction.
+// referred to, fields added and removed, shared and deep copies, unsharing by each of its ways, conversions, destruction.
 //
 // RC_PARAMS as in program_test.cpp.
 #include "model/container_program.hpp"
@@ -45,6 +45,7 @@ std::string text_of(const step& s) {
 struct reached {
     long nested = 0; ///< containers in containers
     long tables = 0; ///< structs whose names have a table
+    long unshared = 0;
 };
 
 void note(const model::container_world& world, reached& sums) {
@@ -53,6 +54,7 @@ void note(const model::container_world& world, reached& sums) {
             sums.nested += slot != nullptr && slot->is_container() ? 1 : 0;
         sums.tables += h.expected.fields.size() >= 64 ? 1 : 0;
     }
+    sums.unshared += world.unsharings();
 }
 
 TEST_F(ContainerPrograms, AgreeWithTheModel) {
@@ -73,6 +75,7 @@ TEST_F(ContainerPrograms, AgreeWithTheModel) {
     const int programs = rc::detail::configuration().testParams.maxSuccess;
     EXPECT_GE(sums.nested, programs / 10) << "the programs hardly ever nest";
     EXPECT_GE(sums.tables, programs / 50) << "the programs hardly ever have many fields";
+    EXPECT_GE(sums.unshared, programs / 4) << "the programs hardly ever unshare anything";
 }
 
 } // namespace

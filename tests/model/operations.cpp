@@ -3,6 +3,7 @@
 #include "model/program.hpp"
 
 #include <nd/access.hpp>
+#include <nd/convert.hpp>
 #include <nd/create.hpp>
 #include <nd/share.hpp>
 
@@ -215,6 +216,36 @@ void claim(world& w, const step& s) {
     w.add(real, std::move(copy));
 }
 
+// Null where there is no conversion and where it raises: both leave everything as it is.
+void convert(world& w, const step& s) {
+    if (w.handles().empty() || !has_room(w)) return;
+    const handle h = w.handles()[s.a % w.handles().size()];
+    const ndClassID target = class_at(s.b);
+    conversion expected = converted_copy(*h.expected, target);
+    ndArray_tag* const real = api::ndCreateConvertedCopy(h.real, target);
+    if ((real != nullptr) != (expected.how == conversion::outcome::made)) {
+        ++h.expected->owners; // the next comparison tells
+        matrix::destroyArray(real);
+        return;
+    }
+    if (real == nullptr) return;
+    if (expected.made.class_id != h.expected->class_id) w.count_conversion();
+    w.add(real, std::move(expected.made));
+}
+
+// The same array with one owner more, or a converted copy.
+void convert_if_needed(world& w, const step& s) {
+    if (w.handles().empty() || !has_room(w)) return;
+    const handle h = w.handles()[s.a % w.handles().size()];
+    const ndClassID target = s.b % 2 == 0 ? h.expected->class_id : class_at(s.b);
+    if (target != h.expected->class_id) return convert(w, s);
+    ndArray_tag* const real = matrix::convert_if_needed(h.real, target).detach();
+    if (real != h.real) return matrix::destroyArray(real);
+    ++h.expected->owners;
+    h.expected->reusable = false;
+    w.handles().push_back(h);
+}
+
 void reference(world& w, const step& s) {
     const handle* h = pick(w, s.a);
     if (h == nullptr || !has_room(w)) return;
@@ -302,6 +333,8 @@ constexpr operation table[] = {
     {"unshare", unshare},
     {"move_onto_header", move_onto_header},
     {"claim", claim},
+    {"convert", convert},
+    {"convert_if_needed", convert_if_needed},
     {"reference", reference},
     {"destroy", destroy},
     {"set_dimensions", set_dimensions},

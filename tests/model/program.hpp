@@ -46,15 +46,19 @@ public:
     void add(ndArray_tag* real, array expected);
     void release(std::size_t i);
     void count_reuse() { ++reuses_; }
+    void count_conversion() { ++conversions_; }
 
     /// How often a creator took over a candidate's data: programs that never do prove nothing about it.
     long reuses() const { return reuses_; }
+    /// How often an array was made of one of another class.
+    long conversions() const { return conversions_; }
 
 private:
     std::string check() const;
 
     std::vector<handle> handles_;
     long reuses_ = 0;
+    long conversions_ = 0;
     test::live_blocks before_;
 };
 

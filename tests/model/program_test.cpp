@@ -1,4 +1,4 @@
-// Random programs over creation, dimensions, sharing, copies, reuse and destruction agree with the reference model.
+// Random programs over creation, dimensions, sharing, copies, conversion, reuse and destruction agree with the reference model.
 //
 // RC_PARAMS sets another number of programs or replays a failure: RC_PARAMS="max_success=1000000" or the reproduction that a
 // failure prints. A failing program is shrunk to its essential steps.
@@ -38,6 +38,7 @@ rc::Gen<step> any_step() {
 
 TEST_F(Programs, AgreeWithTheModel) {
     long reuses = 0;
+    long conversions = 0;
     rc::detail::checkGTest([&] {
         const auto program = *rc::gen::container<std::vector<step>>(any_step());
         model::world world;
@@ -52,9 +53,11 @@ TEST_F(Programs, AgreeWithTheModel) {
         const std::string left = world.finish();
         if (!left.empty()) RC_FAIL(left);
         reuses += world.reuses();
+        conversions += world.conversions();
     });
     const int programs = rc::detail::configuration().testParams.maxSuccess;
     EXPECT_GE(reuses, programs / 50) << "the programs hardly ever reuse data";
+    EXPECT_GE(conversions, programs / 4) << "the programs hardly ever convert anything";
 }
 
 } // namespace

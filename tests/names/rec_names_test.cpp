@@ -243,15 +243,42 @@ TEST_F(Shortening, HappensAlsoWhenTheWarningIsOff) {
     EXPECT_EQ(observer.getNumWarnings(), 0U);
 }
 
-// What the manager keeps of a warning isn't the shortening's: each run gives it back.
-TEST_F(RecNames, KeepTheirLengthWhenMemoryRunsOut) {
-    matrix::setWarningHandler([](const std::u16string&) {});
-    test::for_each_failing_alloc("shorten a name", [](test::fault_run& run) {
-        std::string name(2049, 'a'); // after a failure as long as before: the repetition shortens it
-        run.act([&] { return ndTruncateRecName(name); });
-        EXPECT_EQ(name.size(), longest_rec_name);
+// A string knows its length: what stands behind a zero belongs to it.
+TEST_F(Shortening, CountsAZeroByteLikeAnyOther) {
+    std::string name = "ab" + std::string(1, '\0') + std::string(2046, 'c');
+    const std::string full = name;
+    EXPECT_TRUE(ndTruncateRecName(name));
+    EXPECT_EQ(name, full.substr(0, 2048));
+    EXPECT_FALSE(ndTruncateRecName(name));
+}
+
+// The text is as before after a failure, so that the repetition shortens it. What the manager keeps of a warning isn't the
+// shortening's: each run gives it back.
+template <class Text, class Unchanged>
+void expect_text_kept_without_memory(const char* what, const Text& full, Unchanged shorten) {
+    test::for_each_failing_alloc(what, [&](test::fault_run& run) {
+        Text text = full;
+        run.act([&] {
+            try {
+                return shorten(text);
+            } catch (...) {
+                EXPECT_EQ(text, full);
+                throw;
+            }
+        });
+        EXPECT_NE(text, full);
         hooks::reset_warnings();
     });
+}
+
+TEST_F(RecNames, KeepTheirLengthWhenMemoryRunsOut) {
+    matrix::setWarningHandler([](const std::u16string&) {});
+    expect_text_kept_without_memory("shorten a name", std::string(2049, 'a'),
+                                    [](std::string& name) { return ndTruncateRecName(name); });
+    expect_text_kept_without_memory("shorten a UTF-16 name", std::u16string(2049, u'a'),
+                                    [](std::u16string& name) { return ndTruncateRecName(name); });
+    expect_text_kept_without_memory("shorten a C string", std::string(2049, 'a'),
+                                    [](std::string& name) { return ndTruncateRecName(name.data()); });
     matrix::errors::test_hooks::restore_first_warning_handler();
 }
 

@@ -1,4 +1,5 @@
 // Every allocation of the conversions fails once.
+#include "matrix/scaffolding.hpp"
 #include "support/arr.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
@@ -50,7 +51,21 @@ const conversion conversions[] = {
          return object;
      },
      ndSTRUCT_CLASS},
+    {"object to cell",
+     [] {
+         array_ptr object = pair_of_values();
+         api::ndSetClassName(object.get(), "pair");
+         return object;
+     },
+     ndCELL_CLASS},
     {"empty to struct", [] { return arr("double 0x3x2"); }, ndSTRUCT_CLASS},
+    {"empty to object", [] { return arr("double 0x3x2"); }, ndOBJECT_CLASS},
+    {"bytes to logical",
+     [] {
+         return arr("uint8 1x3", {0, 2, 1});
+     },
+     ndLOGICAL_CLASS},
+    {"many complex elements", [] { return arr("complex double 60000x1"); }, ndINT8_CLASS},
 };
 
 TEST_F(ConversionFaults, CopiesLeaveTheirSourceAlone) {
@@ -63,6 +78,35 @@ TEST_F(ConversionFaults, CopiesLeaveTheirSourceAlone) {
                                        [&] { return api::ndCreateConvertedCopy(source.get(), c.target); });
                                },
                                {.framed = true});
+    }
+}
+
+// Bringing a split array's data together is the first thing that may fail. It has no other value then.
+TEST_F(ConversionFaults, ASplitArrayKeepsItsValue) {
+    const fault_report report = for_each_failing_alloc("split array", [](fault_run& run) {
+        const array_ptr source = arr("complex double 1x2", {{1, 10}, {2, 20}});
+        source->split_data(false);
+        static_cast<double*>(source->get_scData()->imag_data)[1] = 7;
+        run.act([&] { return matrix::create_converted_copy(source.get(), ndINT8_CLASS); });
+        EXPECT_EQ(static_cast<double*>(source->get_scData()->imag_data)[1], 7);
+        EXPECT_EQ(static_cast<double*>(source->get_scData()->real_data)[0], 1);
+    });
+    EXPECT_TRUE(report.passed);
+}
+
+TEST_F(ConversionFaults, CountedPointersKeepTheirArray) {
+    for (const bool by_reference : {false, true}) {
+        for_each_failing_alloc("convert if needed, counted", [&](fault_run& run) {
+            const array_ptr source = numbered("double 3x4");
+            boost::intrusive_ptr<ndArray_tag> counted(source.get());
+            run.operand(source.get());
+            run.act([&] {
+                const auto made = by_reference ? matrix::convert_if_needed(counted, ndINT8_CLASS)
+                                               : matrix::convert_if_needed(source.get(), ndINT8_CLASS);
+                return made->class_id == ndINT8_CLASS;
+            });
+            EXPECT_EQ(counted.get(), source.get());
+        });
     }
 }
 

@@ -6,9 +6,11 @@
 #include "support/fixture.hpp"
 
 #include <foundation/core/except/exception.hpp>
+#include <nd/access.hpp>
 #include <nd/convert.hpp>
 #include <nd/messages.hpp>
 
+#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,6 +18,7 @@
 namespace test {
 namespace {
 
+namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 using matrix::convert_if_needed;
 using counted_ptr = boost::intrusive_ptr<ndArray_tag>;
@@ -67,6 +70,40 @@ TEST_F(ConvertIfNeeded, NullIsNull) {
     EXPECT_EQ(convert_if_needed(array_ptr(), ndDOUBLE_CLASS), nullptr);
 }
 
+array_ptr object_of_two() {
+    array_ptr object = struct_arr("1x1", {"a", "b"}, arr("double", {1}), nullptr);
+    api::ndSetClassName(object.get(), "pair");
+    return object;
+}
+
+// As arr() takes it, and the classes that it doesn't make.
+array_ptr source_of(const std::string& description) {
+    if (description.starts_with("object")) return object_of_two();
+    const bool function = description.starts_with("function");
+    if (!function && !description.starts_with("opaque")) return arr(description);
+    const std::size_t n = description.ends_with("0x0") ? 0 : 1;
+    const std::size_t dims[] = {n, n};
+    return matrix::create(dims, function ? ndFUNCTION_CLASS : ndOPAQUE_CLASS, ndREAL);
+}
+
+TEST_F(ConvertIfNeeded, AnObjectBecomesACellOrAStruct) {
+    array_ptr object = object_of_two();
+    const array_ptr cell = arr("cell 2x1x1", arr("double", {1}), nullptr);
+    const array_ptr fields = struct_arr("1x1", {"a", "b"}, arr("double", {1}), nullptr);
+    EXPECT_THAT(convert_if_needed(object.get(), ndCELL_CLASS).get(), EqualsArray(cell.get()));
+    EXPECT_THAT(convert_if_needed(std::move(object), ndSTRUCT_CLASS), EqualsArray(fields.get()));
+    EXPECT_NE(object, nullptr);
+}
+
+// A header of class unknown that promises elements is no more convertible than one without.
+TEST_F(ConvertIfNeeded, NothingComesOfAnUnknownClass) {
+    const array_ptr array = arr("unknown 0x0");
+    array->m_or_dims = array->n_or_ndims = 1;
+    EXPECT_THROW(convert_if_needed(array.get(), ndDOUBLE_CLASS),
+                 error_of<TARVEL::legacy_two_part::invalidConversion>);
+    array->m_or_dims = array->n_or_ndims = 0;
+}
+
 TEST_F(ConvertIfNeeded, NoConversionIsAnErrorWithBothClasses) {
     struct row {
         const char* source;
@@ -83,12 +120,18 @@ TEST_F(ConvertIfNeeded, NoConversionIsAnErrorWithBothClasses) {
         {"double 1x1", ndCELL_CLASS, "double", "cell"},
         {"double 1x1", ndSTRUCT_CLASS, "double", "struct"},
         {"double 1x1", ndFUNCTION_CLASS, "double", "function_handle"},
+        {"unknown 0x0", ndCELL_CLASS, "unknown", "cell"},
+        {"function 1x1", ndDOUBLE_CLASS, "function_handle", "double"},
+        {"opaque 0x0", ndDOUBLE_CLASS, "opaque", "double"},
+        {"opaque 1x1", ndCELL_CLASS, "opaque", "cell"},
+        {"object 1x1", ndDOUBLE_CLASS, "pair", "double"},
+        {"object 1x1", ndLOGICAL_CLASS, "pair", "logical"},
         {"logical 1x1", ndCHAR_CLASS, "logical", "char"},
         {"int8 1x1", static_cast<ndClassID>(99), "int8", "unknown"},
     };
     for (const row& r : rows) {
         SCOPED_TRACE(std::string(r.source) + " to " + r.to);
-        array_ptr array = arr(r.source);
+        array_ptr array = source_of(r.source);
         const ndArray_tag* const source = array.get();
         try {
             convert_if_needed(source, r.target);
@@ -111,6 +154,31 @@ TEST_F(ConvertIfNeeded, ComplexValuesAreNeitherLogicalNorText) {
                  error_of<TARVEL::legacy_two_part::noConversionComplexToChar>);
 }
 
+TEST_F(ConvertIfNeeded, ErrorsLeaveACountedPointerItsArray) {
+    array_ptr array = arr("double 1x2", {1, std::numeric_limits<double>::quiet_NaN()});
+    counted_ptr counted(array.get());
+    EXPECT_THROW(convert_if_needed(counted, ndLOGICAL_CLASS),
+                 error_of<TARVEL::legacy_two_part::nologicalnan>);
+    EXPECT_THROW(convert_if_needed(counted, ndCELL_CLASS),
+                 error_of<TARVEL::legacy_two_part::invalidConversion>);
+    EXPECT_EQ(counted.get(), array.get());
+    EXPECT_EQ(array->ref_count, 2U);
+}
+
+TEST_F(ConvertIfNeeded, ASparseArrayKeepsToClassesWithASparseForm) {
+    array_ptr sparse = sparse_3x2();
+    EXPECT_THROW(convert_if_needed(sparse.get(), ndINT8_CLASS),
+                 error_of<TARVEL::legacy_two_part::unimplementedSparseType>);
+    EXPECT_THROW(convert_if_needed(std::move(sparse), ndCHAR_CLASS),
+                 error_of<TARVEL::legacy_two_part::unimplementedSparseType>);
+    EXPECT_THROW(convert_if_needed(sparse.get(), ndLOGICAL_CLASS),
+                 error_of<TARVEL::legacy_two_part::invalidConversion>);
+    sparse->flags |= matrix::flag_complex;
+    EXPECT_THROW(convert_if_needed(sparse.get(), ndCHAR_CLASS),
+                 error_of<TARVEL::legacy_two_part::noConversionComplexToChar>);
+    sparse->flags &= ~matrix::flag_complex;
+}
+
 // ---- storage
 
 TEST_F(ConvertIfNeeded, AFullArrayIsFull) {
@@ -127,6 +195,21 @@ TEST_F(ConvertIfNeeded, AFullArrayIsFull) {
     const array_ptr result = matrix::convert_to_full_if_needed(std::move(array));
     EXPECT_EQ(result.get(), source);
     EXPECT_EQ(matrix::convert_to_full_if_needed(array_ptr()), nullptr);
+}
+
+// Where there is no array of the other storage the one that was given stands. So far that is every class.
+TEST_F(ConvertIfNeeded, AnArrayWithoutTheOtherFormStands) {
+    for (const char* const name : {"double 1x2", "int8 1x2", "char 1x2", "cell 1x2", "single 0x0"}) {
+        array_ptr full = arr(name);
+        const ndArray_tag* const same = full.get();
+        EXPECT_EQ(matrix::convert_to_sparse_if_needed(same).get(), same) << name;
+        EXPECT_EQ(matrix::convert_to_sparse_if_needed(std::move(full)).get(), same) << name;
+    }
+    array_ptr sparse = sparse_3x2();
+    const ndArray_tag* const same = sparse.get();
+    EXPECT_EQ(matrix::convert_to_full_if_needed(same).get(), same);
+    EXPECT_EQ(sparse->ref_count, 1U);
+    EXPECT_EQ(matrix::convert_to_full_if_needed(std::move(sparse)).get(), same);
 }
 
 TEST_F(ConvertIfNeeded, ASparseArrayIsSparse) {

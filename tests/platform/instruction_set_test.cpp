@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -45,6 +47,17 @@ TEST_F(instruction_sets, the_environment_may_ask_for_less) {
     const test::environment_variable wish("ND_KERNELS", "sse9");
     hooks::reset_instruction_set();
     EXPECT_EQ(instruction_set_in_use(), best());
+}
+
+TEST_F(instruction_sets, threads_that_ask_first_choose_alike) {
+    for (int round = 0; round < 50; ++round) {
+        hooks::reset_instruction_set();
+        instruction_set answers[4] = {};
+        std::vector<std::thread> crew;
+        for (instruction_set& answer : answers) crew.emplace_back([&] { answer = instruction_set_in_use(); });
+        for (std::thread& thread : crew) thread.join();
+        for (const instruction_set answer : answers) EXPECT_EQ(answer, best());
+    }
 }
 
 TEST_F(instruction_sets, a_family_answers_with_the_set_in_use) {

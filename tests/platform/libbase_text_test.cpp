@@ -35,6 +35,20 @@ TEST(LibbaseText, IsCutToEverySizeAndTerminated) {
     }
 }
 
+// Units of every width that text has: nothing beyond ASCII is a letter, whatever its low byte.
+TEST(LibbaseText, LettersAndDigitsAreThoseOfAscii) {
+    const std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    const std::string_view digits = "0123456789";
+    for (std::uint32_t unit = 0; unit <= 0x10FFFF; ++unit) {
+        const char c = static_cast<char>(unit);
+        const bool letter = unit < 128 && letters.find(c) != std::string_view::npos;
+        const bool digit = unit < 128 && digits.find(c) != std::string_view::npos;
+        ASSERT_EQ(isalpha_ascii(unit), letter) << unit;
+        ASSERT_EQ(isalnum_ascii(unit), letter || digit) << unit;
+    }
+    EXPECT_FALSE(isalpha_ascii(0xFFFFFFE1U)) << "a char that was widened with its sign";
+}
+
 TEST(LibbaseText, ASizeOfZeroTouchesNothing) {
     char untouched = '#';
     EXPECT_EQ(format_into(&untouched, 0, "%s", "text"), 0);

@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 #include <oneapi/tbb/global_control.h>
+#include <oneapi/tbb/task_arena.h>
 
 #include <atomic>
+#include <chrono>
 #include <complex>
 #include <limits>
 #include <numeric>
@@ -154,6 +156,83 @@ TEST(Query, TheDefaultGrainGoesByTheSizeOfTheLeftElement) {
     EXPECT_EQ(calls_with(double{}, 2048), 1U);
     EXPECT_EQ(calls_with(std::complex<double>{}, 1023), 0U);
     EXPECT_EQ(calls_with(std::complex<double>{}, 1024), 1U);
+}
+
+TEST(Query, TheSerialLoopStopsAtTheFirstHit) {
+    for (const std::size_t length : {1U, 2U, 3U, 4U, 5U, 7U, 1000U, 19999U}) {
+        for (const std::size_t place :
+             {std::size_t{0}, std::size_t{1}, std::size_t{2}, std::size_t{3}, length / 2, length - 1}) {
+            if (place >= length) continue;
+            EXPECT_EQ(calls_of(length, 0, threshold, [=](std::size_t i) { return i == place; }).all,
+                      place + 1)
+                << place << " of " << length;
+        }
+    }
+}
+
+// How long the chunk is that begins the range. Its first element is a hit; the chunk is asked to its end, and on one thread the
+// others aren't begun. The arena has so many places, all kept for callers, that the grain alone says where splitting ends.
+template <class T>
+std::size_t first_chunk(std::size_t length, std::size_t grain) {
+    constexpr int places = 64;
+    const std::vector<T> values(length);
+    std::size_t asked = 0;
+    bool found = false;
+    tbb::task_arena(places, places).execute([&] {
+        found = query(
+            values.data(), values.data() + length,
+            [&](const T&) { return ++asked == 2; }, // once by itself, then again in its chunk
+            false, grain, 1, perf);
+    });
+    EXPECT_TRUE(found);
+    return asked - 1;
+}
+
+TEST(Query, ChunksAreAsLongAsTheGrainSays) {
+    const auto expect_chunk = [](std::size_t found, std::size_t grain) {
+        EXPECT_LE(found, grain);
+        EXPECT_GE(2 * found, grain) << "longer ranges only are halved";
+    };
+    for (const std::size_t grain : {100U, 1000U, 5000U})
+        expect_chunk(first_chunk<char>(100000, grain), grain);
+    expect_chunk(first_chunk<char>(1000000, 0), 16384);
+    expect_chunk(first_chunk<std::uint16_t>(1000000, 0), 8192);
+    expect_chunk(first_chunk<float>(1000000, 0), 4096);
+    expect_chunk(first_chunk<double>(1000000, 0), 2048);
+    expect_chunk(first_chunk<std::complex<double>>(1000000, 0), 1024);
+}
+
+TEST(Query, LongRangesAreAskedOnSeveralThreads) {
+    const tbb::global_control several(tbb::global_control::max_allowed_parallelism, 4);
+    // Blocked till another thread has asked too, or for so long that there is none.
+    std::atomic<std::size_t> elsewhere{0};
+    const std::thread::id here = std::this_thread::get_id();
+    const std::vector<char> values(1000000);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    query(
+        values.data(), values.data() + values.size(),
+        [&, here, first = values.data()](const char& x) {
+            if (std::this_thread::get_id() != here) {
+                ++elsewhere;
+            } else if (&x - first >= 1) {
+                while (elsewhere == 0 && std::chrono::steady_clock::now() < deadline)
+                    std::this_thread::yield();
+            }
+            return false;
+        },
+        false, 0, threshold, perf);
+    EXPECT_GT(elsewhere, 0U);
+}
+
+TEST(Query, ElementsLongerThanAChunkAreAskedOneByOne) {
+    struct large {
+        char bytes[20000];
+    };
+    const std::vector<large> values(3);
+    std::atomic<int> asked{0};
+    const auto never = [&](const large&) { return ++asked, false; };
+    EXPECT_FALSE(query(values.data(), values.data() + values.size(), never, false, 0, 0, perf));
+    EXPECT_EQ(asked, 4);
 }
 
 TEST(Query, AHitSparesChunksThatHaveNotBegun) {

@@ -1,9 +1,11 @@
 // The table of representations. Each row starts from a deep copy, so that the value given stays as it is.
 #include "support/variations.hpp"
 
+#include "matrix/cell_to_struct.hpp"
 #include "matrix/class_table.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/dimensions.hpp"
+#include "support/arr.hpp"
 #include "support/array_matchers.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
@@ -12,6 +14,7 @@
 
 #include <cstring>
 #include <new>
+#include <string>
 
 namespace test {
 namespace {
@@ -30,13 +33,20 @@ array_ptr own_copy(const ndArray_tag* value) { return matrix::detail::do_deep_co
 
 bool has_data(const ndArray_tag* value) { return value->pdata != nullptr; }
 
-// Plain bytes: what a test may copy into a block of its own.
-bool has_plain_data(const ndArray_tag* value) {
-    return has_data(value) && matrix::internal::has_plain_elements(value->class_id) &&
-           (value->flags & matrix::flag_sparse) == 0;
+// Plain bytes or slots: what a test may move to another block.
+bool has_movable_data(const ndArray_tag* value) {
+    return has_data(value) && (value->flags & matrix::flag_sparse) == 0 &&
+           (matrix::internal::has_plain_elements(value->class_id) ||
+            matrix::internal::is_container_class(value->class_id));
 }
 
-std::size_t element_bytes(const ndArray_tag* value) {
+// What a block consists of: slots in a container, elements otherwise.
+std::size_t unit_count(const ndArray_tag* value) {
+    return matrix::internal::is_container_class(value->class_id) ? matrix::internal::slot_count(value)
+                                                                 : element_count(value);
+}
+
+std::size_t unit_bytes(const ndArray_tag* value) {
     const bool complex = (value->flags & matrix::flags_complex_numeric) == matrix::flags_complex_numeric;
     return matrix::internal::element_size(matrix::internal::code_of(value->class_id, complex));
 }
@@ -45,12 +55,12 @@ const auto& heap() { return foundation::core::mem::aligned_heap_instance(); }
 
 void free_on_heap(void* block) { heap().free(block); }
 
-// Moves the array's data to a fresh block with room for capacity elements.
+// Moves the array's data to a fresh block with room for capacity elements or slots.
 void replace_block(ndArray_tag* array, std::size_t capacity, void (*deleter)(void*)) {
-    const std::size_t size = element_bytes(array);
-    void* const block = heap().malloc(capacity * size);
+    const std::size_t size = unit_bytes(array);
+    void* const block = heap().calloc(capacity, size);
     if (block == nullptr) throw std::bad_alloc{};
-    std::memcpy(block, array->pdata, element_count(array) * size);
+    std::memcpy(block, array->pdata, unit_count(array) * size);
     void* const old = array->pdata;
     array->set_pdata_and_deleter(block, deleter);
     heap().free(old);
@@ -79,15 +89,14 @@ representation once_shared(const ndArray_tag* value) {
 
 representation custom_deleter(const ndArray_tag* value) {
     representation made = alone(own_copy(value));
-    replace_block(made.value.get(), element_count(made.value.get()), free_on_heap);
+    replace_block(made.value.get(), unit_count(made.value.get()), free_on_heap);
     return made;
 }
 
 representation capacity_tracked(const ndArray_tag* value) {
     representation made = alone(own_copy(value));
     ndArray_tag* const array = made.value.get();
-    replace_block(array, matrix::detail::noninlined::nd_array_api::ndGetCapacity(element_count(array)),
-                  nullptr);
+    replace_block(array, matrix::detail::noninlined::nd_array_api::ndGetCapacity(unit_count(array)), nullptr);
     array->flags |= matrix::flag_capacity_tracked;
     return made;
 }
@@ -139,6 +148,28 @@ representation own_names(const ndArray_tag* value) {
     return made;
 }
 
+bool has_cell_or_fields(const ndArray_tag* value) {
+    return has_data(value) && (value->class_id == ndCELL_CLASS || has_fields(value));
+}
+
+// The slots of a cell under the name of a struct, or the other way round: a sharer that counts them differently.
+representation shared_with_another_class(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    const ndArray_tag* const array = made.value.get();
+    if (array->class_id != ndCELL_CLASS) {
+        made.bystanders.push_back(matrix::internal::struct_to_cell(array));
+        return made;
+    }
+    const auto fields = dims_of(array)[0];
+    const array_ptr names = matrix::create_cell(std::vector<std::size_t>{1, fields});
+    for (std::size_t i = 0; i < fields; ++i) {
+        array_ptr name = arr("char", u"f" + std::u16string(1 + i, u'i'));
+        matrix::detail::noninlined::nd_array_api::ndSetCell(names.get(), i, name.release());
+    }
+    made.bystanders.push_back(matrix::cell_to_struct(array, names.get(), 1));
+    return made;
+}
+
 bool always(const ndArray_tag*) { return true; }
 
 constexpr variation table[] = {
@@ -146,13 +177,14 @@ constexpr variation table[] = {
     {"shared block", has_data, shared_block},
     {"shared block, the copy of it", has_data, second_sharer},
     {"block that was shared once", has_data, once_shared},
-    {"block with a custom deleter", has_plain_data, custom_deleter},
-    {"block of tracked capacity", has_plain_data, capacity_tracked},
+    {"block with a custom deleter", has_movable_data, custom_deleter},
+    {"block of tracked capacity", has_movable_data, capacity_tracked},
     {"header with two owners", always, header_owned_twice},
     {"header that had more dimensions", always, once_had_more_dims},
     {"header with user bits", always, with_user_bits},
     {"field names that another header has too", has_fields, shared_names},
     {"field names of its own", has_fields, own_names},
+    {"slots that cell and struct have", has_cell_or_fields, shared_with_another_class},
 };
 
 } // namespace

@@ -48,7 +48,7 @@ TEST_F(Variations, HoldCells) {
         ++seen;
         EXPECT_THAT(x, EqualsArray(cell.get()));
     });
-    EXPECT_GE(seen, 5);
+    EXPECT_GE(seen, 10);
 }
 
 TEST_F(Variations, AreWhatTheyAreCalled) {
@@ -63,6 +63,12 @@ TEST_F(Variations, AreWhatTheyAreCalled) {
     EXPECT_EQ(make("header with two owners", value).value->ref_count, 2U);
     EXPECT_EQ(make("header with user bits", value).value->flags >> matrix::flag_user_shift, 0xA5U);
     EXPECT_EQ(make("header that had more dimensions", value).value->n_or_ndims, 3U);
+    const auto cell = arr("cell 2x3");
+    const representation pair = make("slots that cell and struct have", cell);
+    EXPECT_EQ(pair.bystanders.front()->class_id, ndSTRUCT_CLASS);
+    EXPECT_EQ(pair.bystanders.front()->pdata, pair.value->pdata);
+    EXPECT_TRUE(make("block with a custom deleter", cell).value->hasCustomDeleter());
+    EXPECT_TRUE((make("block of tracked capacity", cell).value->flags & matrix::flag_capacity_tracked) != 0);
     EXPECT_TRUE((make("header that had more dimensions", numbered("int8 2x3")).value->flags &
                  matrix::flag_inline_dims) != 0);
 }

@@ -9,6 +9,10 @@
  * The data block isn't unshared by any of these functions: whoever changes a container that shares its slots with others
  * unshares it first, and so does whoever writes through an element that has other owners.
  *
+ * A container never stands below itself. One that is put into its own slots goes in as a copy of its own; putting it, or a header
+ * that shares its slots, into a container further down is a fault of the caller that nothing looks for: such arrays are never
+ * given back, and copies of them have no end.
+ *
  * The functions of nd_array_api test nothing unless told so: null arrays, other classes and numbers out of range are faults of
  * the caller. Those of published, which the C interface reaches, test as they say. Out of memory is std::bad_alloc or
  * foundation::core::except::bad_alloc; whatever fails has changed nothing, and arguments handed over are still the caller's.
@@ -24,7 +28,8 @@ namespace matrix {
 
 /// A struct array from a cell, one dimension of which becomes the fields. names: a char matrix with one name in each row, trailing
 /// blanks don't count, or a cell of char rows; dim counts from 1 and may lie beyond the cell's dimensions, which are 1 there.
-/// The struct shares the elements with the cell. Names longer than 2048 are cut, with a warning.
+/// cell is a cell and neither is null, which isn't tested. The struct shares the elements with the cell. Names longer than 2048
+/// are cut, with a warning, and a name in a cell ends before its first NUL.
 /// Raises, in this order: TARVEL:Cell2Struct:DimensionNumber for dim 0, NumberOfNamesMismatch, Non2DCharArray, for each name
 /// NonStringFieldNames and NonStringVector, and what check_field_name_set raises; out of memory.
 ND_EXPORT array_ptr cell_to_struct(const ndArray_tag* cell, const ndArray_tag* names, std::size_t dim);
@@ -40,7 +45,7 @@ ND_EXPORT array_ptr
 struct_conversion_fcn(int nrhs, const std::unique_ptr<const ndArray_tag, detail::ndDestroy_deleter>* prhs);
 
 /// Are these the names of fields? Raises TARVEL:Cell2Struct:InvalidFieldName for the first that is null, empty, longer than 2048
-/// bytes or no name, and then TARVEL:legacy_two_part:DuplicateFieldName for the alphabetically first that is there twice.
+/// bytes or no name, and then TARVEL:DuplicateFieldName for the alphabetically first that is there twice.
 ND_EXPORT void check_field_name_set(std::span<const char* const> names);
 
 /// n by 1, with the fields "file", "name" and "line": the frames of an error's stack.
@@ -129,8 +134,10 @@ ND_EXPORT int ndAddField(ndArray_tag* array, const char* name);
 /// The same with a name that is tested. Raises TARVEL:AddField:InvalidFieldName with the name, and out of memory in place of -1.
 ND_EXPORT int ndAddFieldToStruct(ndArray_tag* array, const char* name);
 
-/// Removes a field. Its values aren't destroyed: they become temporaries, and where no list of temporaries is kept they are the
-/// caller's. Does nothing for an array that is no struct or object and a number out of range.
+/// Removes a field. Inside an engine, where lists of temporaries are kept, its values become temporaries; a value that stands in
+/// other slots too, or has other owners, only loses the reference of the field's slot and stays theirs. In a plain library nothing
+/// is released: the references of the field's slots are the caller's, who has asked for the values before.
+/// Does nothing for an array that is no struct or object and a number out of range.
 ND_EXPORT void ndRemoveField(ndArray_tag* array, int number);
 
 /* Conversions: results as those of creators. */
@@ -138,7 +145,9 @@ ND_EXPORT void ndRemoveField(ndArray_tag* array, int number);
 /// cell_to_struct.
 ND_EXPORT ndArray_tag* ndCell2Struct(const ndArray_tag* cell, const ndArray_tag* names, std::size_t dim);
 
-/// A cell of (fields, dimensions of the struct...) that shares its elements with the struct or object. Null for another class.
+/// ndCreateConvertedCopy(array, ndCELL_CLASS): of a struct or object a cell of (fields, dimensions of the struct...) that shares
+/// its elements with it. The destroy hook of an object hears of it when the object's header is the last to have the slots, and not
+/// when that is the cell's. Of a cell a deep copy, of an array without elements an empty cell; null for other classes and null.
 ND_EXPORT ndArray_tag* ndStruct2Cell(const ndArray_tag* array);
 
 /// struct_conversion_fcn; *result is written when it has succeeded.

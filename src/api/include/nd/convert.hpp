@@ -8,7 +8,11 @@
  *   to floating point    the nearest number; beyond single's range that is infinity
  *   to logical           anything but 0 gives 1; NaN raises TARVEL:legacy_two_part:nologicalnan
  *
- * The functions take no locks. They run on one thread, and on any that owns the arrays.
+ * Identifiers of the catalog TARVEL:legacy_two_part are shown without it: TARVEL:nologicalnan.
+ *
+ * A conversion runs on the thread that calls it, which may be any that owns the array. Only the question whether a long complex
+ * result has imaginary parts at all is asked on several threads, which read the new array and nothing else. Where a result
+ * shares data with its source, both stand in one counted record, under its lock if it has one.
  */
 #ifndef ND_CONVERT_HPP
 #define ND_CONVERT_HPP
@@ -25,13 +29,17 @@ namespace matrix {
 ///   logical, char, numeric   element by element; complex stays complex, but for char, and becomes real when every imaginary part
 ///                            comes out as 0. To char a complex array gives its real and imaginary parts as they lie, the first
 ///                            half of them. An int8 or uint8 array of zeros and ones becomes logical without a copy: the two
-///                            share their data. Not from logical to char. An array without elements can have any class
+///                            share their data. Not from logical to char. An array without elements can have any class.
+///                            A colon object stands for its elements, but as a copy of the same class it stays one
 ///   struct                   to cell: fields become the first dimension, and the two share their elements
 ///   object                   the same, and to struct: the object's fields, shared one by one
 ///   opaque                   what its class says
+///   sparse                   not to another class so far: the conversions between logical, double and single, which have a sparse
+///                            form, give an empty pointer
 /// Null gives an empty pointer. Raises TARVEL:legacy_two_part:nologicalcomplex for complex to logical, nologicalnan as above,
-/// TARVEL:legacy_two_part:unimplementedSparseType for a sparse array and a class without sparse form, and as a creator does. array
-/// keeps its value.
+/// TARVEL:legacy_two_part:unimplementedSparseType for a sparse array and a class without sparse form (single without the feature
+/// SingleSparse is one), and as a creator does. std::bad_alloc may also come from the scheduler of the threads. array keeps its
+/// value.
 ND_EXPORT array_ptr create_converted_copy(const ndArray_tag* array, ndClassID classId);
 
 /// The array, with one owner more, when it has the class; otherwise a converted copy. Raises
@@ -45,13 +53,13 @@ ND_EXPORT boost::intrusive_ptr<ndArray_tag> convert_if_needed(const ndArray_tag*
 /// keeps the array.
 ND_EXPORT array_ptr convert_if_needed(array_ptr&& array, ndClassID classId);
 
-/// The array, with one owner more, when it is full; otherwise a full copy, or the array where a class has no full form.
+/// The array, with one owner more, when it is full; otherwise a full copy, or the array where there is none: so far always.
 ND_EXPORT boost::intrusive_ptr<ndArray_tag>
 convert_to_full_if_needed(boost::intrusive_ptr<ndArray_tag>& array);
 ND_EXPORT boost::intrusive_ptr<ndArray_tag> convert_to_full_if_needed(const ndArray_tag* array);
 ND_EXPORT array_ptr convert_to_full_if_needed(array_ptr&& array);
 
-/// The array, with one owner more, when it is sparse; otherwise a sparse copy, or the array where a class has no sparse form.
+/// The array, with one owner more, when it is sparse; otherwise a sparse copy, or the array where there is none: so far always.
 ND_EXPORT boost::intrusive_ptr<ndArray_tag>
 convert_to_sparse_if_needed(boost::intrusive_ptr<ndArray_tag>& array);
 ND_EXPORT boost::intrusive_ptr<ndArray_tag> convert_to_sparse_if_needed(const ndArray_tag* array);

@@ -7,8 +7,8 @@
 //   otherwise                          chunks of the grain, on as many threads as the task scheduler has free
 //
 // The serial limit is threshold, or the grain when threshold is 0. The grain is in elements, or 16 KiB of the (left) range when it
-// is 0. A chunk that finds a hit cancels the group: chunks that haven't begun are skipped, and the answer is whether the group was
-// cancelled. So no thread writes anything but that.
+// is 0. The serial loop stops at the first hit. A chunk is asked to its end; where it has a hit it cancels the group: chunks that
+// haven't begun are skipped, and the answer is whether the group was cancelled. So no thread writes anything but that.
 //
 // The predicate is called on several threads at the same time and may be called for elements after a hit. It reads, and must not
 // throw. Both ranges stay as they are meanwhile. May raise std::bad_alloc, when the task scheduler can't go on.
@@ -43,18 +43,26 @@ namespace detail {
 
 inline constexpr std::size_t chunk_bytes = 16384;
 
-// Elements between two looks at the answer: short enough to stop early, long enough for the compiler to use vectors.
-inline constexpr std::size_t stride = 64;
-
 template <class Hit>
-bool any_hit(std::size_t begin, std::size_t end, const Hit& hit) noexcept {
-    while (begin != end) {
-        const std::size_t stop = begin + std::min(stride, end - begin);
-        bool found = false;
-        for (; begin != stop; ++begin) found |= hit(begin);
-        if (found) return true;
+bool first_hit_ends(std::size_t begin, std::size_t end, const Hit& hit) noexcept {
+    for (; end - begin >= 4; begin += 4) {
+        if (hit(begin) || hit(begin + 1) || hit(begin + 2) || hit(begin + 3)) return true;
+    }
+    for (; begin != end; ++begin) {
+        if (hit(begin)) return true;
     }
     return false;
+}
+
+// Without a way out the compiler can use vectors.
+template <class Hit>
+bool any_hit_in_chunk(std::size_t begin, std::size_t end, const Hit& hit) noexcept {
+    const auto asked = [&](std::size_t i) -> unsigned { return hit(i) ? 1 : 0; };
+    unsigned found = 0;
+    for (; end - begin >= 4; begin += 4)
+        found |= asked(begin) | asked(begin + 1) | asked(begin + 2) | asked(begin + 3);
+    for (; begin != end; ++begin) found |= asked(begin);
+    return found != 0;
 }
 
 // hit(i) tells whether element i answers the question.
@@ -66,7 +74,7 @@ bool any_hit_in_parallel(std::size_t length, std::size_t grain, const Hit& hit) 
     tbb::parallel_for(
         tbb::blocked_range<std::size_t>(0, length, grain),
         [&](const tbb::blocked_range<std::size_t>& chunk) {
-            if (any_hit(chunk.begin(), chunk.end(), hit)) group.cancel_group_execution();
+            if (any_hit_in_chunk(chunk.begin(), chunk.end(), hit)) group.cancel_group_execution();
         },
         tbb::auto_partitioner(), group);
     return group.is_group_execution_cancelled();
@@ -75,8 +83,8 @@ bool any_hit_in_parallel(std::size_t length, std::size_t grain, const Hit& hit) 
 template <class Hit>
 bool ask(std::size_t length, std::size_t element_size, std::size_t grain, std::size_t threshold,
          const Hit& hit) {
-    if (grain == 0) grain = chunk_bytes / element_size;
-    if (length < (threshold != 0 ? threshold : grain)) return any_hit(0, length, hit);
+    if (grain == 0) grain = std::max<std::size_t>(chunk_bytes / element_size, 1);
+    if (length < (threshold != 0 ? threshold : grain)) return first_hit_ends(0, length, hit);
     return hit(std::size_t{0}) || any_hit_in_parallel(length, grain, hit);
 }
 
