@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <utility>
 
 namespace matrix::internal {
 namespace {
@@ -25,11 +24,7 @@ bool is_among(const ndArray_tag* array, std::span<ndArray_tag* const> keep) noex
     return array != nullptr && std::find(keep.begin(), keep.end(), array) != keep.end();
 }
 
-constinit thread_local ArrayList* list_being_closed = nullptr;
-
 } // namespace
-
-ArrayList* ArrayList::being_closed() noexcept { return list_being_closed; }
 
 ArrayList::ArrayList()
     : serial_to_break_on_(serial_from_environment()),
@@ -37,10 +32,8 @@ ArrayList::ArrayList()
       stacks_channel_("matrix::arraylist_stacks") {}
 
 ArrayList::~ArrayList() {
-    ArrayList* const outer = std::exchange(list_being_closed, this);
     const bool quiet = std::uncaught_exceptions() > 0;
     while (stack_.has_context()) pop_context({}, quiet);
-    list_being_closed = outer;
     check(stack_.size() == 0, "m_data.empty()");
     check(!stack_.has_context(), "m_contexts.empty()");
     check(m_arrayDebug.empty(), "m_arrayDebug.empty()");

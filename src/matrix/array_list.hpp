@@ -70,10 +70,6 @@ public:
     std::vector<listed_array> current_entries() const;
     std::vector<listed_array> all_entries() const { return entries_from(0); }
 
-    /// The list that the calling thread is taking down with its engine, or null. The engine's store has forgotten it by then, but
-    /// arrays that die with it still have to leave it.
-    static ArrayList* being_closed() noexcept;
-
 private:
     struct array_entry {
         array_entry(ndArray_tag* array, std::uint64_t number) noexcept : pointer(array), serial(number) {}
@@ -111,7 +107,8 @@ private:
 /// Raises std::bad_alloc.
 bool add_to_array_list(ndArray_tag* array);
 
-/// Takes a temporary off its list; ends the process when there is no engine that could have it.
+/// Takes a temporary off its list, which it reaches also while the engine closes. Without an open engine, and with the list gone,
+/// ends the process when internal checks are on.
 void leave_array_list(ndArray_tag* array);
 
 } // namespace matrix::internal

@@ -3,6 +3,7 @@
 #include "matrix/array_list.hpp"
 
 #include "matrix/array_lists_fixture.hpp"
+#include "matrix/heap_watch.hpp"
 #include "matrix/library_context.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
@@ -196,6 +197,81 @@ TEST_F(ArrayLists, EndElementsOfOrphansOnceWhenTheirEngineCloses) {
     forget_ended();
     engine.close();
     EXPECT_EQ(ended().size(), 5U);
+}
+
+// Another object of the store that ends what it holds: a temporary or a block. Inserted behind the lists, it ends before them.
+struct holding_row {
+    const char* name;
+    void (*hold)();
+};
+ndArray_tag* held_array;
+void* held_block;
+
+template <void (*End)()>
+void insert_holder() {
+    using store = foundation::usm::Detail<foundation::usm::scope::EngineScope>;
+    struct holder {};
+    store::insert(store::getNextID(typeid(holder)), foundation::usm::object_ptr(new holder, [](void* p) {
+                      End();
+                      delete static_cast<holder*>(p);
+                  }));
+}
+
+void end_held() {
+    api::ndDestroyArray(held_array);
+    api::ndFree(held_block);
+}
+void claim_held() {
+    api::ndSetArrayScope(held_array, ndGLOBAL_SCOPE);
+    api::ndDestroyArray(held_array);
+    matrix::internal::removeFromAllocList(held_block);
+    api::ndFreeEx(held_block);
+}
+void move_held() {
+    api::ndDestroyArray(held_array);
+    api::ndFreeEx(api::ndRealloc(held_block, 300'000));
+}
+
+const holding_row holdings[] = {
+    {"ends them", insert_holder<end_held>},
+    {"claims them first", insert_holder<claim_held>},
+    {"resizes the block", insert_holder<move_held>},
+    {"is the last error's array",
+     [] {
+         matrix::setLastError("some:id", u"text", api::ndCreateDoubleMatrix(3, 3, ndREAL));
+         auto* const kept = const_cast<ndArray_tag*>(std::get<2>(matrix::getLastError()));
+         kept->setCustomDeleter([](void* block) {
+             api::ndFreeEx(block);
+             end_held();
+         });
+     }},
+};
+
+TEST_F(ArrayLists, AreLeftByWhatOtherObjectsOfTheirEngineHold) {
+    for (const holding_row& row : holdings) {
+        for (const std::size_t later : {0U, 5U}) {
+            SCOPED_TRACE(row.name);
+            heap_watch heap;
+            EngineInstance engine;
+            {
+                const EngineActivation active(&engine);
+                temporaries(3);
+                held_array = api::ndCreateDoubleMatrix(300, 300, ndREAL);
+                held_block = api::ndMalloc(10);
+                temporaries(later);
+                row.hold();
+            }
+            const void* const data = held_array->pdata;
+            heap.forget();
+            forget_ended();
+            engine.close();
+            const array_pointers gone = ended();
+            EXPECT_EQ(std::count(gone.begin(), gone.end(), held_array), 1);
+            EXPECT_EQ(heap.times_freed(data), 1U);
+            EXPECT_LE(heap.times_freed(held_block), 1U)
+                << "a block that is resized may have gone in the heap";
+        }
+    }
 }
 
 // A context of the engine is no longer found while it goes down, and none is made in its place.
