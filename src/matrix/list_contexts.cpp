@@ -32,7 +32,8 @@ bool add_to_array_list(ndArray_tag* array) {
 // so would be the array if it had stood there.
 void leave_array_list(ndArray_tag* array) {
     if (!the_module.array_lists) return;
-    if (MatrixLibraryContext* const context = find_context_to_leave()) return context->array_list.remove(array);
+    if (MatrixLibraryContext* const context = find_context_to_leave())
+        return context->array_list.remove(array);
     foundation::core::diag::check(
         foundation::usm::Detail<foundation::usm::scope::EngineScope>::isRequiredContextActive(),
         "matrix::internal::removeFromArrayList(pa)");

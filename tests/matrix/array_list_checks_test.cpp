@@ -4,6 +4,7 @@
 #include "matrix/array_lists_fixture.hpp"
 #include "matrix/library_context.hpp"
 #include "matrix/module_state.hpp"
+#include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/death.hpp"
 
@@ -92,6 +93,35 @@ TEST_F(ArrayLists, KeepBelowTheBaseContextWithChecksOff) {
     api::ndDestroyArray(made[1]);
     pushArrayListContext();
     EXPECT_TRUE(isArrayListContextEmpty()) << "a new base context";
+}
+
+// What stands below every context when the list ends, or has a record and stands nowhere.
+TEST_F(ArrayLists, EndTheProcessWhenSomethingIsLeftAtTheirEnd) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    const auto keep_below = [] {
+        EngineInstance engine;
+        const EngineActivation active(&engine);
+        {
+            const diagnostics_switched_off off;
+            pop_keeping({temporary()});
+        }
+        engine.close();
+    };
+    EXPECT_TERMINATE_IN_CHILD(keep_below(), "m_data.empty()");
+    const auto lose_an_entry_with_a_record = [] {
+        constexpr const char* stacks = "matrix::arraylist_stacks";
+        EngineInstance engine;
+        const EngineActivation active(&engine);
+        foundation::log::set_channel_mask(stacks, foundation::log::severity_debug);
+        temporary();
+        foundation::log::set_channel_mask(stacks, 0);
+        pushArrayListContext();
+        matrix::internal::find_context()->array_list.remove(arr("double").get());
+        EXPECT_EQ(matrix::internal::validate_array_list(),
+                  "array list: broken rule \"an array with a record stands on the list\"");
+        engine.close();
+    };
+    EXPECT_TERMINATE_IN_CHILD(lose_an_entry_with_a_record(), "m_arrayDebug.empty()");
 }
 
 // A temporary that no open engine can have. While checks are off it is simply no temporary any more, and so it is where no
