@@ -4,6 +4,7 @@
  * The process starts as a plain library. Before the first row that belongs inside the engine it becomes an engine, once
  * and for the rest of the report.
  */
+#include "harness/order_spread.hpp"
 #include "harness/pair_matrix.hpp"
 #include "harness/process.hpp"
 #include "harness/report.hpp"
@@ -63,6 +64,7 @@ int run(const options& options) {
     std::optional<bench::json_report> json;
     if (!options.json.empty()) json.emplace(options.json);
     bench::pair_matrix pairs;
+    bench::order_spread orders;
     std::optional<engine> inside;
     lines.print_heading();
     for (const bench::row& row : rows) {
@@ -70,11 +72,17 @@ int run(const options& options) {
         const bench::result result = bench::measure(row);
         lines.print(row, result);
         pairs.add(row, result);
+        orders.add(row, result);
         if (json) json->add(row, result);
     }
-    if (!options.tab_separated) pairs.print();
+    if (!options.tab_separated) {
+        orders.print();
+        pairs.print();
+    }
     if (json) json->finish();
     std::fprintf(stderr, "%zu of %zu rows above their goal\n", lines.above_goal(), rows.size());
+    if (orders.above_goal() != 0)
+        std::fprintf(stderr, "%zu groups of orders too far apart\n", orders.above_goal());
     return 0;
 }
 

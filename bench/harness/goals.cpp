@@ -84,4 +84,9 @@ std::optional<double> goal_of(std::string_view work, std::string_view size) {
     return std::nullopt;
 }
 
+std::optional<double> spread_goal_of(std::string_view group) {
+    if (group == "free_orders") return 3;
+    return std::nullopt;
+}
+
 } // namespace bench

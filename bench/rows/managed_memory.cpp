@@ -65,7 +65,8 @@ row frees(const char* work, const char* size, std::size_t count, order in_order)
             .libnd = time_of_frees(count, in_order, ndMalloc, ndFree),
             .limit = time_of_frees(count, in_order, limit_heap_malloc, limit_heap_free),
             .repetitions = 1,
-            .conditions = inside};
+            .conditions = inside,
+            .group = "free_orders"};
 }
 
 } // namespace

@@ -59,6 +59,14 @@ bool AllocList::is_context_empty() const noexcept {
     return !has_context(stack_) || stack_.count_current() == 0;
 }
 
+std::vector<void*> AllocList::all_entries() const {
+    std::vector<void*> blocks;
+    for (std::size_t i = 0; i < stack_.size(); ++i) {
+        if (stack_[i].pointer != nullptr) blocks.push_back(stack_[i].pointer);
+    }
+    return blocks;
+}
+
 void add_to_alloc_list(void* block) {
     if (!the_module.alloc_lists) return;
     if (MatrixLibraryContext* const context = find_or_make_context()) context->alloc_list.add(block);
@@ -69,13 +77,17 @@ void reserve_on_alloc_list() {
     if (MatrixLibraryContext* const context = find_or_make_context()) context->alloc_list.reserve_one();
 }
 
-// Makes the context like an operation that adds. When that fails there is no list, and so nothing on it.
+// Makes the context like an operation that adds. When that fails there is no list, and so nothing on it. While the engine
+// closes its list is left too: it would free the block once more.
 void removeFromAllocList(void* block) noexcept {
     if (!the_module.alloc_lists) return;
     try {
-        if (MatrixLibraryContext* const context = find_or_make_context()) context->alloc_list.remove(block);
+        if (MatrixLibraryContext* const context = find_or_make_context())
+            return context->alloc_list.remove(block);
     } catch (const std::bad_alloc&) {
     }
+    MatrixLibraryContext* const context = find_context_to_leave();
+    if (context != nullptr && !context->is_ending) context->alloc_list.remove(block);
 }
 
 namespace {

@@ -8,6 +8,9 @@
 
 #include <nd/memory.hpp>
 
+#include <string>
+#include <vector>
+
 namespace matrix::internal {
 
 class AllocList {
@@ -51,6 +54,12 @@ public:
 
     /// Number of open contexts, the base context counted.
     std::size_t depth() const noexcept { return stack_.depth(); }
+
+    /// The blocks of all contexts, oldest first. Raises std::bad_alloc.
+    std::vector<void*> all_entries() const;
+
+    /// Empty, or the rule that is broken. Raises std::bad_alloc.
+    std::string broken_rule() const;
 
 private:
     struct block_entry {

@@ -117,6 +117,7 @@ void detail::zero_large_block(ndArray_tag* pair, std::size_t bytes) noexcept {
 }
 
 void recycle_pair(ndArray_tag* array) noexcept {
+    array->scope = ndUNKNOWN_SCOPE;
     array->parent = nullptr;
     free_dims(array);
     free_share_record(array);

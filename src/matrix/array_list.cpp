@@ -5,11 +5,14 @@
 
 #include <nd/create.hpp>
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <utility>
+#include <functional>
+#include <new>
 
 namespace matrix::internal {
 namespace {
@@ -21,15 +24,30 @@ std::uint64_t serial_from_environment() noexcept {
     return text == nullptr ? 0 : std::strtoull(text, nullptr, 10);
 }
 
-bool is_among(const ndArray_tag* array, std::span<ndArray_tag* const> keep) noexcept {
-    return array != nullptr && std::find(keep.begin(), keep.end(), array) != keep.end();
-}
+// What the caller keeps, sorted once; without memory for that it is searched as it stands.
+class kept_arrays {
+public:
+    explicit kept_arrays(std::span<ndArray_tag* const> keep) noexcept : given_(keep) {
+        try {
+            sorted_.assign(keep.begin(), keep.end());
+            std::sort(sorted_.begin(), sorted_.end(), std::less<>());
+        } catch (const std::bad_alloc&) {
+            sorted_.clear();
+        }
+    }
 
-constinit thread_local ArrayList* list_being_closed = nullptr;
+    bool contain(ndArray_tag* array) const noexcept {
+        if (array == nullptr) return false;
+        if (sorted_.empty()) return std::find(given_.begin(), given_.end(), array) != given_.end();
+        return std::binary_search(sorted_.begin(), sorted_.end(), array, std::less<>());
+    }
+
+private:
+    std::span<ndArray_tag* const> given_;
+    boost::container::small_vector<ndArray_tag*, 16> sorted_;
+};
 
 } // namespace
-
-ArrayList* ArrayList::being_closed() noexcept { return list_being_closed; }
 
 ArrayList::ArrayList()
     : serial_to_break_on_(serial_from_environment()),
@@ -37,10 +55,8 @@ ArrayList::ArrayList()
       stacks_channel_("matrix::arraylist_stacks") {}
 
 ArrayList::~ArrayList() {
-    ArrayList* const outer = std::exchange(list_being_closed, this);
     const bool quiet = std::uncaught_exceptions() > 0;
     while (stack_.has_context()) pop_context({}, quiet);
-    list_being_closed = outer;
     check(stack_.size() == 0, "m_data.empty()");
     check(!stack_.has_context(), "m_contexts.empty()");
     check(m_arrayDebug.empty(), "m_arrayDebug.empty()");
@@ -84,31 +100,32 @@ void ArrayList::forget_debug_record(const ndArray_tag* array) {
 // outer context to take them they stay in the list below every context, so that nothing destroys what the caller keeps.
 void ArrayList::keep_in_outer_context(std::span<ndArray_tag* const> keep) noexcept {
     check(stack_.depth() >= 2, "No prior array list context into which to fold ndArrays");
-    std::size_t kept_end = stack_.start();
-    for (std::size_t i = stack_.start(); i < stack_.size(); ++i) {
-        if (!is_among(stack_[i].pointer, keep)) continue;
-        std::rotate(&stack_[kept_end], &stack_[i], &stack_[i] + 1);
-        ++kept_end;
-    }
-    for (std::size_t i = stack_.start(); i < kept_end; ++i) {
+    const kept_arrays kept(keep);
+    const std::size_t old_start = stack_.start();
+    stack_.give_to_outer([&](const array_entry& entry) noexcept { return kept.contain(entry.pointer); });
+    if (m_arrayDebug.empty()) return;
+    for (std::size_t i = old_start; i < stack_.start(); ++i) {
         if (const auto record = m_arrayDebug.find(stack_[i].pointer); record != m_arrayDebug.end()) {
             record->second.context = stack_.depth() - 1;
         }
     }
-    stack_.move_start(kept_end);
 }
 
 void ArrayList::pop_context(std::span<ndArray_tag* const> keep, bool quiet) noexcept {
     check(stack_.has_context(), "m_hasCurrentContext");
     if (!stack_.has_context()) return;
     if (!keep.empty()) keep_in_outer_context(keep);
+    const std::size_t outer_depth = stack_.depth() - 1;
     clearContextImpl(quiet);
-    stack_.pop();
+    stack_.bring_back_depth(outer_depth);
 }
 
 void ArrayList::clear_context(bool quiet) noexcept {
     check(stack_.has_context(), "m_hasCurrentContext");
-    if (stack_.has_context()) clearContextImpl(quiet);
+    if (!stack_.has_context()) return;
+    const std::size_t depth = stack_.depth();
+    clearContextImpl(quiet);
+    stack_.bring_back_depth(depth);
 }
 
 bool ArrayList::is_context_empty() const noexcept {
@@ -130,17 +147,13 @@ std::vector<listed_array> ArrayList::entries_from(std::size_t first) const {
 
 void ArrayList::clearContextImpl(bool quiet) noexcept {
     const std::size_t count = stack_.count_current();
-    if (count != 0 && !quiet) {
-        try {
-            report_orphans(count);
-        } catch (...) {
-        } // no memory for the report: the orphans go without
-    }
+    if (count != 0 && !quiet) report_orphans(count);
     destroy_orphans();
 }
 
 // Destroying an orphan can call back into the list: deleters and hooks may destroy other temporaries, or make some, which then
-// go too. So the list is looked at anew each time, and an array has left it before it dies.
+// go too, for as long as there are any. So the list is looked at anew each time, and an array has left it before it dies.
+// Contexts that they open and leave open, or close and haven't opened, are the affair of whoever closes this one.
 void ArrayList::destroy_orphans() noexcept {
     const std::size_t start = stack_.start();
     while (stack_.size() > start) {

@@ -2,7 +2,7 @@
 // arrays still there when a context ends are orphans: reported if asked for, and destroyed whoever else claims them.
 //
 // One per engine, a member of its MatrixLibraryContext; no lock. An array stands on the list exactly while its scope is
-// temporary: set_scope is the only door.
+// temporary: scope.hpp names the doors.
 //
 // Two log channels. "matrix::arraylist" reports how many orphans a context left. "matrix::arraylist_stacks" keeps, for each
 // array added while it is on, where that happened, checks each removal against it, and reports every orphan with its origin.
@@ -70,9 +70,8 @@ public:
     std::vector<listed_array> current_entries() const;
     std::vector<listed_array> all_entries() const { return entries_from(0); }
 
-    /// The list that the calling thread is taking down with its engine, or null. The engine's store has forgotten it by then, but
-    /// arrays that die with it still have to leave it.
-    static ArrayList* being_closed() noexcept;
+    /// Empty, or the rule that is broken, but for what the arrays themselves are like. Raises std::bad_alloc.
+    std::string broken_rule() const;
 
 private:
     struct array_entry {
@@ -88,7 +87,8 @@ private:
 
     std::vector<listed_array> entries_from(std::size_t first) const;
     void clearContextImpl(bool quiet) noexcept;
-    void report_orphans(std::size_t count) const;
+    void report_orphans(std::size_t count) const noexcept;
+    std::string count_report(std::size_t count) const;
     void report_each_orphan(std::size_t count) const;
     std::string header_line(std::size_t count) const;
     std::string origin_of(const ndArray_tag* orphan) const;
@@ -111,7 +111,8 @@ private:
 /// Raises std::bad_alloc.
 bool add_to_array_list(ndArray_tag* array);
 
-/// Takes a temporary off its list; ends the process when there is no engine that could have it.
+/// Takes a temporary off its list, which it reaches also while the engine closes. Without an open engine, and with the list gone,
+/// ends the process when internal checks are on.
 void leave_array_list(ndArray_tag* array);
 
 } // namespace matrix::internal

@@ -1,6 +1,7 @@
 // What the array list tells its two log channels: how many orphans a context left, and where each of them was added.
 //
-// A channel at fatal severity ends the process behind its whole report, with the text of the report's first record.
+// A channel at fatal severity ends the process behind its whole report, with the text of the report's first record, or with the
+// text for a record that wasn't opened; also when there was no memory for the report. Not on a thread that asked to go on.
 #include "matrix/array_list.hpp"
 
 #include <boost/format.hpp>
@@ -20,20 +21,24 @@ constexpr const char* in_another_context =
     "Possible call to ndSetCell, ndSetField, ndSetFieldByNumber or ndDestroyArray\n"
     "on input argument";
 
-// Writes one record at the channel's level and returns its text.
+constinit thread_local int reports_that_go_on = 0; // how many scopes of the calling thread ask for it
+
+constexpr const char* no_text = "Expression information is not available.";
+
+// Writes one record at the channel's level and returns its text; an empty one when the record couldn't be opened.
 template <class MakeText>
 std::string write_record(const basic_diagnostic_logger& channel, MakeText&& make_text) {
     foundation::log::log_record record = channel.open_record(channel.highest_level() >> 15);
-    if (!record) return "Expression information is not available.";
+    if (!record) return {};
     std::string text = make_text();
     record.close(text);
     return text;
 }
 
-void end_process_if_fatal(const basic_diagnostic_logger& channel, const std::string& text) {
+void end_process_if_fatal(const basic_diagnostic_logger& channel, const char* text) {
     constexpr std::uint32_t fatal_word = foundation::log::severity_fatal << 15;
     static_assert(fatal_word == 0x4000000);
-    if ((channel.highest_level() & ~0x7FFFU) == fatal_word) {
+    if (reports_that_go_on == 0 && (channel.highest_level() & ~0x7FFFU) == fatal_word) {
         foundation::log::detail::terminate(text, source_name, report_line, report_function);
     }
 }
@@ -45,19 +50,25 @@ std::string ArrayList::header_line(std::size_t count) const {
            std::to_string(stack_.depth()) + " from:\n" + stacktrace_base::capture().format() + "\n";
 }
 
-void ArrayList::report_orphans(std::size_t count) const {
-    if (stacks_are_on()) {
-        const std::string header = write_record(stacks_channel_, [&] { return header_line(count); });
-        report_each_orphan(count);
-        end_process_if_fatal(stacks_channel_, header);
-    } else if (orphans_channel_.highest_level() != 0) {
-        const std::string report = write_record(orphans_channel_, [&] {
-            return header_line(count) + "====> Re-run with full diagnostics for details" +
-                   "\n( Event generated in " + report_function + " at line " + std::to_string(report_line) +
-                   " from file " + source_name + " )";
-        });
-        end_process_if_fatal(orphans_channel_, report);
-    }
+std::string ArrayList::count_report(std::size_t count) const {
+    return header_line(count) + "====> Re-run with full diagnostics for details" + "\n( Event generated in " +
+           report_function + " at line " + std::to_string(report_line) + " from file " + source_name + " )";
+}
+
+void ArrayList::report_orphans(std::size_t count) const noexcept {
+    const basic_diagnostic_logger& channel = stacks_are_on() ? stacks_channel_ : orphans_channel_;
+    if (!channel.is_on_at_all()) return;
+    std::string first;
+    try {
+        if (stacks_are_on()) {
+            first = write_record(channel, [&] { return header_line(count); });
+            report_each_orphan(count);
+        } else {
+            first = write_record(channel, [&] { return count_report(count); });
+        }
+    } catch (...) {
+    } // no memory for the report: the orphans go without
+    end_process_if_fatal(channel, first.empty() ? no_text : first.c_str());
 }
 
 void ArrayList::report_each_orphan(std::size_t count) const {
@@ -84,8 +95,9 @@ std::string ArrayList::origin_of(const ndArray_tag* orphan) const {
 
 void ArrayList::addArrayDebug(const ndArray_tag* array) {
     check(array != nullptr, "Array list consistency error: Cannot add null to array list");
+    const stacktrace_base stack = stacktrace_base::capture();
     const auto [record, is_new] =
-        m_arrayDebug.try_emplace(array, debug_record{stack_.depth(), true, stacktrace_base::capture()});
+        m_arrayDebug.try_emplace(array, debug_record{stack_.depth(), stack.size() != 0, stack});
     if (is_new) return;
     check(record->second.context != stack_.depth(),
           "Array list consistency error: Array is already on array list");
@@ -102,3 +114,10 @@ void ArrayList::removeArrayDebug(const ndArray_tag* array) {
 }
 
 } // namespace matrix::internal
+
+namespace matrix {
+
+list_reports_go_on::list_reports_go_on() noexcept { ++internal::reports_that_go_on; }
+list_reports_go_on::~list_reports_go_on() { --internal::reports_that_go_on; }
+
+} // namespace matrix

@@ -46,11 +46,20 @@ public:
         hint_ = not_found;
     }
 
-    /// Moves the current context's start: entries before it belong to the outer context from now on.
-    void move_start(std::size_t start) noexcept {
-        m_contexts.back() = start;
-        if (has_hint() && hint_ < start)
-            hint_ = start - 1; // searches begin behind it, so never in the outer context
+    /// Moves the entries of the current context that are wanted in front of the others, both in their order, and the context's
+    /// start behind them: they belong to the outer context from now on. Where the hint was may be another entry then: it's dropped.
+    template <class IsWanted>
+    void give_to_outer(IsWanted is_wanted) noexcept {
+        hint_ = not_found;
+        const auto begin = m_data.begin() + static_cast<std::ptrdiff_t>(start());
+        const auto others = std::stable_partition(begin, m_data.end(), is_wanted);
+        m_contexts.back() = static_cast<std::size_t>(others - m_data.begin());
+    }
+
+    /// Opens or closes contexts till there are as many as told. None that is opened needs memory where there were as many before.
+    void bring_back_depth(std::size_t depth) noexcept {
+        while (this->depth() > depth) pop();
+        while (this->depth() < depth) push();
     }
 
     bool has_room() const noexcept { return m_data.size() < m_data.capacity(); }
@@ -58,16 +67,15 @@ public:
     /// Room for one more entry, so that the next append can't fail. Raises std::bad_alloc.
     void reserve_one() {
         if (has_room()) return;
-        const std::size_t now = m_data.capacity();
-        const std::size_t sixty_percent = now / 5 * 3 + now % 5 * 3 / 5;
-        m_data.reserve(now + std::max(std::size_t{1}, sixty_percent));
+        m_data.push_back(Entry(m_data.back())); // grows as an append does; a full list has a last entry
+        m_data.pop_back();
     }
 
     /// Appends an entry made of fields. Raises std::bad_alloc.
     template <class... Fields>
     void append(Fields... fields) {
-        reserve_one();
-        append_in_room(fields...);
+        m_data.emplace_back(fields...);
+        hint_ = not_found;
     }
 
     /// The same while has_room(): can't fail.
@@ -139,6 +147,24 @@ public:
     void make_hole(std::size_t i) noexcept {
         m_data[i].pointer = nullptr;
         hint_ = i;
+    }
+
+    /// The number of the context that entry i belongs to: 1 for the base context, 0 below it.
+    std::size_t context_of(std::size_t i) const noexcept {
+        return static_cast<std::size_t>(std::upper_bound(m_contexts.begin(), m_contexts.end(), i) -
+                                        m_contexts.begin());
+    }
+
+    /// The rule about contexts and the hint that is broken, as a sentence; null when there is none.
+    const char* broken_rule() const noexcept {
+        if (!std::is_sorted(m_contexts.begin(), m_contexts.end()))
+            return "a context begins where its outer one does, or behind that";
+        if (start() > m_data.size()) return "the current context begins within the list";
+        if (has_context() && m_contexts.front() != 0) return "the base context begins at the list's bottom";
+        if (!has_hint()) return nullptr;
+        if (hint_ >= m_data.size() || hint_ + 1 < start())
+            return "the hint lies in the current context, or just below it";
+        return m_data[hint_].pointer == nullptr ? nullptr : "at the hint is a hole";
     }
 
 private:

@@ -218,7 +218,7 @@ void finish_plain(ndArray_tag* array) noexcept {
 }
 
 // The short ways out of destroyArray that end_array() would find as well, but later. Each is a function of its own, so that
-// none saves registers for the next.
+// none saves registers for the next. A pair keeps the scope it had as a temporary: on no list, it shows that the array has ended.
 [[gnu::noinline]] void end_plain(ndArray_tag* array) noexcept {
     if (is_plain(array)) return finish_plain(array);
     end_array(array);
@@ -237,8 +237,8 @@ void finish_plain(ndArray_tag* array) noexcept {
 
 [[gnu::noinline]] void end_listed(ndArray_tag* array) noexcept {
     if (!leave_list_in_order(array)) leave_array_list(array);
-    array->scope = ndLOCAL_SCOPE;
     if (fits_its_bin(array)) return recycle_whole_pair(array);
+    array->scope = ndLOCAL_SCOPE;
     end_outside_bins(array);
 }
 

@@ -29,7 +29,14 @@ public:
         return static_cast<T*>(foundation::usm::current_engine::find(id_.load(std::memory_order_relaxed)));
     }
 
-    /// The same, made if missing; null when no engine is active. Another thread may have made it meanwhile: one stands, the
+    /// The current engine's object while that engine closes, up to the end of the object; null otherwise. For what has to
+    /// leave the object before it ends.
+    static T* find_while_closing() noexcept {
+        return static_cast<T*>(
+            foundation::usm::current_engine::find_while_closing(id_.load(std::memory_order_relaxed)));
+    }
+
+    /// The current engine's object, made if missing; null when no engine is active. Another thread may have made it meanwhile: one stands, the
     /// loser is destroyed. Raises std::bad_alloc.
     static T* find_or_make() {
         if (T* object = find()) return object;

@@ -13,8 +13,8 @@ MatrixLibraryContext* find_or_make_context() { return engine_object<MatrixLibrar
 namespace engine_access {
 
 ErrorMode* getCurrentErrorModePtr() {
-    // Without an engine somebody may still ask: the process's own value, with the same start.
-    static constinit ErrorMode without_engine = internal::initial_error_mode;
+    // Without an engine somebody may still ask: each thread has a value of its own, with the same start.
+    static constinit thread_local ErrorMode without_engine = internal::initial_error_mode;
     internal::MatrixLibraryContext* const context = internal::find_or_make_context();
     return context == nullptr ? &without_engine : &context->error_mode;
 }

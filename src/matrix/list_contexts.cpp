@@ -28,15 +28,15 @@ bool add_to_array_list(ndArray_tag* array) {
     return context->array_list.add(array);
 }
 
-// An engine that never had a context has no list for the array to stand on. One that is closing looks the same from here, but
-// its list is still being emptied.
+// An open engine that never had a context has no list for the array to stand on. Without an open engine the list is gone, and
+// so would be the array if it had stood there.
 void leave_array_list(ndArray_tag* array) {
     if (!the_module.array_lists) return;
-    const foundation::usm::EngineInstance* const engine = foundation::usm::EngineInstance::current();
-    foundation::core::diag::check(engine != nullptr, "matrix::internal::removeFromArrayList(pa)");
-    ArrayList* list = existing_list();
-    if (list == nullptr && engine != nullptr && engine->is_closed()) list = ArrayList::being_closed();
-    if (list != nullptr) list->remove(array);
+    if (MatrixLibraryContext* const context = find_context_to_leave())
+        return context->array_list.remove(array);
+    foundation::core::diag::check(
+        foundation::usm::Detail<foundation::usm::scope::EngineScope>::isRequiredContextActive(),
+        "matrix::internal::removeFromArrayList(pa)");
 }
 
 } // namespace internal

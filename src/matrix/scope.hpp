@@ -1,4 +1,8 @@
-// The scope of an array: the only door to the array list. An array stands on the list exactly while its scope is temporary.
+// The scope of an array, and with it the doors of the array list. An array stands on the list exactly while its scope is temporary.
+//
+// set_scope is the door for an array that lives. New arrays come in, and arrays that end go out, by short ways that look at the
+// list alone: make_temporary_at_once, leave_list_at_once and leave_list_in_order here, and leave_array_list in destroy.cpp. The
+// root record of an array hears of a change from set_scope only; an array on one of the short ways has none, or gives it up.
 #pragma once
 
 #include "matrix/library_context.hpp"

@@ -22,9 +22,12 @@ enum class validate_depth { cheap, full };
 /// Empty, or the broken rule. Null is broken too. Raises std::bad_alloc.
 std::string validate(const ndArray_tag* array, validate_depth depth = validate_depth::full);
 
-/// Empty, or what is wrong with the array list of the current engine: each array on it, in whatever context, is valid, has
-/// temporary scope and stands there once. Raises std::bad_alloc.
+/// Empty, or what is wrong with the array list of the current engine: its contexts, its hint and its records are in order, and each
+/// array on it, in whatever context, is valid, has temporary scope and stands there once. Raises std::bad_alloc.
 std::string validate_array_list();
+
+/// The same for the alloc list: its contexts and its hint are in order, and each block stands there once.
+std::string validate_alloc_list();
 
 /// Empty, or what is wrong with the bins of the calling thread: each holds as many pairs as it counts, and pairs only that are
 /// whole. Raises std::bad_alloc.

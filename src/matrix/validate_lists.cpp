@@ -1,8 +1,9 @@
-// Do the current engine's array list and the calling thread's cache bins hold what they may hold?
+// Do the current engine's lists and the calling thread's cache bins hold what they may hold?
 #include "matrix/array_cache.hpp"
 #include "matrix/library_context.hpp"
 #include "matrix/validate.hpp"
 
+#include <unordered_map>
 #include <unordered_set>
 
 namespace matrix::internal {
@@ -40,20 +41,60 @@ const char* broken_pair_rule(const opened_pair& pair, std::size_t bin_number) no
 
 } // namespace
 
+std::string ArrayList::broken_rule() const {
+    if (const char* const broken = stack_.broken_rule()) return broken;
+    std::unordered_map<const ndArray_tag*, std::size_t> contexts;
+    std::uint64_t last_serial = 0;
+    for (std::size_t i = 0; i < stack_.size(); ++i) {
+        const array_entry& entry = stack_[i];
+        if (entry.serial <= last_serial) return "an array stands behind those that were added before";
+        last_serial = entry.serial;
+        if (entry.pointer != nullptr && !contexts.emplace(entry.pointer, stack_.context_of(i)).second)
+            return "an array stands on the list once";
+    }
+    for (const auto& [array, record] : m_arrayDebug) {
+        const auto entry = contexts.find(array);
+        if (entry == contexts.end()) return "an array with a record stands on the list";
+        if (entry->second != record.context) return "a record names the context of its array";
+    }
+    return {};
+}
+
+std::string AllocList::broken_rule() const {
+    if (const char* const broken = stack_.broken_rule()) return broken;
+    std::unordered_set<const void*> seen;
+    for (const void* block : all_entries()) {
+        if (!seen.insert(block).second) return "a block stands on the list once";
+    }
+    return {};
+}
+
+namespace {
+
+std::string sentence(const char* list, const std::string& rule) {
+    return rule.empty() ? rule : std::string(list) + ": broken rule \"" + rule + "\"";
+}
+
+} // namespace
+
 std::string validate_array_list() {
     const MatrixLibraryContext* const context = find_context();
     if (context == nullptr) return {};
-    std::unordered_set<const ndArray_tag*> seen;
+    if (std::string broken = sentence("array list", context->array_list.broken_rule()); !broken.empty())
+        return broken;
     for (const listed_array& entry : context->array_list.all_entries()) {
         const std::string where = "array " + std::to_string(entry.serial) + " on the list: ";
-        if (!seen.insert(entry.array).second)
-            return where + "broken rule \"an array stands on the list once\"";
         if (const std::string broken = validate(entry.array); !broken.empty()) return where + broken;
         if (entry.array->scope != ndTEMPORARY_SCOPE)
             return where + "broken rule \"an array on the list has temporary scope\": " +
                    describe_header(entry.array);
     }
     return {};
+}
+
+std::string validate_alloc_list() {
+    const MatrixLibraryContext* const context = find_context();
+    return context == nullptr ? std::string() : sentence("alloc list", context->alloc_list.broken_rule());
 }
 
 std::string validate_cache() {

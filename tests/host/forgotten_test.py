@@ -140,6 +140,15 @@ class Channels(ToolTest):
         self.assertNotRegex(orphans[6], r" forget_arrays\+0x")
         self.assertRegex(orphans[6], r" call_others\+0x[0-9a-f]+ \(")
 
+    def test_a_fatal_channel_ends_no_call(self):
+        for channel, severity in (("arraylist", "0x800"), ("arraylist_stacks", "0x800"), ("arraylist_stacks", "0xA00")):
+            with self.subTest(channel=channel, severity=severity):
+                result, text = self.behave("call_others", "--report", ND_LOG=f"matrix::{channel}={severity}")
+                self.assertEqual(result.returncode, 0, text)
+                self.assertEqual(re.findall(r"(\d+) orphan ndArrays found exiting array list context (\d+) from:", text),
+                                 [("5", "3"), ("2", "2")])
+                self.assertEqual(result.stdout.decode().split()[-1], "2")
+
     def test_no_orphan_no_record(self):
         for channel in ("arraylist", "arraylist_stacks"):
             self.check(self.behave("free_in_odd_orders", ND_LOG=f"matrix::{channel}=0x200")[0], 0)
@@ -160,6 +169,12 @@ class Serials(ToolTest):
     def test_the_add_with_the_serial_asked_for_stops_the_process(self):
         for serial in (1, 31, 61):
             self.assertEqual(self.add(serial).returncode, -signal.SIGTRAP, serial)
+
+    def test_calls_within_calls_count_on(self):
+        stops = lambda serial: self.call(addon("test_forgets"), "--entry", "call_others", env={"ND_BREAK_ON_SERIAL": str(serial)})
+        for serial in (1, 2, 8):
+            self.assertEqual(stops(serial).returncode, -signal.SIGTRAP, serial)
+        self.check(stops(9), 0)
 
     def test_a_serial_that_is_never_reached_stops_nothing(self):
         for serial in (0, 62, "", "none"):

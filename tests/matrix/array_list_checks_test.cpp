@@ -3,6 +3,8 @@
 
 #include "matrix/array_lists_fixture.hpp"
 #include "matrix/library_context.hpp"
+#include "matrix/module_state.hpp"
+#include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/death.hpp"
 
@@ -93,19 +95,63 @@ TEST_F(ArrayLists, KeepBelowTheBaseContextWithChecksOff) {
     EXPECT_TRUE(isArrayListContextEmpty()) << "a new base context";
 }
 
-// A temporary that no engine can have. While checks are off it is simply no temporary any more.
+// What stands below every context when the list ends, or has a record and stands nowhere.
+TEST_F(ArrayLists, EndTheProcessWhenSomethingIsLeftAtTheirEnd) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    const auto keep_below = [] {
+        EngineInstance engine;
+        const EngineActivation active(&engine);
+        {
+            const diagnostics_switched_off off;
+            pop_keeping({temporary()});
+        }
+        engine.close();
+    };
+    EXPECT_TERMINATE_IN_CHILD(keep_below(), "m_data.empty()");
+    const auto lose_an_entry_with_a_record = [] {
+        constexpr const char* stacks = "matrix::arraylist_stacks";
+        EngineInstance engine;
+        const EngineActivation active(&engine);
+        foundation::log::set_channel_mask(stacks, foundation::log::severity_debug);
+        temporary();
+        foundation::log::set_channel_mask(stacks, 0);
+        pushArrayListContext();
+        matrix::internal::find_context()->array_list.remove(arr("double").get());
+        EXPECT_EQ(matrix::internal::validate_array_list(),
+                  "array list: broken rule \"an array with a record stands on the list\"");
+        engine.close();
+    };
+    EXPECT_TERMINATE_IN_CHILD(lose_an_entry_with_a_record(), "m_arrayDebug.empty()");
+}
+
+// A temporary that no open engine can have. While checks are off it is simply no temporary any more, and so it is where no
+// lists are kept.
 TEST_F(ArrayLists, EndTheProcessWhenATemporaryHasNoEngineToLeave) {
     GTEST_FLAG_SET(death_test_style, "fast");
-    const array_ptr array = arr("double", {1});
-    array->scope = ndTEMPORARY_SCOPE;
-    const EngineActivation none(nullptr);
-    EXPECT_TERMINATE(api::ndSetArrayScope(array.get(), ndLOCAL_SCOPE), list_gone);
-    EXPECT_EQ(array->scope, static_cast<std::uint32_t>(ndTEMPORARY_SCOPE));
-    EXPECT_TERMINATE_IN_CHILD(api::ndDestroyArray(array.get()), list_gone);
-    EXPECT_TERMINATE_IN_CHILD(api::ndDestroyArray(temporary_cell({array.get()})), list_gone);
-    const diagnostics_switched_off off;
-    EXPECT_NO_TERMINATE(api::ndSetArrayScope(array.get(), ndLOCAL_SCOPE));
-    EXPECT_EQ(array->scope, static_cast<std::uint32_t>(ndLOCAL_SCOPE));
+    EngineInstance closed;
+    closed.close();
+    for (EngineInstance* const engine : {static_cast<EngineInstance*>(nullptr), &closed}) {
+        const array_ptr array = arr("double", {1});
+        const auto become_temporary = [&] { array->scope = ndTEMPORARY_SCOPE; };
+        const auto expect_to_become_local = [&] {
+            become_temporary();
+            EXPECT_NO_TERMINATE(api::ndSetArrayScope(array.get(), ndLOCAL_SCOPE));
+            EXPECT_EQ(array->scope, static_cast<std::uint32_t>(ndLOCAL_SCOPE));
+        };
+        become_temporary();
+        const EngineActivation active(engine);
+        EXPECT_TERMINATE(api::ndSetArrayScope(array.get(), ndLOCAL_SCOPE), list_gone);
+        EXPECT_EQ(array->scope, static_cast<std::uint32_t>(ndTEMPORARY_SCOPE));
+        EXPECT_TERMINATE_IN_CHILD(api::ndDestroyArray(array.get()), list_gone);
+        EXPECT_TERMINATE_IN_CHILD(api::ndDestroyArray(temporary_cell({array.get()})), list_gone);
+        {
+            const diagnostics_switched_off off;
+            expect_to_become_local();
+        }
+        matrix::internal::the_module.array_lists = false;
+        expect_to_become_local();
+        matrix::internal::the_module.array_lists = true;
+    }
 }
 
 TEST_F(ArrayLists, LetATemporaryGoThatNoListOfTheEngineHas) {

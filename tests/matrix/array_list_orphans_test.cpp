@@ -3,7 +3,9 @@
 #include "matrix/array_list.hpp"
 
 #include "matrix/array_lists_fixture.hpp"
+#include "matrix/heap_watch.hpp"
 #include "matrix/library_context.hpp"
+#include "support/death.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
 
@@ -153,6 +155,86 @@ TEST_F(ArrayLists, StandWhatDeletersOfOrphansDo) {
     }
 }
 
+// What is kept has moved by then, and others stand where it was and where holes were.
+TEST_F(ArrayLists, StandWhatDeletersDoWhereSomeAreKept) {
+    deleter_work = [] {
+        for (ndArray_tag* victim : std::exchange(victims, {})) api::ndDestroyArray(victim);
+    };
+    for (const std::size_t hole : {0U, 1U, 2U, 3U, 4U, 5U}) {
+        for (const std::vector<std::size_t>& kept : {std::vector<std::size_t>{5}, {0}, {2, 3}, {1, 4, 5}}) {
+            SCOPED_TRACE("a hole at " + std::to_string(hole) + ", kept " + ::testing::PrintToString(kept));
+            ndArray_tag* const outer = temporary();
+            pushArrayListContext();
+            std::vector<ndArray_tag*> made = temporaries(6), keep;
+            add_array_with_deleter();
+            array_pointers left{outer};
+            for (const std::size_t i : kept) {
+                if (i != hole) keep.push_back(made[i]);
+            }
+            left.insert(left.end(), keep.begin(), keep.end());
+            api::ndDestroyArray(made[hole]); // searches for others begin here
+            victims.clear();
+            for (std::size_t i = 0; i < made.size(); ++i) {
+                if (i != hole && std::find(keep.begin(), keep.end(), made[i]) == keep.end())
+                    victims.push_back(made[i]);
+            }
+            forget_ended();
+            pop_keeping(keep);
+            EXPECT_EQ(ended().size(), 6 - keep.size());
+            EXPECT_EQ(listed_everywhere(), left);
+            clearArrayListContext(true);
+        }
+    }
+}
+
+// Contexts that a deleter opens or closes too many are put right: the others are as they were.
+TEST_F(ArrayLists, KeepTheirDepthWhateverDeletersLeaveOpenOrClose) {
+    const callback_row rows[] = {
+        {"opens a context", [] { pushArrayListContext(); }, 1},
+        {"opens a context and fills it", [] { pushArrayListContext(), temporaries(20); }, 21},
+        {"opens many",
+         [] {
+             for (int i = 0; i < 50; ++i) pushArrayListContext();
+         },
+         1},
+        {"closes the context", [] { pop_all(); }, 1},
+    };
+    for (const callback_row& row : rows) {
+        for (const bool close : {true, false}) {
+            SCOPED_TRACE(row.name);
+            pushArrayListContext();
+            ndArray_tag* const outer = temporary();
+            pushArrayListContext();
+            add_array_with_deleter();
+            deleter_work = row.work;
+            forget_ended();
+            close ? pop_all() : clearArrayListContext(true);
+            EXPECT_EQ(ended().size(), row.ended);
+            EXPECT_EQ(matrix::internal::find_context()->array_list.depth(), close ? 2U : 3U);
+            EXPECT_EQ(isArrayListContextEmpty(), !close);
+            EXPECT_EQ(listed_everywhere(), (array_pointers{outer}));
+            temporaries(3);
+            EXPECT_EQ(listed_here().size(), close ? 4U : 3U);
+            pop_all();
+            if (!close) pop_all();
+        }
+    }
+}
+
+// The base context too may be the one that is closed once too often.
+TEST_F(ArrayLists, StandADeleterThatClosesTheBaseContext) {
+    EngineInstance engine;
+    const EngineActivation active(&engine);
+    for (const bool close : {false, true}) {
+        const diagnostics_switched_off off;
+        add_array_with_deleter();
+        deleter_work = [] { pop_all(); };
+        close ? pop_all() : clearArrayListContext(true);
+        EXPECT_EQ(matrix::internal::find_context()->array_list.depth(), close ? 0U : 1U);
+        EXPECT_TRUE(listed_everywhere().empty());
+    }
+}
+
 // The engine's store has forgotten the list by then: nothing can be listed any more, but what dies early still leaves it.
 TEST_F(ArrayLists, StandWhatDeletersDoWhileTheirEngineCloses) {
     for (const callback_row& row : callbacks) {
@@ -196,6 +278,82 @@ TEST_F(ArrayLists, EndElementsOfOrphansOnceWhenTheirEngineCloses) {
     forget_ended();
     engine.close();
     EXPECT_EQ(ended().size(), 5U);
+}
+
+// Another object of the store that ends what it holds: a temporary or a block. Inserted behind the lists, it ends before them.
+struct holding_row {
+    const char* name;
+    void (*hold)();
+    std::size_t block_freed; ///< how often, at its first address
+};
+ndArray_tag* held_array;
+void* held_block;
+
+template <void (*End)()>
+void insert_holder() {
+    using store = foundation::usm::Detail<foundation::usm::scope::EngineScope>;
+    struct holder {};
+    store::insert(store::getNextID(typeid(holder)), foundation::usm::object_ptr(new holder, [](void* p) {
+                      End();
+                      delete static_cast<holder*>(p);
+                  }));
+}
+
+void end_held() {
+    api::ndDestroyArray(held_array);
+    api::ndFree(held_block);
+}
+void claim_held() {
+    api::ndSetArrayScope(held_array, ndGLOBAL_SCOPE);
+    api::ndDestroyArray(held_array);
+    matrix::internal::removeFromAllocList(held_block);
+    api::ndFreeEx(held_block);
+}
+void move_held() {
+    api::ndFreeEx(api::ndRealloc(held_block, 300'000));
+    api::ndDestroyArray(held_array);
+}
+
+const holding_row holdings[] = {
+    {"ends them", insert_holder<end_held>, 1},
+    {"claims them first", insert_holder<claim_held>, 1},
+    {"resizes the block", insert_holder<move_held>, 0},
+    {"is the last error's array",
+     [] {
+         matrix::setLastError("some:id", u"text", api::ndCreateDoubleMatrix(3, 3, ndREAL));
+         auto* const kept = const_cast<ndArray_tag*>(std::get<2>(matrix::getLastError()));
+         kept->setCustomDeleter([](void* block) {
+             api::ndFreeEx(block);
+             end_held();
+         });
+     },
+     1},
+};
+
+TEST_F(ArrayLists, AreLeftByWhatOtherObjectsOfTheirEngineHold) {
+    for (const holding_row& row : holdings) {
+        for (const std::size_t later : {0U, 5U}) {
+            SCOPED_TRACE(row.name);
+            heap_watch heap;
+            EngineInstance engine;
+            {
+                const EngineActivation active(&engine);
+                temporaries(3);
+                held_array = api::ndCreateDoubleMatrix(300, 300, ndREAL);
+                held_block = api::ndMalloc(10);
+                temporaries(later);
+                row.hold();
+            }
+            const void* const data = held_array->pdata;
+            heap.forget();
+            forget_ended();
+            engine.close();
+            const array_pointers gone = ended();
+            EXPECT_EQ(std::count(gone.begin(), gone.end(), held_array), 1);
+            EXPECT_EQ(heap.times_freed(data), 1U);
+            EXPECT_EQ(heap.times_freed(held_block), row.block_freed);
+        }
+    }
 }
 
 // A context of the engine is no longer found while it goes down, and none is made in its place.

@@ -5,11 +5,15 @@
 #include "matrix/process_state.hpp"
 #include "support/arr.hpp"
 #include "support/death.hpp"
+#include "support/fault_injection.hpp"
 
 #include "platform/test_hooks.hpp"
 
+#include <boost/log/core/core.hpp>
+
 #include <cstdio>
 #include <regex>
+#include <thread>
 
 namespace test {
 namespace {
@@ -225,6 +229,63 @@ TEST_F(ArrayListReport, EndsTheProcessBehindAFatalReport) {
             leave_orphans_on(orphans, fatal);
         },
         "2 orphan ndArrays found exiting array list context 2");
+}
+
+constexpr const char* no_information = "Expression information is not available.";
+
+// A record that the logging core refuses is as fatal; it has no text but this. So is one that there is no memory for.
+TEST_F(ArrayListReport, EndsTheProcessWithoutItsTextToo) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    for (const char* channel : {orphans, stacks}) {
+        EXPECT_TERMINATE_IN_CHILD(
+            {
+                boost::log::core::get()->set_logging_enabled(false);
+                leave_orphans_on(channel, fatal);
+            },
+            no_information);
+        EXPECT_TERMINATE_IN_CHILD(
+            {
+                foundation::log::set_channel_mask(channel, fatal);
+                temporaries(2);
+                const injection exhausted({1, fault_plan::follow_up::for_ever, 0});
+                clearArrayListContext(false);
+            },
+            no_information);
+    }
+}
+
+TEST_F(ArrayListReport, IsNotMadeWhereTheCoreRefusesIt) {
+    for (const char* channel : {orphans, stacks}) {
+        const log_capture log(channel, debug);
+        boost::log::core::get()->set_logging_enabled(false);
+        pushArrayListContext();
+        temporary();
+        pop();
+        boost::log::core::get()->set_logging_enabled(true);
+        EXPECT_TRUE(log.lines().empty()) << channel;
+        EXPECT_TRUE(listed_everywhere().empty());
+    }
+}
+
+// A host goes on behind a fatal report, on its thread and while it asks for that.
+TEST_F(ArrayListReport, LetsTheProcessGoOnWhereThatIsAskedFor) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    for (const char* channel : {orphans, stacks}) {
+        const log_capture log(channel, fatal);
+        {
+            const matrix::list_reports_go_on outer;
+            { const matrix::list_reports_go_on inner; }
+            pushArrayListContext();
+            temporary();
+            pop();
+            EXPECT_TERMINATE_IN_CHILD(std::thread([] { leave_orphans_on(orphans, fatal); }).join(),
+                                      "2 orphan ndArrays found exiting");
+        }
+        ASSERT_FALSE(log.lines().empty());
+        EXPECT_EQ(log.lines()[0].severity, fatal);
+        EXPECT_THAT(log.lines()[0].text, StartsWith("1 orphan ndArrays found exiting array list context 2"));
+        EXPECT_TERMINATE_IN_CHILD(leave_orphans_on(channel, fatal), "2 orphan ndArrays found exiting");
+    }
 }
 
 TEST_F(ArrayListReport, DoesntEndTheProcessWhenQuietOrEmpty) {

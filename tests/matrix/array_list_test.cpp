@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 
 namespace test {
 namespace {
@@ -47,7 +48,7 @@ TEST_F(ArrayLists, HoldWhatCreatorsReturn) {
     EXPECT_FALSE(isArrayListContextEmpty());
 }
 
-// The scope is the only door: an array stands on the list exactly while it is temporary.
+// The scope is the door: an array stands on the list exactly while it is temporary.
 TEST_F(ArrayLists, FollowTheScope) {
     for (const ndVariableScope scope : {ndLOCAL_SCOPE, ndLOCAL_STATIC_SCOPE, ndGLOBAL_SCOPE, ndMEMBER_SCOPE,
                                         ndPERSISTENT_SCOPE, ndPROPERTY_SCOPE}) {
@@ -186,6 +187,26 @@ TEST_F(ArrayLists, KeepThroughManyContexts) {
     EXPECT_EQ(api::ndGetScalar(kept), 7);
 }
 
+// Seconds for a context of count arrays of which every second one is kept.
+double time_of_keeping_half(std::size_t count) {
+    pushArrayListContext();
+    const std::vector<ndArray_tag*> made = temporaries(count);
+    std::vector<ndArray_tag*> keep;
+    for (std::size_t i = 1; i < count; i += 2) keep.push_back(made[i]);
+    std::reverse(keep.begin(), keep.end());
+    const std::clock_t begin = std::clock();
+    pop_keeping(keep);
+    const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+    EXPECT_EQ(listed_here(), array_pointers(keep.rbegin(), keep.rend()));
+    clearArrayListContext(true);
+    return seconds;
+}
+
+TEST_F(ArrayLists, KeepManyInTimeThatGrowsWithTheirNumber) {
+    const double few = time_of_keeping_half(3'000);
+    EXPECT_LT(time_of_keeping_half(48'000), 80 * few + 0.02) << "sixteen times as many";
+}
+
 // ---- serials
 
 TEST_F(ArrayLists, NumberWhatIsAdded) {
@@ -210,16 +231,36 @@ TEST_F(ArrayLists, NumberWhatIsAdded) {
     EXPECT_EQ(listCurrentArrays()[0].serial, 1U) << "each engine counts for itself";
 }
 
-// Makes arrays until the debugger's signal; the exit status is how many were made.
+// Adds arrays until the debugger's signal; the exit status is how many were added.
 int made_in_child = 0;
 
-[[noreturn]] void make_arrays_in_child(const char* serial) {
+[[noreturn]] void make_arrays_in_child(
+    const char* serial, void (*add)() = [] { temporary(); }) {
     setenv("ND_BREAK_ON_SERIAL", serial, 1);
     std::signal(SIGTRAP, [](int) { std::_Exit(made_in_child); });
     EngineInstance engine;
     const EngineActivation active(&engine);
-    for (made_in_child = 0; made_in_child < 30; ++made_in_child) temporary();
+    for (made_in_child = 0; made_in_child < 30; ++made_in_child) add();
     std::_Exit(99);
+}
+
+// The ways in which an array comes on the list.
+void claim_and_give_back() {
+    static ndArray_tag* const array =
+        matrix::create(std::vector<std::size_t>{1, 1}, ndDOUBLE_CLASS, ndREAL).release();
+    api::ndSetArrayScope(array, ndLOCAL_SCOPE);
+    api::ndSetArrayScope(array, ndTEMPORARY_SCOPE);
+}
+void add_in_a_context_of_its_own() {
+    pushArrayListContext();
+    temporary();
+    pop_all();
+}
+void add_in_turn_with_another_engine() {
+    static EngineInstance other;
+    temporary();
+    const EngineActivation active(&other);
+    temporary();
 }
 
 TEST_F(ArrayLists, BreakAtTheNamedSerial) {
@@ -229,6 +270,9 @@ TEST_F(ArrayLists, BreakAtTheNamedSerial) {
     EXPECT_EXIT(make_arrays_in_child("17"), ::testing::ExitedWithCode(16), "") << "where the list grows";
     for (const char* never : {"", "0", "31", "none"})
         EXPECT_EXIT(make_arrays_in_child(never), ::testing::ExitedWithCode(99), "") << never;
+    EXPECT_EXIT(make_arrays_in_child("5", claim_and_give_back), ::testing::ExitedWithCode(4), "");
+    EXPECT_EXIT(make_arrays_in_child("5", add_in_a_context_of_its_own), ::testing::ExitedWithCode(4), "");
+    EXPECT_EXIT(make_arrays_in_child("5", add_in_turn_with_another_engine), ::testing::ExitedWithCode(4), "");
     EXPECT_EXIT(
         {
             setenv("ND_BREAK_ON_SERIAL", "2", 1);

@@ -114,6 +114,7 @@ TEST_F(ContextStack, DropsTheHintWhenTheListChangesOtherwise) {
         [](stack& s) { s.pop(); },
         [](stack& s) { s.take_last(); },
         [](stack& s) { s.drop_hint(); },
+        [](stack& s) { s.give_to_outer([](const entry&) { return false; }); },
         [](stack& s) { s.remove_newest(places + 5); },
     };
     for (const auto change : changes) {
@@ -127,16 +128,31 @@ TEST_F(ContextStack, DropsTheHintWhenTheListChangesOtherwise) {
     }
 }
 
-TEST_F(ContextStack, AHintBelowAStartThatMovedFindsNothingThere) {
+TEST_F(ContextStack, GivesSomeToTheOuterContextInOrder) {
     stack s;
+    append(s, {9});
     s.push();
-    append(s, {0, 1, 2, 3});
-    remove(s, places + 0);
-    s.move_start(2);
-    ASSERT_TRUE(s.has_hint());
-    EXPECT_FALSE(remove(s, places + 1)) << "it belongs to the outer context now";
-    EXPECT_THAT(contents(s), ElementsAre(-1, 1, 2, 3));
-    EXPECT_TRUE(remove(s, places + 2));
+    append(s, {0, 1, 2, 3, 4});
+    remove(s, places + 1);
+    s.give_to_outer([](const entry& e) { return e.pointer == places + 3 || e.pointer == places + 2; });
+    EXPECT_THAT(contents(s), ElementsAre(9, 2, 3, 0, -1, 4));
+    EXPECT_EQ(s.start(), 3U);
+    EXPECT_FALSE(remove(s, places + 2)) << "it belongs to the outer context now";
+    EXPECT_TRUE(remove(s, places + 0)) << "where the hole was";
+}
+
+TEST_F(ContextStack, BringsBackItsDepth) {
+    for (const std::size_t depth : {0U, 1U, 3U, 7U}) {
+        stack s;
+        append(s, {0});
+        s.push();
+        s.push();
+        append(s, {1});
+        s.bring_back_depth(depth);
+        EXPECT_EQ(s.depth(), depth);
+        EXPECT_EQ(s.has_context(), depth != 0);
+        EXPECT_EQ(s.start(), depth < 2 ? 0U : depth == 3 ? 1U : 2U);
+    }
 }
 
 // Sizes at which the list takes new memory: 60 percent more each time.
@@ -168,6 +184,61 @@ TEST_F(ContextStack, ReservingLeavesTheEntriesAlone) {
     EXPECT_TRUE(s.has_hint());
 }
 
+struct damage_row {
+    const char* rule;
+    void (*damage)(stack& s);
+};
+
+TEST_F(ContextStack, TellsWhichRuleIsBroken) {
+    const damage_row rows[] = {
+        {nullptr, [](stack&) {}},
+        {nullptr, [](stack& s) { remove(s, places + 1); }},
+        {nullptr, [](stack& s) { s.make_hole(s.start() - 1); }},
+        {nullptr, [](stack& s) { s.bring_back_depth(0); }},
+        {"the current context begins within the list",
+         [](stack& s) {
+             while (s.size() >= s.start()) s.take_last();
+         }},
+        {"a context begins where its outer one does, or behind that",
+         [](stack& s) {
+             while (s.size() != 0) s.take_last();
+             s.push();
+         }},
+        {"the base context begins at the list's bottom",
+         [](stack& s) {
+             s.bring_back_depth(0);
+             s.push();
+         }},
+        {"the hint lies in the current context, or just below it", [](stack& s) { s.make_hole(0); }},
+        {"at the hint is a hole",
+         [](stack& s) {
+             remove(s, places + 3);
+             s[3].pointer = places;
+         }},
+    };
+    for (const damage_row& row : rows) {
+        stack s;
+        append(s, {0, 1});
+        s.push();
+        append(s, {2, 3, 4});
+        row.damage(s);
+        EXPECT_STREQ(s.broken_rule(), row.rule);
+    }
+}
+
+TEST_F(ContextStack, NumbersTheContextsOfEntries) {
+    stack s;
+    append(s, {0, 1});
+    s.push();
+    s.push();
+    append(s, {2});
+    EXPECT_EQ(s.context_of(0), 1U);
+    EXPECT_EQ(s.context_of(1), 1U);
+    EXPECT_EQ(s.context_of(2), 3U);
+    s.bring_back_depth(0);
+    EXPECT_EQ(s.context_of(0), 0U);
+}
+
 // Random programs on three views of the same thing: with the hint, without it, and lists of lists.
 struct program_row {
     unsigned seed;
@@ -187,6 +258,7 @@ public:
             ASSERT_EQ(contents(hinted_), contents(plain_)) << "step " << i << ", operation " << operation;
             ASSERT_EQ(hinted_.count_current(), model_.back().size());
             ASSERT_EQ(hinted_.depth(), model_.size());
+            ASSERT_EQ(hinted_.broken_rule(), nullptr) << "step " << i;
         }
     }
 
@@ -218,9 +290,8 @@ private:
         model_.back().insert(model_.back().end(), ending.begin(), ending.begin() + static_cast<long>(kept));
         free_.insert(free_.end(), ending.begin() + static_cast<long>(kept), ending.end());
         for (stack* s : {&hinted_, &plain_}) {
-            std::size_t start = s->start();
-            for (std::size_t seen = 0; seen < kept; ++start) seen += (*s)[start].pointer != nullptr ? 1 : 0;
-            s->move_start(start);
+            std::size_t seen = 0;
+            s->give_to_outer([&](const entry& e) { return e.pointer != nullptr && seen++ < kept; });
             while (s->size() > s->start()) s->take_last();
             s->pop();
         }

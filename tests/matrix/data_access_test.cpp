@@ -12,6 +12,7 @@
 #include "support/variations.hpp"
 
 #include <nd/access.hpp>
+#include <nd/containers.hpp>
 #include <nd/memory.hpp>
 #include <nd/messages.hpp>
 #include <nd/module.hpp>
@@ -306,6 +307,24 @@ TEST_F(ListedBlocks, StayThereForPrivateDataAndForADeleter) {
     array.reset();
     EXPECT_TRUE(matrix::isAllocListContextEmpty()) << "this deleter takes it off";
     api::ndFree(old);
+}
+
+// The blocks of containers: slots that are adopted leave the list, those of private data stay there.
+TEST_F(ListedBlocks, OfContainersLeaveTheListUnlessDataArePrivate) {
+    for (const auto set : {api::ndSetCells, api::ndSetFields}) {
+        for (const bool is_private : {false, true}) {
+            const array_ptr cell = arr("cell 1x2");
+            ndArray_tag** const old = api::ndGetCells(cell.get());
+            api::ndSetDataPrivateFlag(cell.get(), is_private);
+            auto** const block = static_cast<ndArray_tag**>(api::ndCalloc(2, sizeof(ndArray_tag*)));
+            set(cell.get(), block);
+            EXPECT_EQ(api::ndGetCells(cell.get()), block);
+            EXPECT_EQ(matrix::isAllocListContextEmpty(), !is_private);
+            set(cell.get(), old);
+            api::ndSetDataPrivateFlag(cell.get(), false);
+            api::ndFree(block);
+        }
+    }
 }
 
 TEST_F(ListedBlocks, LeaveTheListForAnArrayOfAnotherClass) {

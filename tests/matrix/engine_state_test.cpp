@@ -1,5 +1,5 @@
-// What the library keeps for each engine: the error mode and the last error. Engines don't see each other's, and without an engine
-// the process has its own.
+// What the library keeps for each engine: the error mode and the last error. Engines don't see each other's; without an engine each
+// thread has an error mode, and the process a last error.
 #include "matrix/library_context.hpp"
 #include "matrix/validate.hpp"
 #include "support/arr.hpp"
@@ -120,7 +120,20 @@ TEST_F(ErrorModes, WithoutAnEngineNeedNoMemory) {
     EXPECT_EQ(exhausted.points(), 0);
 }
 
-TEST_F(ErrorModes, OfAClosedEngineAreThoseOfTheProcess) {
+TEST_F(ErrorModes, WithoutAnEngineBelongToTheirThread) {
+    const EngineActivation none(nullptr);
+    setErrorMode(ErrorMode{2});
+    std::thread([here = getCurrentErrorModePtr()] {
+        const EngineActivation nor_here(nullptr);
+        EXPECT_NE(getCurrentErrorModePtr(), here);
+        EXPECT_EQ(getErrorMode(), start);
+        setErrorMode(ErrorMode{3});
+        EXPECT_EQ(getErrorMode(), ErrorMode{3});
+    }).join();
+    EXPECT_EQ(getErrorMode(), ErrorMode{2});
+}
+
+TEST_F(ErrorModes, OfAClosedEngineAreThoseWithoutAnEngine) {
     EngineInstance engine;
     const EngineActivation active(&engine);
     setErrorMode(ErrorMode{8});

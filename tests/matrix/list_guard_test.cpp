@@ -138,7 +138,7 @@ TEST_F(ListGuard, DoesNothingUnlessBothListsAreOn) {
     }
 }
 
-TEST_F(ListGuard, ChangesTheProcessesOwnErrorModeWithoutAnEngine) {
+TEST_F(ListGuard, ChangesTheThreadsOwnErrorModeWithoutAnEngine) {
     const EngineActivation none(nullptr);
     const ErrorMode before = getErrorMode();
     {

@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <new>
+#include <string>
 
 namespace test {
 namespace {
@@ -56,7 +57,10 @@ bool fails_by_exception(Call&& call) {
     } catch (const foundation::core::except::bad_alloc& error) {
         EXPECT_NE(dynamic_cast<const std::bad_alloc*>(&error), nullptr);
         const auto* const user = dynamic_cast<const foundation::core::except::IUserException*>(&error);
-        EXPECT_NE(user, nullptr);
+        const auto* const legacy = dynamic_cast<
+            const foundation::core::except::detail::legacy<foundation::core::except::bad_alloc>*>(&error);
+        EXPECT_NE(legacy, nullptr);
+        EXPECT_EQ(user == nullptr ? "" : std::string(user->GetID()), "TARVEL:nomem");
         return true;
     }
 }

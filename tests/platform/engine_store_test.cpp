@@ -1,4 +1,5 @@
 // The store of per-engine objects: numbers of types, scopes, life and races.
+#include "platform/foundation/usm/current_engine.hpp"
 #include "platform/test_hooks.hpp"
 #include "support/alloc_sources.hpp"
 #include "support/balance.hpp"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <new>
 #include <set>
@@ -309,6 +311,39 @@ TEST(engine_life, while_objects_end_the_engine_is_current_and_closed) {
     EXPECT_TRUE(seen.closed);
     EXPECT_EQ(numbers_ended, 1);
     EXPECT_EQ(EngineInstance::current(), &before);
+}
+
+// What leaves an object of the store reaches it till it has ended, whichever object is ending.
+TEST(engine_life, an_object_is_reached_while_its_engine_closes_until_it_has_ended) {
+    using foundation::usm::current_engine;
+    static std::vector<std::array<bool, 4>> reached;
+    reached.clear();
+    static void (*const look)() = [] {
+        std::array<bool, 4> now{};
+        for (std::size_t i = 0; i < now.size(); ++i)
+            now[i] = current_engine::find_while_closing(ids()[i]) != nullptr;
+        reached.push_back(now);
+    };
+    EngineInstance engine;
+    const EngineActivation active(&engine);
+    for (const std::size_t i : {0U, 1U, 2U}) {
+        store::insert(ids()[i], object_ptr(new int, [](void* p) {
+                          EXPECT_EQ(store::find(ids()[0]), nullptr);
+                          look();
+                          delete static_cast<int*>(p);
+                      }));
+    }
+    look();
+    engine.close();
+    look();
+    const EngineActivation none(nullptr);
+    look();
+    EXPECT_EQ(reached, (std::vector<std::array<bool, 4>>{{false, false, false, false},
+                                                         {true, true, true, false},
+                                                         {true, true, false, false},
+                                                         {true, false, false, false},
+                                                         {false, false, false, false},
+                                                         {false, false, false, false}}));
 }
 
 TEST(engine_life, the_default_engine_can_be_reset) {

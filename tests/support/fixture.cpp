@@ -53,6 +53,8 @@ bool NdTest::lists_are_in_order() {
     if (HasFailure() || IsSkipped()) return true; // a test that stopped half-way may have left contexts open
     const std::string broken_list = matrix::internal::validate_array_list();
     EXPECT_EQ(broken_list, "") << "what stands on the array list at the end of the test isn't valid";
+    const std::string broken_blocks = matrix::internal::validate_alloc_list();
+    EXPECT_EQ(broken_blocks, "") << "the alloc list isn't in order at the end of the test";
     const std::string broken_cache = matrix::internal::validate_cache();
     EXPECT_EQ(broken_cache, "") << "the cache isn't in order at the end of the test";
     const matrix::internal::MatrixLibraryContext* const context = matrix::internal::find_context();
@@ -60,7 +62,8 @@ bool NdTest::lists_are_in_order() {
     const std::size_t alloc_depth = context == nullptr ? 1 : context->alloc_list.depth();
     EXPECT_EQ(array_depth, 1U) << "the test left contexts of the array list open";
     EXPECT_EQ(alloc_depth, 1U) << "the test left contexts of the alloc list open";
-    return broken_list.empty() && broken_cache.empty() && array_depth == 1 && alloc_depth == 1;
+    return broken_list.empty() && broken_blocks.empty() && broken_cache.empty() && array_depth == 1 &&
+           alloc_depth == 1;
 }
 
 } // namespace test

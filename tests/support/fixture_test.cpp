@@ -176,7 +176,19 @@ TEST(Fixture, FindsABrokenTemporary) {
                 ::testing::HasSubstr("an array on the list has temporary scope"));
     EXPECT_THAT(broken_by([](ndArray_tag* a) { matrix::internal::add_to_array_list(a); },
                           [](ndArray_tag* a) { matrix::internal::leave_array_list(a); }),
-                ::testing::HasSubstr("array 4 on the list: broken rule \"an array stands on the list once"));
+                ::testing::HasSubstr("array list: broken rule \"an array stands on the list once"));
+}
+
+TEST(Fixture, FindsABrokenListOfBlocks) {
+    inner_fixture fixture;
+    const test::lists_on lists;
+    void* const block = api::ndMalloc(10);
+    matrix::internal::add_to_alloc_list(block);
+    EXPECT_EQ(matrix::internal::validate_alloc_list(),
+              "alloc list: broken rule \"a block stands on the list once\"");
+    matrix::internal::removeFromAllocList(block);
+    EXPECT_EQ(matrix::internal::validate_alloc_list(), "");
+    api::ndFree(block);
 }
 
 TEST(Fixture, FindsABinThatIsOutOfOrder) {

@@ -2,12 +2,14 @@
 #include "addon_call.hpp"
 
 #include "failure.hpp"
+#include "outputs.hpp"
 
 #include <nd/host.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 namespace nd_host {
@@ -49,52 +51,17 @@ private:
 };
 thread_local const running_call* running_call::innermost_ = nullptr;
 
-// What a function put out, owned. One that has an owner already, as an input or in a slot before, is left to that owner; refused
-// is its place then, and why tells the reason.
-struct taken_outputs {
-    std::vector<matrix::array_ptr> arrays; // as many as there are slots
-    std::size_t refused = 0;
-    const char* why = nullptr;
-
-    void take(const std::vector<ndArray_tag*>& slots,
-              const std::vector<const ndArray_tag*>& inputs) noexcept {
-        for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
-            const auto place = static_cast<std::size_t>(slot - slots.begin());
-            if (*slot == nullptr) {
-                continue;
-            }
-            if (std::find(inputs.begin(), inputs.end(), *slot) != inputs.end()) {
-                refuse(place, "is an input itself; an addon puts out a copy");
-            } else if (std::find(slots.begin(), slot, *slot) != slot) {
-                refuse(place, "is the same array as an output before it");
-            } else {
-                arrays[place].reset(*slot);
-            }
-        }
-    }
-
-private:
-    void refuse(std::size_t place, const char* reason) noexcept {
-        refused = place;
-        why = reason;
-    }
-};
-
 std::size_t slots_allowed(int nlhs) { return static_cast<std::size_t>(std::max(nlhs, 1)); }
 
-// There is room for what the function puts out before it runs: what comes can be owned whatever happens.
+// After an error nothing is taken: what the function left on the list ends with the brackets.
 taken_outputs run(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs) {
     std::vector<const ndArray_tag*> prhs = inputs; // the function may write to its argument vector
     std::vector<ndArray_tag*> plhs(slots_allowed(nlhs) + spare_slots, nullptr);
-    taken_outputs taken;
-    taken.arrays.resize(plhs.size());
-    try {
-        function.entry()(nlhs, plhs.data(), static_cast<int>(prhs.size()), prhs.data());
-    } catch (...) {
-        taken.take(plhs, inputs); // those on no list would outlive the brackets
-        throw;
-    }
+    taken_outputs taken(plhs.size());
+    const lent_inputs lent(inputs);
+    function.entry()(nlhs, plhs.data(), static_cast<int>(prhs.size()), prhs.data());
     taken.take(plhs, inputs);
+    taken.ended_input = lent.first_ended();
     return taken;
 }
 
@@ -113,17 +80,19 @@ void tell(const forgotten_observer& observer, const addon& function,
 taken_outputs run_in_brackets(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs,
                               const forgotten_observer& observer) {
     const running_call running(function, observer);
-    matrix::arraylist_alloclist_errormode_guard brackets(
+    std::optional<matrix::arraylist_alloclist_errormode_guard> brackets(
         matrix::getErrorMode()); // the host has one mode only
     taken_outputs taken = run(function, nlhs, inputs);
     for (const matrix::array_ptr& output : taken.arrays) {
         if (output) {
-            brackets.keep(output.get());
+            brackets->keep(output.get());
         }
     }
     if (observer) {
         tell(observer, function, taken.arrays);
     }
+    const matrix::list_reports_go_on however_severe; // the host outlives what it reports
+    brackets.reset();
     return taken;
 }
 
@@ -132,6 +101,10 @@ void check_outputs(const addon& function, int nlhs, const taken_outputs& taken) 
         throw failure(exit_status::broken_outputs, function.name() + ": " + what);
     };
     const auto output = [](std::size_t place) { return "output " + std::to_string(place + 1) + " "; };
+    if (taken.ended_input) {
+        broken("input " + std::to_string(*taken.ended_input + 1) +
+               " was ended by the addon, or put into an array of its own; an addon takes a copy");
+    }
     if (taken.why != nullptr) {
         broken(output(taken.refused) + taken.why);
     }
@@ -155,7 +128,8 @@ std::string path_beside(const std::string& caller, const std::string& name) {
     return (std::filesystem::path(caller).parent_path() / (name + ".so")).string();
 }
 
-const running_call& calling_function(int nlhs, int nrhs) {
+const running_call& calling_function(const char* addon, int nlhs, const void* plhs, int nrhs,
+                                     const void* prhs) {
     const running_call* const caller = running_call::innermost();
     if (caller == nullptr) {
         ndErrMsgIdAndTxt("nd:callAddon:outside", "No addon function is running on this thread.");
@@ -166,6 +140,12 @@ const running_call& calling_function(int nlhs, int nrhs) {
     }
     if (nlhs < 0 || nrhs < 0) {
         ndErrMsgIdAndTxt("nd:callAddon:count", "There can't be %d results and %d arguments.", nlhs, nrhs);
+    }
+    if (addon == nullptr || (plhs == nullptr && nlhs > 0) || (prhs == nullptr && nrhs > 0)) {
+        ndErrMsgIdAndTxt("nd:callAddon:null", "There is no %s.",
+                         addon == nullptr  ? "name of an addon"
+                         : plhs == nullptr ? "place for the results"
+                                           : "place where the arguments stand");
     }
     return *caller;
 }
@@ -186,10 +166,13 @@ std::vector<matrix::array_ptr> call_addon(const addon& function, int nlhs,
 
 void ndCallAddon(const char* addon, const char* entry, int nlhs, ndArray_tag* plhs[], int nrhs,
                  const ndArray_tag* prhs[]) {
-    const nd_host::running_call& caller = nd_host::calling_function(nlhs, nrhs);
+    const nd_host::running_call& caller = nd_host::calling_function(addon, nlhs, plhs, nrhs, prhs);
     const nd_host::addon function(nd_host::path_beside(caller.function().path(), addon),
                                   entry != nullptr ? entry : nd_host::usual_entry);
     auto outputs = nd_host::call_addon(function, nlhs, {prhs, prhs + nrhs}, caller.observer());
+    if (plhs == nullptr) {
+        return; // nobody wants what may have come unasked
+    }
     // An output that stands on no list joins the caller's context; nothing is handed over before all of them have.
     for (const matrix::array_ptr& output : outputs) {
         matrix::detail::noninlined::nd_array_api::ndSetArrayScope(output.get(), ndTEMPORARY_SCOPE);

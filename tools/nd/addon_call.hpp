@@ -3,10 +3,10 @@
  * function makes and doesn't put out ends with the call. The contexts of calls within calls stand on one another.
  *
  *   1. the brackets open       a context on the array list and on the alloc list
- *   2. the function runs       errors go on to the caller; the brackets then close without a word
- *   3. outputs are taken       owned from here on, and kept when the brackets close
+ *   2. the function runs       inputs are held; errors go on to the caller, and the brackets then close without a word
+ *   3. outputs are taken       owned from here on, and kept when the brackets close (outputs.hpp)
  *   4. the observer is told    what stands in the context beside the outputs: it was forgotten
- *   5. the brackets close      what was forgotten is destroyed and freed
+ *   5. the brackets close      what was forgotten is destroyed and freed; no log channel ends the process for it
  *   6. outputs are checked     last, so that an array that should have been an output is told as forgotten, too
  */
 #ifndef ND_TOOLS_ADDON_CALL_HPP
@@ -35,7 +35,8 @@ using forgotten_observer = std::function<void(const forgotten&)>;
 /// Calls function. Gives back nlhs outputs, none of them null; for nlhs 0 one if the function made it, since the first slot may
 /// always be filled. They are temporaries of the context that was current before, or stand on no list.
 /// Raises what the function throws; failure(broken_outputs); and what the observer, which calls within this call have too,
-/// raises. Then all that the function put out is gone.
+/// raises. Then all that the function put out is gone, but for arrays on no list that it put out before it raised an error: whether
+/// such a slot holds an array that is alive nobody knows.
 std::vector<matrix::array_ptr> call_addon(const addon& function, int nlhs,
                                           const std::vector<const ndArray_tag*>& inputs,
                                           const forgotten_observer& observer);

@@ -22,7 +22,7 @@ enum class exit_status : int {
     error_raised =
         6, ///< an error that has an identifier, raised by the call or by the library before or after
     foreign_exception = 7, ///< the call threw something that isn't an error of the library
-    broken_outputs = 8,    ///< outputs missing, doubled, or more than were asked for
+    broken_outputs = 8,    ///< outputs missing, doubled, ended, or more than were asked for; inputs ended
     cannot_write = 9       ///< a result can't be written
 };
 

@@ -69,7 +69,7 @@ ND_EXPORT ndVariableScope ndGetArrayScopeField(const ndArray_tag* array);
 ND_EXPORT bool ndIsGlobal(const ndArray_tag* array);
 ND_EXPORT bool ndIsLocal(const ndArray_tag* array);
 ND_EXPORT bool ndIsTemp(const ndArray_tag* array);
-/// The only door to the array list; see ndVariableScope. May raise what adding to the list raises.
+/// The door to the array list; see ndVariableScope. May raise what adding to the list raises.
 ND_EXPORT void ndSetArrayScope(ndArray_tag* array, ndVariableScope scope);
 
 /* Dimensions. */

@@ -5,7 +5,12 @@
  * destroyed, stored in a container or claimed by a change of its scope. What is left when the context ends is destroyed.
  *
  * All of this does nothing (and returns 0, or true for the test) until matrix::initModule(mode_in_engine) ran, and where no
- * engine is active. Lists have no lock: one engine's lists are used by one thread at a time.
+ * engine is active; of the guard the error mode is left there, the calling thread's own. Lists have no lock: one engine's
+ * lists are used by one thread at a time.
+ *
+ * Deleters and hooks of the arrays that a context destroys may use the list meanwhile. What they put on it goes with the context,
+ * and contexts that they leave open, or close without having opened them, are closed and opened again. A deleter that makes a
+ * temporary with the same deleter each time it runs never lets the context end.
  */
 #ifndef ND_LISTS_HPP
 #define ND_LISTS_HPP
@@ -50,9 +55,20 @@ struct listed_array {
 /// The arrays of the current context, oldest first. Raises std::bad_alloc.
 ND_EXPORT std::vector<listed_array> listCurrentArrays();
 
+/// While it lives, a report about arrays that a context left doesn't end the process on this thread where its channel is on at
+/// fatal severity: the report is written, and the code goes on as after a less severe one. For hosts that outlive the code they
+/// call.
+class list_reports_go_on {
+public:
+    ND_EXPORT list_reports_go_on() noexcept;
+    ND_EXPORT ~list_reports_go_on();
+    list_reports_go_on(const list_reports_go_on&) = delete;
+    list_reports_go_on& operator=(const list_reports_go_on&) = delete;
+};
+
 /// A scope around external code: its own context on both lists and its own error mode. At the end the error mode is put back,
 /// arrays that were not kept are destroyed (quietly when an exception is in flight), and blocks are freed. Does nothing at
-/// all unless both lists are on.
+/// all unless both lists are on; without an engine it swaps the calling thread's own error mode.
 class arraylist_alloclist_errormode_guard {
 public:
     /// Raises std::bad_alloc; nothing has changed then.

@@ -7,6 +7,10 @@
  * The list belongs to the current engine and exists once matrix::initModule(mode_in_engine) ran; without it the functions of
  * the first tier behave like those of the second but for the way they fail. Lists have no lock: one engine's lists are used
  * by one thread at a time. The functions with Ex may be called from any thread.
+ *
+ * A context's place on the list grows with the number of blocks that were made since its oldest living one, 8 bytes each: places
+ * of freed blocks come back when the newest block goes, or with the context. Loops over queues of blocks want a context of
+ * their own, or blocks of the second tier.
  */
 #ifndef ND_MEMORY_HPP
 #define ND_MEMORY_HPP
@@ -49,8 +53,7 @@ ND_EXPORT void* ndMalloc(std::size_t size);
 /// The same for n times size zeroed bytes; a product that overflows is out of memory.
 ND_EXPORT void* ndCalloc(std::size_t n, std::size_t size);
 /// Resizes a block: the result replaces p on the list. Null p: ndMalloc. Size 0: frees p and gives null. On failure p is
-/// unchanged; where that doesn't raise, p also leaves the list. Not for a block of an outer
-/// context.
+/// unchanged; where that doesn't raise, p also leaves the list. Not for a block of an outer context.
 ND_EXPORT void* ndRealloc(void* p, std::size_t size);
 /// Frees a block and takes it off the current context's list. Null is ignored. Not for a block of an outer context.
 ND_EXPORT void ndFree(void* p);

@@ -30,16 +30,16 @@ ND_EXPORT bool isGcFeatureOn();
 /// the older interface without a guard reads it. Starts at 1.
 enum class ErrorMode : std::int32_t {};
 
-/// Reads and writes the current engine's value; its context is made if need be. Without an engine scope the process's own
-/// value stands in. Raises only std::bad_alloc.
+/// Reads and writes the current engine's value; its context is made if need be. Without an open engine a value of the calling
+/// thread stands in, which starts at 1 as well. Raises only std::bad_alloc.
 ND_EXPORT ErrorMode getErrorMode();
 ND_EXPORT void setErrorMode(ErrorMode mode);
 
 /// Prints the value as an integer.
 ND_EXPORT std::ostream& operator<<(std::ostream& out, const ErrorMode& mode);
 
-/// Replaces the current engine's last error. array is deep-copied (null for none) and stays the caller's.
-/// Raises what the copy raises; the record is then unchanged.
+/// Replaces the current engine's last error; without an open engine that of the process, which one thread at a time uses. array
+/// is deep-copied (null for none) and stays the caller's. Raises what the copy raises; the record is then unchanged.
 ND_EXPORT void setLastError(std::string id, std::basic_string<char16_t> text, const ndArray_tag* array);
 
 /// Id, text and array of the last error; empty and null at first. All three belong to the record and are valid till the next
@@ -66,7 +66,8 @@ public:
 
 namespace engine_access {
 
-/// The address of the current engine's error mode, so that the engine reads and swaps it without a call. Never null.
+/// The address of the current engine's error mode, so that the engine reads and swaps it without a call. Never null. Without an
+/// open engine it is the calling thread's, good on that thread alone.
 /// Raises only std::bad_alloc.
 ND_EXPORT ErrorMode* getCurrentErrorModePtr();
 

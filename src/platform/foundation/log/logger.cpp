@@ -48,8 +48,8 @@ struct record_state {
     logging::record record;
 };
 
-void terminate(const std::string& message, const char* file, int line, const char* function) {
-    core::diag::terminate(message.c_str(), file, line, function);
+void terminate(const char* message, const char* file, int line, const char* function) {
+    core::diag::terminate(message, file, line, function);
 }
 
 } // namespace detail

@@ -12,6 +12,11 @@ public:
         return engine_ != nullptr ? engine_->find(id) : nullptr;
     }
 
+    /// The object while the current engine closes, up to the end of its deleter; null for an engine that isn't closing.
+    static void* find_while_closing(std::size_t id) noexcept {
+        return engine_ != nullptr ? engine_->find_while_closing(id) : nullptr;
+    }
+
 private:
     friend class EngineInstance;
     friend class EngineActivation;

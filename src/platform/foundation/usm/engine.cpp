@@ -44,15 +44,27 @@ void EngineInstance::close() noexcept {
     {
         const std::lock_guard lock(mutex_);
         if (closed_.exchange(true)) return;
-        capacity_ = 0;
+        capacity_while_closing_ = capacity_.exchange(0);
         ending.swap(objects_);
     }
     {
         const EngineActivation closing(this);
-        while (!ending.empty()) ending.pop_back();
+        while (!ending.empty()) {
+            void* const object = ending.back().get();
+            ending.pop_back();
+            forget(object);
+        }
     }
+    capacity_while_closing_ = 0;
     slots_ = nullptr;
     all_slots_.clear();
+}
+
+// An object that has ended isn't found any more, by what ends after it.
+void EngineInstance::forget(const void* object) noexcept {
+    for (std::size_t id = 0; id < capacity_while_closing_; ++id) {
+        if (slots_.load()[id].load() == object) slots_.load()[id] = nullptr;
+    }
 }
 
 EngineInstance::insertion EngineInstance::find_or_insert(std::size_t id, object_ptr& candidate) {

@@ -15,7 +15,8 @@ ND_EXTERN_C_BEGIN
  *     addon  which addon: a name without a slash is the file NAME.so beside the calling addon, anything else a path
  *     entry  the function in it; null for ndAddonFunction
  *     nlhs   how many results are wanted
- *     plhs   gets them: room for nlhs, and for one when nlhs is 0. Slots that get no result are left as they are
+ *     plhs   gets them: room for nlhs, and for one when nlhs is 0; then it may be null, and what comes unasked ends.
+ *            Slots that get no result are left as they are
  *     nrhs   how many arguments there are
  *     prhs   the arguments, which stay the caller's
  * The results belong to the calling function, like arrays that it made itself. Errors leave this function as C++ exceptions
@@ -23,6 +24,7 @@ ND_EXTERN_C_BEGIN
  *     nd:callAddon:outside  when no addon function is running on this thread
  *     nd:callAddon:depth    when 256 addon functions are running already, one called by the other
  *     nd:callAddon:count    when nlhs or nrhs is negative
+ *     nd:callAddon:null     when addon is null, or plhs or prhs is where something is to stand there
  *     std::exception        when there is no such addon, or its results aren't as asked for
  */
 ND_EXPORT void ndCallAddon(const char* addon, const char* entry, int nlhs, ndArray_tag* plhs[], int nrhs,

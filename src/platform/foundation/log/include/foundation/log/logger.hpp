@@ -21,8 +21,8 @@ namespace detail {
 class channel;
 struct record_state;
 
-// Ends the process as diag::terminate does; for records of fatal severity.
-[[noreturn]] void terminate(const std::string& message, const char* file, int line, const char* function);
+// Ends the process as diag::terminate does; for records of fatal severity. Takes no memory to come there.
+[[noreturn]] void terminate(const char* message, const char* file, int line, const char* function);
 } // namespace detail
 
 // A record that is being written. It may be "not opened": the channel is off at that severity, the logging core

@@ -7,7 +7,8 @@
 //
 // Life. Objects end in reverse order of insertion, when their engine closes. The engine is marked closed first, and
 // is current on the closing thread while the deleters run: what they look up raises TypeError and nothing is made
-// anew in a store that is going down.
+// anew in a store that is going down. Only what has to leave an object of the store before it ends still reaches it,
+// inside the library, until that object's own end.
 //
 // Threads. Finding takes no lock. Inserting takes the engine's lock, but never while foreign code runs. An engine must
 // not be closed while another thread uses it.
@@ -82,6 +83,10 @@ private:
         if (id >= capacity_.load(std::memory_order_acquire)) return nullptr;
         return slots_.load(std::memory_order_acquire)[id].load(std::memory_order_acquire);
     }
+    void* find_while_closing(std::size_t id) const noexcept {
+        return id < capacity_while_closing_ ? slots_.load()[id].load() : nullptr;
+    }
+    void forget(const void* object) noexcept;
     insertion find_or_insert(std::size_t id, object_ptr& candidate);
     void grow_slots(std::size_t id);
 
@@ -93,6 +98,7 @@ private:
     std::mutex mutex_; // guards what follows and changes of what stands above
     std::vector<std::unique_ptr<object_slot[]>> all_slots_;
     std::vector<object_ptr> objects_; // in order of insertion
+    std::size_t capacity_while_closing_ = 0; // of the slots; touched by the closing thread alone
 };
 
 // Makes an engine, or with null no engine, current on this thread while it lives.
