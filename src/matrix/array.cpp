@@ -101,11 +101,12 @@ void ndArray_tag::nullCustomDeleter() noexcept {
 }
 
 void ndArray_tag::set_pdata_and_deleter(void* data, void (*fn)(void*)) {
-    if (data != pdata) matrix::internal::begin_own_data(this, fn != nullptr);
+    using namespace matrix::internal;
+    if (data != pdata) begin_own_data(this, fn != nullptr);
     if (fn != nullptr) {
         setCustomDeleter(fn);
-    } else {
-        nullCustomDeleter();
+    } else if (data != pdata || (!has_shared_data(this) && !has_borrowed_data(this))) {
+        nullCustomDeleter(); // of a block that isn't the array's alone the deleter is the others' affair
     }
     flags &= ~(matrix::flag_cached_header | matrix::flag_bin_mask | matrix::flag_capacity_tracked);
     pdata = data;

@@ -53,7 +53,7 @@ array_ptr convert_opaque(const ndArray_tag* array, ndClassID target);
 /// Calls the hook for a new header of class object.
 void call_object_create_hook(ndArray_tag* array);
 
-/// Calls the hook for an object array that is about to be torn down, while it is whole.
+/// Calls the hook for a header of class object that is about to end, while it is whole; others may go on with its data.
 void call_object_destroy_hook(ndArray_tag* array) noexcept;
 
 } // namespace matrix::internal

@@ -105,7 +105,12 @@ int ndSetClassName(ndArray_tag* array, const char* name) {
 xxInfo* ndGetInfo(const ndArray_tag* array) { return std::bit_cast<xxInfo*>(array->info_a); }
 
 void* ndGetOpaqueGiblet(const ndArray_tag* array) { return array->pdata; }
-void ndSetOpaqueGiblet(ndArray_tag* array, void* giblet) { array->pdata = giblet; }
+
+void ndSetOpaqueGiblet(ndArray_tag* array, void* giblet) {
+    // The giblet is the class's: no bin may lend it to another array.
+    if (giblet != array->pdata) array->flags &= ~(flag_cached_header | flag_bin_mask);
+    array->pdata = giblet;
+}
 
 std::int32_t ndGetOpaqueObjectTagIndex(const ndArray_tag* array) {
     return std::bit_cast<opaque_words>(array->info_b).tag_index;

@@ -56,7 +56,8 @@ void inflate(ndArray_tag* array) {
                 to[2 * i + 1] = 0;
             }
         });
-        unshare(array); // the last thing that can fail
+        if (begin_own_data(array, false))
+            array->pdata = nullptr; // others have it. The last thing that can fail
         replace_block(array, block.release());
     }
     array->flags |= flag_complex;

@@ -4,10 +4,10 @@
 #include "matrix/empty_header.hpp"
 #include "matrix/frame.hpp"
 #include "matrix/replace.hpp"
-#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/spare_headers.hpp"
 
+#include <nd/interleaved.hpp>
 #include <nd/share.hpp>
 
 namespace matrix::internal {
@@ -22,7 +22,9 @@ ndArray_tag* replace_array(ndArray_tag* array, array_ptr copy) {
 namespace {
 
 ndArray_tag* shared_data_copy(const ndArray_tag* array) {
-    if (header_owners(array) == 1 && !has_shared_data(array)) bring_data_up_to_date(array);
+    // The value of the array and of what stands in its slots doesn't change.
+    if (header_owners(array) == 1 && !has_shared_data(array))
+        updateInterleavedData(const_cast<ndArray_tag*>(array));
     return share(array, ndTEMPORARY_SCOPE).release();
 }
 

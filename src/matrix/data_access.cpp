@@ -8,6 +8,7 @@
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/own_block.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 
 #include <errors/raise.hpp>
@@ -50,7 +51,7 @@ void ndSetData(ndArray_tag* array, void* data, void (*deleter)(void*)) {
 
 void ndSetPr(ndArray_tag* array, double* data) {
     check_is_real(array);
-    array->set_pdata_untrusted(data, nullptr);
+    framed([=] { array->set_pdata_untrusted(data, nullptr); });
 }
 
 std::size_t ndGetElementSize(const ndArray_tag* array) {
@@ -75,7 +76,7 @@ double* ndGetPr(const ndArray_tag* array) {
 }
 
 void ndSetData(ndArray_tag* array, void* data) {
-    if (array != nullptr) array->set_pdata_untrusted(data, nullptr);
+    if (array != nullptr) framed([=] { array->set_pdata_untrusted(data, nullptr); });
 }
 
 void ndSetPr(ndArray_tag* array, double* data) {
@@ -91,12 +92,16 @@ void ndSetPr(ndArray_tag* array, double* data) {
 
 namespace {
 
-// What the header's own block needs when another one takes its place. Others that use it keep it.
+// What the header's own block needs when another one takes its place. Others that use it, or lent it, keep it. No deleter and
+// no split view of the old block is left behind.
 void release_block(ndArray_tag* array) noexcept {
     using namespace matrix::internal;
-    if (!release_data_for_destroy(array)) return;
-    if (!has_flag(array, matrix::flags_data_not_owned)) removeFromAllocList(array->pdata);
-    release_own_block(array);
+    if (release_data_for_destroy(array)) {
+        if (!has_flag(array, matrix::flags_data_not_owned)) removeFromAllocList(array->pdata);
+        release_own_block(array);
+    }
+    array->nullCustomDeleter();
+    end_view(array);
 }
 
 } // namespace

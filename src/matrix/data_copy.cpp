@@ -31,15 +31,22 @@ std::uint64_t copy_indices(std::uint64_t source, std::size_t capacity, std::size
         copy_items(std::bit_cast<const void*>(source), sizeof(std::size_t), capacity, live));
 }
 
-// The room for nzmax elements stays; only those that are stored are copied.
-void copy_sparse(const ndArray_tag* source, data_copy& to) {
-    const std::size_t columns = source->n_or_ndims;
+std::size_t stored_count(const ndArray_tag* source) noexcept {
     const auto* const starts = std::bit_cast<const std::size_t*>(source->info_b);
-    const std::size_t stored = starts == nullptr ? 0 : starts[columns];
-    data_blocks& blocks = to.blocks();
-    blocks.starts = copy_indices(source->info_b, columns + 1, columns + 1);
-    blocks.rows = copy_indices(source->info_a, source->info_c, stored);
-    blocks.pdata = copy_items(source->pdata, stored_element_size(source), source->info_c, stored);
+    return starts == nullptr ? 0 : starts[source->n_or_ndims];
+}
+
+// The room for nzmax elements stays; only those that are stored are copied.
+void copy_indices(const ndArray_tag* source, data_blocks& to) {
+    const std::size_t columns = source->n_or_ndims;
+    to.starts = copy_indices(source->info_b, columns + 1, columns + 1);
+    to.rows = copy_indices(source->info_a, source->info_c, stored_count(source));
+}
+
+void copy_sparse(const ndArray_tag* source, data_copy& to) {
+    copy_indices(source, to.blocks());
+    to.blocks().pdata =
+        copy_items(source->pdata, stored_element_size(source), source->info_c, stored_count(source));
 }
 
 void copy_elements(const ndArray_tag* source, data_copy& to) {
@@ -147,6 +154,12 @@ data_copy copy_data(const ndArray_tag* source, const ndArray_tag* holder) {
     bring_data_up_to_date(source);
     data_copy copy(holder);
     copydatafcn[static_cast<std::size_t>(source->class_id)](source, copy);
+    return copy;
+}
+
+data_copy copy_index_vectors(const ndArray_tag* source) {
+    data_copy copy(source);
+    copy_indices(source, copy.blocks());
     return copy;
 }
 

@@ -48,8 +48,12 @@ private:
     data_blocks blocks_;
 };
 
-/// Copies source's data for holder, which has source's class or, of a container, that of another one. Raises std::bad_alloc and what copying an element raises.
+/// Copies source's data for holder, which has source's class or, of a container, that of another one. Raises std::bad_alloc and
+/// what copying an element raises.
 data_copy copy_data(const ndArray_tag* source, const ndArray_tag* holder);
+
+/// The index vectors of a sparse array alone. Raises std::bad_alloc.
+data_copy copy_index_vectors(const ndArray_tag* source);
 
 /// New slots over the elements of a container: plain ones get one owner more, those that can hold references become shared
 /// copies. Raises std::bad_alloc.

@@ -115,6 +115,7 @@ bool needs_walk(ndArray_tag* element) noexcept {
     remove_from_gc_list(element);
     element->scope = ndLOCAL_SCOPE;
     element->parent = nullptr;
+    if (element->class_id == ndOBJECT_CLASS) call_object_destroy_hook(element);
     if (release_data_for_destroy(element)) return true;
     tear_down_and_finish(element);
     return false;
@@ -122,7 +123,6 @@ bool needs_walk(ndArray_tag* element) noexcept {
 
 // Deals with the elements of a container and moves those that need a walk of their own to the front of its slots.
 std::size_t compact_pending(ndArray_tag* container) noexcept {
-    if (container->class_id == ndOBJECT_CLASS) call_object_destroy_hook(container);
     if (container->pdata == nullptr) return 0;
     ndArray_tag** const slots = slots_of(container);
     const std::size_t count = slot_count(container);
@@ -153,12 +153,15 @@ void destroy_elements(ndArray_tag* top) noexcept {
     }
 }
 
-// A pair goes back as it came: a deleter that another sharer of the block has set must be asked in the end.
+// A pair goes back as it came: a deleter that another sharer of the block has set must be asked in the end, and what an
+// indexing-opaque array has is its class's.
 bool can_be_recycled(const ndArray_tag* array) noexcept {
-    return (array->flags & flag_cached_header) != 0 && !array->hasCustomDeleter();
+    return (array->flags & (flag_cached_header | flag_indexing_opaque)) == flag_cached_header &&
+           !array->hasCustomDeleter();
 }
 
 void destroy_contents(ndArray_tag* array) noexcept {
+    if (array->class_id == ndOBJECT_CLASS) call_object_destroy_hook(array);
     if (!release_data_for_destroy(array)) {
         tear_down_and_finish(array);
     } else if (is_container_class(array->class_id)) {
@@ -285,6 +288,7 @@ void call_custom_deleter(void (*deleter)(void*), void* data) noexcept {
 
 void empty_header(ndArray_tag* array) noexcept {
     constexpr std::uint32_t kept = flag_user_mask | flag_from_global_workspace | flag_single_threaded_sharing;
+    if (array->class_id == ndOBJECT_CLASS) call_object_destroy_hook(array);
     RootRecord* const root = std::exchange(array->root_record, nullptr);
     if (release_data_for_destroy(array) && is_container_class(array->class_id)) destroy_elements(array);
     tear_down_class_parts(array);

@@ -66,9 +66,8 @@ kvIndex ndCalcSingleSubscript(const ndArray_tag* array, kvSize nsubs, const kvIn
     kvIndex offset = 0;
     std::size_t stride = 1;
     for (std::size_t i = 0; i < std::min(nsubs, dims.size()); ++i) {
-        // Dimensions beside a 0 can be too large for their product: all ones then stands for "beyond every offset".
-        offset = saturated_sum(offset, saturated_product(subs[i], stride));
-        stride = saturated_product(stride, dims[i]);
+        offset += subs[i] * stride; // unsigned: a sum beyond the largest offset wraps
+        stride *= dims[i];
     }
     return offset;
 }

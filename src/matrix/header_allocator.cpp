@@ -29,12 +29,16 @@ void* choose_and_malloc(std::size_t size);
 void* choose_and_calloc(std::size_t n, std::size_t size);
 void choose_and_free(void* block);
 
-constinit header_slots slots{choose_and_malloc, choose_and_calloc, choose_and_free};
+} // namespace
+
+constinit header_slots slots_in_force{choose_and_malloc, choose_and_calloc, choose_and_free};
+
+namespace {
 
 const header_slots& chosen_slots() {
-    static const bool chosen = (slots = choose_slots(), true);
+    static const bool chosen = (slots_in_force = choose_slots(), true);
     static_cast<void>(chosen);
-    return slots;
+    return slots_in_force;
 }
 
 void* choose_and_malloc(std::size_t size) { return chosen_slots().malloc(size); }
@@ -46,19 +50,12 @@ void choose_and_free(void* block) { chosen_slots().free(block); }
 
 } // namespace
 
-header_slots& mutable_header_slots() noexcept {
-    chosen_slots();
-    return slots;
-}
-
-const header_slots& header_allocator() noexcept { return chosen_slots(); }
-
 void* allocate_header_block(std::size_t size) {
-    void* const block = slots.malloc(size);
+    void* const block = slots_in_force.malloc(size);
     if (block == nullptr) throw std::bad_alloc{};
     return block;
 }
 
-void free_header_block(void* block) noexcept { slots.free(block); }
+void free_header_block(void* block) noexcept { slots_in_force.free(block); }
 
 } // namespace matrix::internal

@@ -14,8 +14,8 @@ struct header_slots {
     void (*free)(void* block);
 };
 
-/// The slots in force.
-const header_slots& header_allocator() noexcept;
+/// The slots in force. Only tests write to them.
+extern constinit header_slots slots_in_force;
 
 /// A block of size bytes. Raises std::bad_alloc.
 void* allocate_header_block(std::size_t size);

@@ -4,14 +4,15 @@
 //   otherwise                                                   size checks, then a header with a block of the exact size
 //
 // The cached way needs no size check: 16240 bytes are below the ceiling, and small cached arrays aren't held to the user's limit.
-// No bytes at all take the plain way, since
-// elements of size 0 can be too many, and so does a dimension above 16240 even when another one is 0.
+// No bytes at all take the plain way, since elements of size 0 can be too many, and so does a dimension above 16240 even when
+// another one is 0.
 #include "matrix/numeric_creation.hpp"
 
 #include "matrix/accessors.hpp"
 #include "matrix/array_cache.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/header_factory.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/size_check.hpp"
 
@@ -37,10 +38,17 @@ array_ptr create_plain(dims_view dims, NdArrayTypeId code, DataInitialization in
     return header_factory::make(code, dims, count * element_size(code), init);
 }
 
+// A view of the array stands in the place of its data: what is written to the block would never be read.
+bool is_split(const ndArray_tag* array) {
+    const scaffolding* const view = view_of(array);
+    return view != nullptr && view->is_split;
+}
+
 // Data fit when they are as long as needed, or when both would have been allocated with the same spare room.
 bool fits(const ndArray_tag* candidate, NdArrayTypeId code, std::size_t needed, std::size_t capacity) {
-    // Slots of containers and private data aren't plain memory to be lent, whatever their element size.
+    // Slots of containers and what isn't the candidate's own aren't plain memory to be lent, whatever their element size.
     if ((candidate->flags & flag_reusable) == 0 || (candidate->flags & flag_data_private) != 0) return false;
+    if (has_borrowed_data(candidate) || is_split(candidate)) return false;
     if (needed != 0 && candidate->pdata == nullptr) return false;
     if (!has_plain_elements(candidate->class_id) || !has_plain_elements(class_of(code))) return false;
     if (stored_element_size(candidate) != element_size(code)) return false;

@@ -1,6 +1,7 @@
 // Views: other dimensions over data that stay somebody else's.
 #include "matrix/arraycpy.hpp"
 #include "matrix/dimensions.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 
 #include <nd/share.hpp>
@@ -10,6 +11,8 @@ namespace matrix {
 using namespace internal;
 
 array_ptr createReshapedView(ndArray_tag* array, std::span<const kvSize> dims) {
+    if (array == nullptr) return nullptr;
+    bring_data_up_to_date(array);
     array_ptr view = copy_header(array);
     if ((array->flags & flag_indexing_opaque) != 0) { // its class counts the payload
         view->pdata = array->pdata;

@@ -109,7 +109,10 @@ static_assert(every_class_has_a_routine());
 } // namespace
 
 void grow_data(ndArray_tag* array, const growth& change) {
-    if (const grow_routine routine = grow_routines[stored_element_size(array)]) routine(array, change);
+    const grow_routine routine = grow_routines[stored_element_size(array)];
+    if (routine == nullptr) return;
+    array->interleave_data();
+    routine(array, change);
 }
 
 void shrink_data(ndArray_tag* array, std::size_t bytes) noexcept {

@@ -21,10 +21,11 @@ struct growth {
 /// Gives the array a block for the new shape, or widens the one it has when it keeps enough spare room. The dimensions of the
 /// header are left to the caller, who has unshared the array. An old block goes where it belongs: to its custom deleter, to the
 /// heap, or, private to the array, nowhere.
-/// Raises foundation::core::except::bad_alloc; the array is then unchanged.
+/// A split array is interleaved first.
+/// Raises foundation::core::except::bad_alloc; the array's value is then unchanged.
 void grow_data(ndArray_tag* array, const growth& change);
 
-/// Cuts the block down to its first bytes, none for 0, and the capacity bit is cleared. A block that isn't the heap's, or that
+/// Cuts the block of an array that isn't split down to its first bytes, none for 0, and the capacity bit is cleared. A block that isn't the heap's, or that
 /// the heap can't cut, stays as it is, with its bits.
 void shrink_data(ndArray_tag* array, std::size_t bytes) noexcept;
 

@@ -34,6 +34,12 @@ void join_root_ring(ndArray_tag* /*source*/, ndArray_tag* /*copy*/) noexcept {}
 
 void leave_root_ring(ndArray_tag* /*array*/) noexcept {}
 
+RootRecord* prepare_moved_ring(const ndArray_tag* /*first*/, bool /*others_follow*/) { return nullptr; }
+
+void discard_moved_ring(RootRecord* /*prepared*/) noexcept {}
+
+void begin_moved_ring(ndArray_tag* /*first*/, RootRecord* /*prepared*/) noexcept {}
+
 bool can_leave_root_ring(const ndArray_tag* /*array*/) noexcept { return true; }
 
 void move_root_relations(ndArray_tag* /*array*/, ndArray_tag* /*copy*/) noexcept {}

@@ -39,6 +39,19 @@ void join_root_ring(ndArray_tag* source, ndArray_tag* copy) noexcept;
 /// Takes an array that no longer shares its data out of the ring.
 void leave_root_ring(ndArray_tag* array) noexcept;
 
+/// Sharers are going to move to a copy of their block: what the ring of those that move needs, null when the first of them
+/// moves alone. Each of them leaves the old ring on its own. Raises std::bad_alloc; no link has changed then.
+RootRecord* prepare_moved_ring(const ndArray_tag* first, bool others_follow);
+void discard_moved_ring(RootRecord* prepared) noexcept;
+
+struct moved_ring_deleter {
+    void operator()(RootRecord* prepared) const noexcept { discard_moved_ring(prepared); }
+};
+
+/// The first has left the old ring and has the copy: the elements hang from it, or from prepared, which is spent, when others
+/// follow. Those join by join_root_ring.
+void begin_moved_ring(ndArray_tag* first, RootRecord* prepared) noexcept;
+
 /// Whether the record can simply be cut from its ring: nothing below the array depends on it.
 bool can_leave_root_ring(const ndArray_tag* array) noexcept;
 

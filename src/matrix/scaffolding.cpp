@@ -103,10 +103,11 @@ void split_again(scaffolding& view, const ndArray_tag* array) {
     split_into(view, array, total);
 }
 
-// Writes bytes of interleaved elements from the parts into block.
-void join_into(void* block, const scaffolding& view, const ndArray_tag* array, std::size_t bytes) noexcept {
+// Writes bytes of interleaved elements from the parts into block: both parts or the real one.
+void join_into(void* block, const scaffolding& view, const ndArray_tag* array, bool both,
+               std::size_t bytes) noexcept {
     if (block == nullptr || !has_block(view.real_data)) return;
-    if (is_complex(array)) {
+    if (both) {
         interleave(array->class_id, view.real_data, view.imag_data, block,
                    bytes / stored_element_size(array));
     } else {
@@ -121,24 +122,34 @@ void grow(void*& part, std::size_t from, std::size_t to) {
     std::memset(static_cast<char*>(part) + from, 0, to - from);
 }
 
-// The parts follow an array that has grown since the split. Larger parts than needed do no harm.
+// The parts follow an array that has grown or been marked complex since the split; what is new in them is 0. Larger parts than
+// needed do no harm.
 void grow_parts(scaffolding& view, const ndArray_tag* array, std::size_t total) {
-    if (total <= view.first_size) return;
-    const std::size_t parts = is_complex(array) ? 2 : 1;
-    grow(view.real_data, view.first_size / parts, total / parts);
-    if (is_complex(array)) grow(view.imag_data, view.first_size / parts, total / parts);
-    view.first_size = total;
+    if (!has_block(view.real_data)) return;
+    const bool has_imaginary = has_block(view.imag_data);
+    const std::size_t held = has_imaginary ? view.first_size / 2 : view.first_size;
+    const std::size_t wanted = std::max(held, is_complex(array) ? total / 2 : total);
+    data_block imaginary;
+    if (is_complex(array) && !has_imaginary)
+        imaginary.reset(allocate_data(wanted, DataInitialization::zeroed));
+    if (wanted > held) {
+        grow(view.real_data, held, wanted);
+        if (has_imaginary) grow(view.imag_data, held, wanted);
+    }
+    if (imaginary != nullptr) view.imag_data = imaginary.release();
+    view.first_size = has_block(view.imag_data) ? 2 * wanted : wanted;
 }
 
-// Brings pdata up to date. Sharers keep their pointer: the whole block is written in place, as long as it was at the split.
+// Brings pdata up to date. Sharers keep their pointer: the whole block is written in place, as it was at the split.
 void refresh(scaffolding& view, ndArray_tag* array) {
-    if (has_shared_data(array)) return join_into(array->pdata, view, array, view.first_size);
+    if (has_shared_data(array))
+        return join_into(array->pdata, view, array, has_block(view.imag_data), view.first_size);
     const std::size_t total = byte_total(array);
     const bool block_fits = view.first_size == total;
     data_block fresh = block_fits ? nullptr : fresh_block(total);
     grow_parts(view, array, total);
     if (!block_fits && has_block(view.real_data)) replace_block(array, fresh.release());
-    join_into(array->pdata, view, array, total);
+    join_into(array->pdata, view, array, is_complex(array), total);
     view.first_size = total;
 }
 
@@ -183,6 +194,12 @@ void delete_scaffolding(scaffolding* view) noexcept {
     if (has_block(view->real_data)) free_data(view->real_data);
     if (has_block(view->imag_data)) free_data(view->imag_data);
     delete view;
+}
+
+void end_view(ndArray_tag* array) noexcept {
+    if (array->share_record == nullptr) return;
+    const record_lock lock(array->share_record);
+    delete_scaffolding(std::exchange(array->share_record->scData, nullptr));
 }
 
 void update_interleaved(ndArray_tag* array) {

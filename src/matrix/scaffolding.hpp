@@ -30,6 +30,9 @@ inline void* scaffolding_without_data() noexcept { return reinterpret_cast<void*
 /// Frees a view with its blocks; null is ignored.
 void delete_scaffolding(scaffolding* view) noexcept;
 
+/// Forgets the view of a block that this header alone uses and is about to lose.
+void end_view(ndArray_tag* array) noexcept;
+
 /// Writes the separate parts of a split array into pdata; the array stays split. This array only, not what stands in its slots.
 /// Raises std::bad_alloc; nothing has changed then.
 void update_interleaved(ndArray_tag* array);

@@ -1,6 +1,7 @@
 // Joining and leaving share records.
 #include "matrix/sharing.hpp"
 
+#include "matrix/data_copy.hpp"
 #include "matrix/header_allocator.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/scaffolding.hpp"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <new>
+#include <optional>
 
 namespace matrix::internal {
 namespace {
@@ -67,12 +69,14 @@ void delete_share_record(::share_record* record) noexcept {
     free_header_block(record);
 }
 
+share_record_ptr make_record_for(ndArray_tag* array) {
+    share_record_ptr record(make_share_record());
+    if (is_single_threaded(array)) add_sharer(record.get(), array);
+    return record;
+}
+
 ::share_record* ensure_share_record(ndArray_tag* array) {
-    if (array->share_record == nullptr) {
-        share_record_ptr record(make_share_record());
-        if (is_single_threaded(array)) add_sharer(record.get(), array);
-        array->share_record = record.release();
-    }
+    if (array->share_record == nullptr) array->share_record = make_record_for(array).release();
     return array->share_record;
 }
 
@@ -96,7 +100,7 @@ void share_data_to(ndArray_tag* source, ndArray_tag* copy) {
     record->count.fetch_add(1, std::memory_order_relaxed);
     source->flags = (source->flags & ~flag_reusable) | flag_shared_data;
     copy->share_record = record;
-    copy->flags = (copy->flags & ~(flag_reusable | flag_indexing_opaque | flag_single_threaded_sharing)) |
+    copy->flags = (copy->flags & ~(flag_reusable | flag_single_threaded_sharing)) |
                   (source->flags & flag_single_threaded_sharing) | flag_shared_data;
 }
 
@@ -116,17 +120,34 @@ bool leave_record(ndArray_tag* array) noexcept {
     return false;
 }
 
-void begin_own_data(ndArray_tag* array, bool with_record) {
-    if (!has_shared_data(array)) {
+namespace {
+
+// Leaves a shared record for one of the array's own, or for none. False: the others have left meanwhile.
+bool leave_for_own_record(ndArray_tag* array, bool with_record) {
+    share_record_ptr own = with_record ? make_record_for(array) : nullptr;
+    if (!leave_record(array)) return false;
+    array->share_record = own.release();
+    return true;
+}
+
+} // namespace
+
+bool begin_own_data(ndArray_tag* array, bool with_record) {
+    const bool is_shared = has_shared_data(array);
+    std::optional<data_copy> indices;
+    if ((array->flags & flag_sparse) != 0 && (is_shared || has_borrowed_data(array)))
+        indices.emplace(copy_index_vectors(array));
+    const bool left = is_shared && leave_for_own_record(array, with_record);
+    if (!left) {
         if (with_record) ensure_share_record(array);
-        return;
+        end_view(array);
     }
-    ::share_record* const own = with_record ? make_share_record() : nullptr;
-    if (leave_record(array)) {
-        array->share_record = own;
-    } else if (own != nullptr) { // the others have left meanwhile: the record is this array's alone
-        delete_share_record(own);
+    if (indices && (left || has_borrowed_data(array))) {
+        const data_blocks blocks = indices->take();
+        array->info_a = blocks.rows;
+        array->info_b = blocks.starts;
     }
+    return left;
 }
 
 bool release_data_for_destroy(ndArray_tag* array) noexcept {
@@ -139,7 +160,7 @@ bool release_data_for_destroy(ndArray_tag* array) noexcept {
         }
     }
     // The last header over a borrowed block: block and elements belong to whoever lent them.
-    if (!array->hasSameCustomDeleter(keep_borrowed_block)) return true;
+    if (!has_borrowed_data(array)) return true;
     drop_data(array);
     return false;
 }
@@ -151,6 +172,10 @@ void free_share_record(ndArray_tag* array) noexcept {
 }
 
 void keep_borrowed_block(void* /*block*/) noexcept {}
+
+bool has_borrowed_data(const ndArray_tag* array) noexcept {
+    return array->hasSameCustomDeleter(keep_borrowed_block);
+}
 
 void end_for_sharing_fault(const char* message, const char* function) {
     foundation::core::diag::terminate(message, "matrix/sharing", __LINE__, function);

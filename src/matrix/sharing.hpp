@@ -38,9 +38,14 @@ inline bool has_unshareable_data(const ndArray_tag* array) noexcept {
 /// Raises std::bad_alloc; nothing has changed then.
 void share_data_to(ndArray_tag* source, ndArray_tag* copy);
 
-/// Prepares the array for a block of its own in place of the present one: a sharer leaves its group, which keeps the block.
-/// with_record asks for a record, to hold a deleter. Raises std::bad_alloc; nothing has changed then.
-void begin_own_data(ndArray_tag* array, bool with_record);
+/// The block is lent by another array, which goes on using it: a view has it.
+bool has_borrowed_data(const ndArray_tag* array) noexcept;
+
+/// Prepares the array for a block of its own in place of the present one: a sharer leaves its group, which keeps the block with
+/// its deleter and its split view; a view of the array's block alone ends. True: the block stays with others; false: it's the
+/// array's still, or lent to it. Index vectors of a sparse array that others have are copied. with_record asks for a record, to
+/// hold a deleter. Raises std::bad_alloc; nothing has changed then.
+bool begin_own_data(ndArray_tag* array, bool with_record);
 
 /// Leaves the record of an array whose data are shared. True: others go on with it, and the array has neither record nor
 /// hint. False: another thread has left meanwhile and the array was the last: it keeps record and block.
@@ -79,6 +84,9 @@ struct share_record_deleter {
     void operator()(::share_record* record) const noexcept { delete_share_record(record); }
 };
 using share_record_ptr = std::unique_ptr<::share_record, share_record_deleter>;
+
+/// The same for an array that is going to have it: a single-threaded one stands on its list already.
+share_record_ptr make_record_for(ndArray_tag* array);
 
 /// The deleter of a block that is borrowed: it does nothing. Whoever carries it doesn't own the elements either.
 void keep_borrowed_block(void* block) noexcept;

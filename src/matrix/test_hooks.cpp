@@ -8,14 +8,13 @@
 
 namespace matrix::internal {
 
-header_slots& mutable_header_slots() noexcept;
 extern std::atomic<bool> containers_count_internal_references;
 
 namespace test_hooks {
 
 void set_header_slots(const header_slots* slots) noexcept {
-    static const header_slots chosen = mutable_header_slots();
-    mutable_header_slots() = slots == nullptr ? chosen : *slots;
+    static const header_slots chosen = slots_in_force; // at the load of the library
+    slots_in_force = slots == nullptr ? chosen : *slots;
 }
 
 void set_module_mode(int mode) noexcept {

@@ -4,7 +4,7 @@
 #include "matrix/arraycpy.hpp"
 #include "matrix/class_table.hpp"
 #include "matrix/data_copy.hpp"
-#include "matrix/root_record.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/unshare_seam.hpp"
 
@@ -20,10 +20,21 @@ constexpr const char* race_on_references = "Attempt to share unsupported ndArray
 
 void forget_sharing(ndArray_tag* array) noexcept { array->flags &= ~flag_shared_data; }
 
-// Leaves the record for the copy. False: another thread has left meanwhile, so the block is the array's own already.
+// Others write to the block, or read it.
+bool has_others_data(const ndArray_tag* array) noexcept {
+    return has_shared_data(array) || has_borrowed_data(array);
+}
+
+// Leaves the record for the copy. False: another thread has left meanwhile, so the block is the array's own already. A block
+// that is borrowed never is: the last who borrowed it leaves it as well.
 bool take_copy(ndArray_tag* array, data_copy& copy) {
     reach_seam();
-    if (!leave_record(array)) return false;
+    if (!has_shared_data(array) || !leave_record(array)) {
+        forget_sharing(array);
+        if (!has_borrowed_data(array)) return false;
+        array->nullCustomDeleter();
+        end_view(array);
+    }
     put_data(array, copy.take());
     return true;
 }
@@ -31,26 +42,24 @@ bool take_copy(ndArray_tag* array, data_copy& copy) {
 } // namespace
 
 bool unshare(ndArray_tag* array) {
-    if (!has_shared_data(array)) {
+    if (!has_others_data(array)) {
         forget_sharing(array);
         return true;
     }
     data_copy copy = copy_data(array, array);
     if (take_copy(array, copy)) return true;
-    forget_sharing(array);
     foundation::core::diag::check(!can_hold_references(array->class_id), race_on_references, "matrix/sharing",
                                   __LINE__, __func__);
     return true;
 }
 
 bool unshare_shallow(ndArray_tag* array) {
-    if (!has_shared_data(array)) {
+    if (!has_others_data(array)) {
         forget_sharing(array);
         return true;
     }
     data_copy copy = copy_slots_shallow(array, array);
     if (take_copy(array, copy)) return true;
-    forget_sharing(array);
     end_for_sharing_fault(race_on_references, __func__);
 }
 

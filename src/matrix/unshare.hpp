@@ -3,7 +3,8 @@
 // All take an array whose header has one owner; a header with several owners is replaced by a copy (nd/share.hpp).
 //
 //   unshare, unshare_shallow    copy first, then leave the record: the bytes are held while they are copied. Who finds
-//                               itself the last one after the copy throws the copy away and keeps the old block.
+//                               itself the last one after the copy throws the copy away and keeps the old block. A block
+//                               that is borrowed counts as shared with who lent it.
 //   the two for the others      everything that can fail is made before anything is changed
 #pragma once
 
@@ -20,7 +21,8 @@ bool unshare(ndArray_tag* array);
 bool unshare_shallow(ndArray_tag* array);
 
 /// The array keeps its block, all other sharers move to one fresh copy of it, which they go on sharing. Only single-threaded
-/// sharers can be reached: false, with nothing changed, when the record knows not all of them, and when memory is short.
+/// sharers can be reached: false, with nothing changed, when the record knows not all of them, and when the copy can't be
+/// made, be it for memory or for what copying an element raises.
 bool unshare_others(ndArray_tag* array);
 
 /// The array keeps its block, all other sharers become empty: first dimension 0, no data. Needs no memory. False, with

@@ -38,10 +38,7 @@ ndArray_tag* ndUnshareShallow(ndArray_tag* array) {
     return unshare_or_replace(array, unshare_shallow, shallow_copy);
 }
 
-int ndUnshareOtherArrays(ndArray_tag* array) {
-    const bool done = array == nullptr || framed([=] { return unshare_others(array); });
-    return done ? 0 : 1;
-}
+int ndUnshareOtherArrays(ndArray_tag* array) { return array == nullptr || unshare_others(array) ? 0 : 1; }
 
 bool ndUnshareOrEmptyOthers(ndArray_tag* array) {
     if (array == nullptr || unshare_others(array)) return true;
@@ -50,10 +47,10 @@ bool ndUnshareOrEmptyOthers(ndArray_tag* array) {
 }
 
 int ndUnshareArray(ndArray_tag* array, int level) {
+    if (array == nullptr) return 0;
     const bool done = framed([=] {
         if (header_owners(array) >= 2)
             errors::raise<TARVEL::matrix::badUndocumentedFunctionInput>("ndUnshareArray");
-        if (!has_shared_data(array)) return true;
         return (level != 0 ? ndUnshareShallow(array) : ndUnshare(array)) != nullptr;
     });
     return done ? 0 : 1;
@@ -61,9 +58,15 @@ int ndUnshareArray(ndArray_tag* array, int level) {
 
 void ndSetShareDataPrivateFlag(ndArray_tag* array, bool flag) {
     constexpr std::uint32_t both = flag_share_data_private | flag_data_private;
-    if (flag) array->set_data_sharing_single_threaded(true);
-    array->flags =
-        flag ? (array->flags & ~(flag_cached_header | flag_bin_mask)) | both : array->flags & ~both;
+    if (array == nullptr) return;
+    if (!flag) {
+        array->flags &= ~both;
+        return;
+    }
+    framed([=] {
+        array->set_data_sharing_single_threaded(true);
+        array->flags = (array->flags & ~(flag_cached_header | flag_bin_mask)) | both;
+    });
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api

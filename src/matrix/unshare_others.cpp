@@ -12,7 +12,8 @@
 #include "matrix/unshare_seam.hpp"
 
 #include <algorithm>
-#include <new>
+#include <memory>
+#include <optional>
 #include <utility>
 
 namespace matrix::internal {
@@ -27,13 +28,13 @@ std::size_t items_in_block(const ndArray_tag* array) noexcept {
 }
 
 // The other sharer that uses most of the block: what fits it fits all. Null when the list doesn't name every sharer.
-const ndArray_tag* largest_other(const ndArray_tag* array) noexcept {
+ndArray_tag* largest_other(const ndArray_tag* array) noexcept {
     ::share_record* const record = array->share_record;
     const record_lock lock(record);
     if (record->sharers == nullptr) return nullptr;
-    const ndArray_tag* largest = nullptr;
+    ndArray_tag* largest = nullptr;
     std::uint32_t others = 0;
-    for (const ndArray_tag* const sharer : *record->sharers) {
+    for (ndArray_tag* const sharer : *record->sharers) {
         if (sharer == array) continue;
         ++others;
         if (largest == nullptr || items_in_block(sharer) > items_in_block(largest)) largest = sharer;
@@ -41,24 +42,40 @@ const ndArray_tag* largest_other(const ndArray_tag* array) noexcept {
     return others + 1 == record->count.load(std::memory_order_acquire) ? largest : nullptr;
 }
 
-// What the others need and what the array needs, made before anything is changed.
+// What the others need and what the array needs, made before anything is changed. The largest is the first that moves.
 struct preparation {
-    explicit preparation(const ndArray_tag* array, const ndArray_tag* largest)
-        : data(copy_data(largest, largest)) {
+    preparation(ndArray_tag* array, ndArray_tag* largest)
+        : first(largest), data(copy_data(largest, largest)) {
+        if (first->root_record != nullptr) {
+            constexpr std::uint32_t array_and_first = 2;
+            const std::uint32_t sharers = array->share_record->count.load(std::memory_order_acquire);
+            ring.reset(prepare_moved_ring(first, sharers > array_and_first));
+        }
         const ::share_record* const old = array->share_record;
         if (old->deleter == nullptr && old->scData == nullptr) return;
-        own_record.reset(make_share_record());
-        if (!is_single_threaded(array)) return;
-        own_record->sharers = new sharer_list;
-        own_record->sharers->push_back(const_cast<ndArray_tag*>(array));
+        own_record = make_record_for(array);
     }
 
+    ndArray_tag* first;
     data_copy data;
+    std::unique_ptr<RootRecord, moved_ring_deleter> ring;
     share_record_ptr own_record; ///< null when nothing goes with the block
 };
 
 void remove_from(sharer_list& list, const ndArray_tag* array) noexcept {
     list.erase(std::remove(list.begin(), list.end(), array), list.end());
+}
+
+// The first, and then each that follows, cuts its link to the array's ring; the array keeps its elements and what they hang from.
+void move_roots(const sharer_list& others, preparation& made) noexcept {
+    if (made.first->root_record == nullptr) return;
+    leave_root_ring(made.first);
+    begin_moved_ring(made.first, made.ring.release());
+    for (ndArray_tag* const other : others) {
+        if (other == made.first || other->root_record == nullptr) continue;
+        leave_root_ring(other);
+        join_root_ring(made.first, other);
+    }
 }
 
 // The array has left the old record with its block; the others stay behind on it with the copy.
@@ -75,6 +92,7 @@ void part(ndArray_tag* array, ::share_record* old, preparation& made) noexcept {
         array->flags |= other->flags & flags_of_private_blocks;
         put_data(other, blocks);
     }
+    move_roots(*old->sharers, made);
 }
 
 void empty(ndArray_tag* other) noexcept {
@@ -93,25 +111,24 @@ bool unshare_others(ndArray_tag* array) {
         array->flags &= ~flag_shared_data;
         return true;
     }
-    const ndArray_tag* const largest = largest_other(array);
+    ndArray_tag* const largest = largest_other(array);
     if (largest == nullptr) return false;
+    std::optional<preparation> made;
     try {
-        preparation made(array, largest);
-        if (!has_shared_data(array)) return unshare_others(array); // the copy took a split view apart
-        reach_seam();
-        ::share_record* const old = array->share_record;
-        if (old->count.fetch_sub(1, std::memory_order_acq_rel) <= 1) {
-            old->count.store(1, std::memory_order_release);
-            end_for_sharing_fault(race_on_single_threaded_data, __func__);
-        }
-        array->flags &= ~flag_shared_data;
-        array->share_record = nullptr;
-        part(array, old, made);
-        if (array->root_record != nullptr) leave_root_ring(array);
-        return true;
-    } catch (const std::bad_alloc&) {
+        made.emplace(array, largest);
+    } catch (...) {
         return false;
     }
+    reach_seam();
+    ::share_record* const old = array->share_record;
+    if (old->count.fetch_sub(1, std::memory_order_acq_rel) <= 1) {
+        old->count.store(1, std::memory_order_release);
+        end_for_sharing_fault(race_on_single_threaded_data, __func__);
+    }
+    array->flags &= ~flag_shared_data;
+    array->share_record = nullptr;
+    part(array, old, *made);
+    return true;
 }
 
 bool unshare_and_empty_others(ndArray_tag* array) {

@@ -9,6 +9,7 @@
 #include "support/variations.hpp"
 
 #include <nd/access.hpp>
+#include <nd/containers.hpp>
 
 namespace test {
 namespace {
@@ -67,6 +68,21 @@ TEST_F(ByteTotal, OfAContainerIsSlotsAndWhatStandsInThem) {
     EXPECT_EQ(bytes_of(arr("cell 1x3", arr("double 1x4"), nullptr, arr("char", u"ab")).get()), 24U + 32 + 4);
     EXPECT_EQ(bytes_of(arr("cell 1x2", arr("cell 1x1", arr("int8 3x3")), arr("cell 1x1", nullptr)).get()),
               16U + (8 + 9) + 8);
+}
+
+TEST_F(ByteTotal, OfAStructIsASlotForEachFieldOfEachElement) {
+    const dims_list square{2, 2};
+    const char* const names[] = {"a", "b", "c"};
+    const array_ptr array = matrix::detail::do_create_struct(square, names);
+    EXPECT_EQ(bytes_of(array.get()), 8U * 4 * 3);
+    static_cast<ndArray_tag**>(array->pdata)[11] = arr("double 1x4").release();
+    EXPECT_EQ(bytes_of(array.get()), 96U + 32);
+}
+
+TEST_F(ByteTotal, OfAFunctionHandleIsItsRecords) {
+    const dims_list dims{1, 3};
+    const auto code = matrix::internal::code_of(ndFUNCTION_CLASS, false);
+    EXPECT_EQ(bytes_of(matrix::detail::do_create_numeric(dims, code).get()), 3U * 32);
 }
 
 // One header in two slots stands for two values.

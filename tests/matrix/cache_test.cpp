@@ -1,4 +1,5 @@
 // The cache of small arrays: which bin a request belongs to, what a pair is like when it comes again, what a bin keeps.
+#include "matrix/array_cache.hpp"
 #include "matrix/dims32.hpp"
 #include "matrix/header_watch.hpp"
 #include "matrix/header_words.hpp"
@@ -180,6 +181,36 @@ TEST_F(Cache, EveryBinHasItsOwnLimit) {
     }
 }
 
+TEST_F(Cache, EveryBinKnowsItsLimit) {
+    bytes(1).reset(); // the thread's cache is built then
+    for (std::size_t i = 0; i < 18; ++i)
+        EXPECT_EQ(matrix::internal::the_cache.bins[i].max_count, bin_limits[i]) << bin_sizes[i];
+}
+
+TEST_F(Cache, CountersAreCopiedAndCleared) {
+    matrix::internal::the_cache.counters = {3, 4};
+    const CacheInfo info;
+    EXPECT_EQ(info.counters[0], 3U);
+    EXPECT_EQ(info.counters[1], 4U);
+    matrix::cache::clear();
+    EXPECT_EQ(CacheInfo().counters[0], 0U);
+    EXPECT_EQ(CacheInfo().counters[1], 0U);
+}
+
+// A zeroed pair is zero to the end of its block, however little of it is asked for.
+TEST_F(Cache, APairIsZeroedToTheEndOfItsBlock) {
+    for (std::size_t i = 0; i < 18; ++i) {
+        array_ptr array = bytes(bin_sizes[i]);
+        const void* const block = array->pdata;
+        std::memset(array->pdata, 0xA5, bin_sizes[i]);
+        array.reset();
+        array = bytes(i == 0 ? 1 : bin_sizes[i - 1] + 1);
+        ASSERT_EQ(array->pdata, block);
+        const auto* const first = static_cast<const unsigned char*>(block);
+        EXPECT_TRUE(std::all_of(first, first + bin_sizes[i], [](unsigned char b) { return b == 0; })) << i;
+    }
+}
+
 TEST_F(Cache, SixteenThousandTwoHundredAndFortyBytesAreTheMost) {
     const array_ptr last = matrix::create(dims_list{2030, 1}, ndDOUBLE_CLASS, ndREAL);
     EXPECT_EQ(bin_of(last), 17U);
@@ -218,9 +249,9 @@ TEST_F(Cache, SwitchedOffTakesNoPairsButPutsThemBack) {
 }
 
 TEST_F(Cache, ClearGivesEveryPairBack) {
+    const header_watch headers;
     std::vector<array_ptr> arrays;
     for (const std::size_t n : bin_sizes) arrays.push_back(bytes(n));
-    header_watch headers;
     heap_watch heap;
     std::vector<void*> blocks;
     for (const array_ptr& array : arrays) blocks.push_back(array->pdata);
@@ -231,6 +262,7 @@ TEST_F(Cache, ClearGivesEveryPairBack) {
     std::sort(freed.begin(), freed.end());
     std::sort(blocks.begin(), blocks.end());
     EXPECT_EQ(freed, blocks);
+    EXPECT_EQ(headers.freed_headers().size(), blocks.size());
     matrix::cache::clear();
     EXPECT_EQ(heap.freed().size(), blocks.size());
 }

@@ -1,6 +1,7 @@
 // The words of the header that go by class: what objects and opaque arrays know beside their data.
 #include "matrix/class_table.hpp"
 #include "matrix/object_info.hpp"
+#include "matrix/process_state.hpp"
 #include "matrix/validate.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
@@ -9,6 +10,7 @@
 
 #include <nd/access.hpp>
 #include <nd/create.hpp>
+#include <nd/memory.hpp>
 
 #include <libbase/symbol_table.hpp>
 
@@ -253,6 +255,11 @@ TEST_F(ObjectInfo, WithoutMemoryTheArrayStaysAsItWas) {
 
 using OpaqueWords = NdTest;
 
+array_ptr one_of(ndClassID id) {
+    return matrix::detail::do_create_numeric(std::vector<std::size_t>{1, 1},
+                                             matrix::internal::code_of(id, false));
+}
+
 TEST_F(OpaqueWords, AreReadAndWritten) {
     const auto array = empty_of(ndOPAQUE_CLASS);
     array->flags |= matrix::flag_indexing_opaque;
@@ -265,6 +272,40 @@ TEST_F(OpaqueWords, AreReadAndWritten) {
     array->info_a = reinterpret_cast<std::uint64_t>(&payload);
     EXPECT_EQ(static_cast<void*>(api::ndGetInfo(array.get())), &payload);
     array->info_a = 0;
+}
+
+// The payload is the class's: no bin may lend it to the next array.
+TEST_F(OpaqueWords, PayloadInACachedHeaderStaysWhereItIs) {
+    const cache_on cache;
+    alignas(16) char payload[32] = "payload";
+    for (const bool marked : {true, false}) {
+        array_ptr array = one_of(ndOPAQUE_CLASS);
+        ASSERT_TRUE(array->flags & matrix::flag_cached_header);
+        void* const block = array->pdata;
+        api::ndSetOpaqueGiblet(array.get(), block);
+        EXPECT_TRUE(array->flags & matrix::flag_cached_header) << "it is the block that the bin lent";
+        if (marked) array->flags |= matrix::flag_indexing_opaque;
+        api::ndSetOpaqueGiblet(array.get(), payload);
+        EXPECT_FALSE(array->flags & (matrix::flag_cached_header | matrix::flag_bin_mask));
+        if (!marked) api::ndSetOpaqueGiblet(array.get(), nullptr);
+        array.reset();
+        api::ndFreeEx(block);
+        EXPECT_EQ(matrix::cache::CacheInfo().total_count, 0U);
+        EXPECT_STREQ(payload, "payload");
+    }
+}
+
+// Not even with the mark of a bin that somebody has put back.
+TEST_F(OpaqueWords, PayloadNeverGoesIntoABin) {
+    const cache_on cache;
+    char payload[32] = "payload";
+    array_ptr array = one_of(ndOPAQUE_CLASS);
+    const std::uint32_t flags = array->flags;
+    api::ndFreeEx(array->pdata);
+    api::ndSetOpaqueGiblet(array.get(), payload);
+    array->flags = flags | matrix::flag_indexing_opaque;
+    array.reset();
+    EXPECT_EQ(matrix::cache::CacheInfo().total_count, 0U);
 }
 
 TEST_F(OpaqueWords, TagIndexIsHalfAWord) {

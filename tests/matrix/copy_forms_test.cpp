@@ -16,8 +16,12 @@
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/interleaved.hpp>
+#include <nd/memory.hpp>
 #include <nd/share.hpp>
 #include <nd/typed.hpp>
+
+#include <stdexcept>
 
 namespace test {
 namespace {
@@ -263,6 +267,30 @@ TEST_F(ShareDataPrivate, SetsAndClearsBothBits) {
     EXPECT_EQ(a->pdata, block);
 }
 
+TEST_F(ShareDataPrivate, IsOneForNoArray) {
+    api::ndSetShareDataPrivateFlag(nullptr, true);
+    api::ndSetShareDataPrivateFlag(nullptr, false);
+}
+
+TEST_F(ShareDataPrivate, WithoutMemoryStaysAsItWas) {
+    for_each_module_mode([](int mode) {
+        const array_ptr a = numbered("double 1x3");
+        const array_ptr b = do_shared_copy(a.get());
+        const snapshot before(a.get());
+        bool raised = false;
+        {
+            const injection exhausted({1, fault_plan::follow_up::for_ever, 0});
+            try {
+                api::ndSetShareDataPrivateFlag(a.get(), true);
+            } catch (const std::bad_alloc&) {
+                raised = true;
+            }
+        }
+        EXPECT_EQ(raised, mode == mode_exceptions);
+        EXPECT_EQ(before.difference(), "");
+    });
+}
+
 // Records of function handles: the client is told of each array that gets or loses one.
 std::vector<std::string> record_events;
 void note_acquire(void* data, const ndArray_tag*) {
@@ -306,6 +334,41 @@ TEST_F(FunctionRecords, AreCountedOnceByAllSharers) {
     EXPECT_TRUE(record_events.empty());
     copy.reset();
     EXPECT_EQ(record_events, (std::vector<std::string>{"-a", "-b"}));
+}
+
+// With the cache on a handle comes in a pair, and is a handle all the same.
+TEST_F(FunctionRecords, OfACachedHandleAreCountedToo) {
+    const cache_on cache;
+    for (const bool deep : {true, false}) {
+        record_events.clear();
+        array_ptr source = handle();
+        ASSERT_TRUE(source->flags & matrix::flag_cached_header);
+        array_ptr copy = deep ? do_deep_copy(source.get()) : do_shared_copy(source.get());
+        source.reset();
+        copy.reset();
+        EXPECT_EQ(record_events, deep ? (std::vector<std::string>{"+a", "+b", "-a", "-b", "-a", "-b"})
+                                      : (std::vector<std::string>{"-a", "-b"}));
+    }
+}
+
+void refuse_acquire(void* /*data*/, const ndArray_tag* /*array*/) { throw std::range_error("no more"); }
+
+// Who can't be given a copy of what stands in the array is emptied, in every mode and without a word.
+TEST_F(FunctionRecords, ThatRefuseACopyKeepTheOthersFromMoving) {
+    for_each_module_mode([&](int /*mode*/) {
+        const array_ptr a = handle();
+        static_cast<function_record*>(a->pdata)[2].acquire = refuse_acquire;
+        a->set_data_sharing_single_threaded(true);
+        const array_ptr b = do_shared_copy(a.get());
+        const snapshot before(a.get());
+        EXPECT_EQ(api::ndUnshareOtherArrays(a.get()), 1);
+        EXPECT_EQ(before.difference(), "");
+        EXPECT_EQ(b->pdata, a->pdata);
+        EXPECT_FALSE(api::ndUnshareOrEmptyOthers(a.get()));
+        EXPECT_EQ(b->pdata, nullptr);
+        EXPECT_EQ(api::ndGetM(b.get()), 0U);
+        EXPECT_EQ(validate(a.get()), "");
+    });
 }
 
 TEST_F(FunctionRecords, AreReleasedWhenACopyFails) {
@@ -381,6 +444,76 @@ TEST_F(FunctionRecords, AreNotReleasedByAView) {
     const array_ptr source = handle();
     matrix::createReshapedView(source.get(), dims_list{3, 1}).reset();
     EXPECT_TRUE(record_events.empty());
+}
+
+TEST_F(ReshapedView, OfNothingIsNothing) {
+    EXPECT_EQ(matrix::createReshapedView(static_cast<ndArray_tag*>(nullptr), dims_list{1, 1}), nullptr);
+    EXPECT_EQ(matrix::createReshapedView(static_cast<const ndArray_tag*>(nullptr), dims_list{1, 1}), nullptr);
+}
+
+// What changes a view in place changes nothing of the array that lent the block.
+TEST_F(ReshapedView, IsUnsharedByWhatChangesItInPlace) {
+    struct {
+        const char* name;
+        array_ptr (*make)();
+        void (*change)(ndArray_tag*);
+    } const rows[] = {
+        {"unshare", [] { return numbered("double 2x3"); }, [](ndArray_tag* a) { api::ndUnshare(a); }},
+        {"unshare a cell", [] { return arr("cell 1x2", arr("double", {1}), arr("char", u"a")); },
+         [](ndArray_tag* a) { api::ndUnshare(a); }},
+        {"unshare a cell by level", [] { return arr("cell 1x2", arr("double", {1}), arr("cell 0x0")); },
+         [](ndArray_tag* a) { EXPECT_EQ(api::ndUnshareArray(a, 1), 0); }},
+        {"unshare a sparse array", [] { return sparse_3x2(); }, [](ndArray_tag* a) { api::ndUnshare(a); }},
+        {"deflate", [] { return numbered("complex single 2x3"); }, api::ndDeflateComplexToReal},
+        {"free zeros",
+         [] {
+             return arr("complex double 1x2", {{1, 0}, {2, 0}});
+         },
+         api::ndFreeImagIfZero},
+        {"inflate", [] { return numbered("int16 2x3"); }, api::ndInflateRealToComplex},
+        {"inflate a sparse array", [] { return sparse_3x2(); }, api::ndInflateRealToComplex},
+        {"set data", [] { return numbered("double 1x1"); },
+         [](ndArray_tag* a) { api::published::ndSetData(a, api::ndCallocEx(1, sizeof(double))); }},
+        {"set data of a sparse array", [] { return sparse_3x2(); },
+         [](ndArray_tag* a) { api::published::ndSetData(a, api::ndCallocEx(4, sizeof(double))); }},
+        {"reset data", [] { return numbered("double 1x1"); },
+         [](ndArray_tag* a) {
+             a->reset_pdata_untrusted(api::ndCallocEx(1, sizeof(float)), ndSINGLE_CLASS, ndREAL);
+         }},
+    };
+    for (const auto& row : rows) {
+        for (const bool shared : {false, true}) {
+            SCOPED_TRACE(row.name + std::string(shared ? ", shared" : ""));
+            const array_ptr a = row.make();
+            const snapshot before(a.get());
+            {
+                const dims_list dims{api::ndGetM(a.get()), api::ndGetN(a.get())};
+                const array_ptr view = matrix::createReshapedView(a.get(), dims);
+                const array_ptr sharer = shared ? do_shared_copy(view.get()) : nullptr;
+                row.change(view.get());
+                EXPECT_NE(view->pdata, a->pdata);
+                EXPECT_FALSE(view->hasCustomDeleter());
+                EXPECT_EQ(validate(view.get()), "");
+            }
+            EXPECT_EQ(before.difference(), "");
+        }
+    }
+}
+
+TEST_F(ReshapedView, KeepsTheBlockThatItGetsAgain) {
+    const array_ptr a = numbered("double 2x3");
+    const array_ptr view = matrix::createReshapedView(a.get(), dims_list{3, 2});
+    api::published::ndSetData(view.get(), a->pdata);
+    EXPECT_TRUE(matrix::internal::has_borrowed_data(view.get()));
+}
+
+TEST_F(ReshapedView, LendsItsBlockToNobody) {
+    const array_ptr a = numbered("double 2x3");
+    const array_ptr view = matrix::createReshapedView(a.get(), dims_list{3, 2});
+    api::ndSetReusable(view.get(), true);
+    ndArray_tag* candidates[] = {view.get()};
+    const array_ptr fresh(api::ndCreateNumericMatrixWithReuse(3, 2, ndDOUBLE_CLASS, ndREAL, 1, candidates));
+    EXPECT_NE(fresh->pdata, a->pdata);
 }
 
 TEST_F(ReshapedView, IsCopiedAsAValue) {

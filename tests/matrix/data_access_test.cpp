@@ -2,6 +2,7 @@
 #include "matrix/class_table.hpp"
 #include "matrix/heap_watch.hpp"
 #include "matrix/process_state.hpp"
+#include "matrix/sparse_array.hpp"
 #include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
@@ -236,6 +237,60 @@ TEST_F(SetData, WithADeleterLeavesTheEndToIt) {
     api::ndFree(old);
 }
 
+// The block that others have too: its deleter is theirs as well.
+TEST_F(SetData, OfTheSameBlockLeavesTheDeleterOfAGroup) {
+    for (const setter& one : setters) {
+        deleter_calls = 0;
+        array_ptr array = numbered("double 2x3");
+        array->setCustomDeleter(counting_deleter);
+        array_ptr sharer = matrix::detail::do_shared_copy(array.get());
+        one.set(array.get(), array->pdata);
+        EXPECT_TRUE(sharer->hasSameCustomDeleter(counting_deleter)) << one.name;
+        sharer.reset();
+        one.set(array.get(), array->pdata);
+        EXPECT_FALSE(array->hasCustomDeleter()) << "alone it says how the block ends";
+        array.reset();
+        EXPECT_EQ(deleter_calls, 0);
+    }
+}
+
+// Index vectors are as much a group's as the elements are.
+TEST_F(SetData, OfASharedSparseArrayLeavesItVectorsOfItsOwn) {
+    for (const setter& one : setters) {
+        const array_ptr sharer = sparse_3x2();
+        array_ptr array = matrix::detail::do_shared_copy(sharer.get());
+        one.set(array.get(), six_doubles());
+        EXPECT_NE(array->info_a, sharer->info_a) << one.name;
+        EXPECT_NE(array->info_b, sharer->info_b);
+        EXPECT_EQ(matrix::internal::validate(array.get()), "");
+        array.reset();
+        EXPECT_EQ(matrix::internal::validate(sharer.get()), "");
+    }
+}
+
+TEST_F(SetData, OfASharedSparseArrayFailsWithoutAChange) {
+    for (const setter& one : setters) {
+        fault_options options;
+        options.framed = true;
+        const fault_report report = for_each_failing_alloc(
+            one.name,
+            [&](fault_run& run) {
+                const array_ptr sharer = sparse_3x2();
+                const array_ptr array = matrix::detail::do_shared_copy(sharer.get());
+                double* const block = six_doubles();
+                run.operand(array.get());
+                run.operand(sharer.get());
+                run.act([&] {
+                    one.set(array.get(), block);
+                    return array->pdata == block;
+                });
+            },
+            options);
+        EXPECT_TRUE(report.passed);
+        EXPECT_EQ(report.points, 2) << "row indices and column starts";
+    }
+}
+
 TEST_F(SetData, WithoutMemoryForTheDeleterNothingChanges) {
     fault_options options;
     options.framed = true;
@@ -284,6 +339,33 @@ TEST_F(ListedBlocks, LeaveTheListForAnArray) {
         one.set(array.get(), block);
         EXPECT_TRUE(matrix::isAllocListContextEmpty()) << one.name;
         api::ndFree(old);
+    }
+}
+
+// Blocks of slots are blocks.
+TEST_F(ListedBlocks, LeaveTheListForAContainer) {
+    struct {
+        const char* name;
+        void (*set)(ndArray_tag*, ndArray_tag**);
+        array_ptr (*make)();
+    } const rows[] = {
+        {"ndSetCells", api::ndSetCells, [] { return arr("cell 1x2", nullptr, nullptr); }},
+        {"ndSetFields", api::ndSetFields, [] { return struct_arr("1x2", {"a"}, nullptr, nullptr); }},
+    };
+    for (const auto& row : rows) {
+        for (const bool is_private : {false, true}) {
+            SCOPED_TRACE(row.name);
+            const array_ptr array = row.make();
+            auto** const old = api::ndGetCells(array.get());
+            api::ndSetDataPrivateFlag(array.get(), is_private);
+            auto** const block = static_cast<ndArray_tag**>(api::ndCalloc(2, sizeof(ndArray_tag*)));
+            row.set(array.get(), block);
+            EXPECT_EQ(api::ndGetCells(array.get()), block);
+            EXPECT_EQ(matrix::isAllocListContextEmpty(), !is_private);
+            row.set(array.get(), old);
+            api::ndSetDataPrivateFlag(array.get(), false);
+            api::ndFree(block);
+        }
     }
 }
 

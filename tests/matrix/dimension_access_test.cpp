@@ -94,6 +94,35 @@ TEST_F(SingleSubscript, ComparesNothingWithTheDimensions) {
     EXPECT_EQ(api::ndCalcSingleSubscript(shaped({0, 0}).get(), 2, beyond), 100U);
 }
 
+// Unsigned arithmetic all the way: a sum or product that kvIndex can't hold goes on from 0.
+TEST_F(SingleSubscript, WrapsBeyondTheLargestOffset) {
+    constexpr std::size_t largest = ~std::size_t{0}, half = std::size_t{1} << 32;
+    struct {
+        dims_list dims;
+        dims_list subs;
+        std::size_t offset;
+    } const rows[] = {{{3, 4}, {largest, 1}, 2},
+                      {{3, 4}, {5, largest}, 2},
+                      {{3, 4}, {0, largest}, largest - 2},
+                      {{half, half, 0}, {1, 2, 3}, 2 * half + 1},
+                      {{half, half, 0}, {0, half, 0}, 0}};
+    for (const auto& row : rows)
+        EXPECT_EQ(api::ndCalcSingleSubscript(shaped(row.dims).get(), row.subs.size(), row.subs.data()),
+                  row.offset);
+}
+
+// Dimensions beside a 0 may be too large for their product.
+TEST_F(FoldedDimensions, StopAtTheLargestSize) {
+    const auto array = shaped({std::size_t{1} << 40, std::size_t{1} << 40, 0});
+    std::size_t folded[3] = {};
+    api::ndGetDims(array.get(), 2, folded);
+    EXPECT_EQ(folded[1], 0U) << "the 0 is part of the product";
+    const auto swapped = shaped({0, std::size_t{1} << 40, std::size_t{1} << 40});
+    api::ndGetDims(swapped.get(), 2, folded);
+    EXPECT_EQ(folded[0], 0U);
+    EXPECT_EQ(folded[1], ~std::size_t{0});
+}
+
 using Shape = NdTest;
 
 TEST_F(Shape, IsTheSameInEveryRepresentation) {

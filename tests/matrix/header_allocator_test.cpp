@@ -58,7 +58,7 @@ TEST_F(HeaderAllocator, RaisesWhenTheSlotGivesNothing) {
 }
 
 TEST_F(HeaderAllocator, GivesBlocksForAllThreeSlots) {
-    const matrix::internal::header_slots& slots = matrix::internal::header_allocator();
+    const matrix::internal::header_slots& slots = matrix::internal::slots_in_force;
     void* const plain = slots.malloc(112);
     ASSERT_NE(plain, nullptr);
     slots.free(plain);

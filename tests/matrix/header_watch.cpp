@@ -42,7 +42,7 @@ bool freed_header::is_poisoned() const noexcept {
     return scope == 7 && class_id == 0x7FFFFFFF && pdata == ~std::uint64_t{0} && next == ~std::uint64_t{0};
 }
 
-header_watch::header_watch() : before_(matrix::internal::header_allocator()) {
+header_watch::header_watch() : before_(matrix::internal::slots_in_force) {
     static constexpr matrix::internal::header_slots slots{
         header_watch_slots::malloc, header_watch_slots::calloc, header_watch_slots::free};
     watching = this;

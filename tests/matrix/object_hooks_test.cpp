@@ -5,6 +5,7 @@
 
 #include <nd/access.hpp>
 #include <nd/module.hpp>
+#include <nd/share.hpp>
 
 #include <atomic>
 #include <new>
@@ -128,14 +129,66 @@ TEST_F(ObjectHooks, SeeOnlyTheLastOwnerGo) {
     EXPECT_EQ(destroyed.size(), 1U);
 }
 
-// While others have the object's slots, nothing of it is torn down.
-TEST_F(ObjectHooks, SeeOnlyTheLastSharerGo) {
+// Each header is an object, whole to its end, whoever else has its slots.
+TEST_F(ObjectHooks, SeeEachSharerGo) {
     array_ptr array = object({1, 1});
     array_ptr copy = matrix::detail::do_shared_copy(array.get());
-    array.reset();
-    EXPECT_TRUE(destroyed.empty());
-    copy.reset();
-    EXPECT_EQ(destroyed.size(), 1U);
+    for (array_ptr* const ends : {&array, &copy}) {
+        const ndArray_tag* const at = ends->get();
+        destroyed.clear();
+        ends->reset();
+        ASSERT_EQ(destroyed.size(), 1U);
+        EXPECT_EQ(destroyed[0].at, at);
+        EXPECT_EQ(destroyed[0].elements, 1U);
+        EXPECT_TRUE(destroyed[0].whole);
+    }
+}
+
+// Whatever makes a header over an object that is there, its beginning and its end are told once each.
+TEST_F(ObjectHooks, SeeEachHeaderBeginAndEnd) {
+    struct {
+        const char* name;
+        array_ptr (*make)(ndArray_tag*);
+    } const rows[] = {
+        {"shared copy", [](ndArray_tag* a) { return matrix::detail::do_shared_copy(a); }},
+        {"deep copy", [](ndArray_tag* a) { return matrix::detail::do_deep_copy(a); }},
+        {"empty copy", [](ndArray_tag* a) { return matrix::create_empty_copy(a); }},
+        {"skeleton", [](ndArray_tag* a) { return matrix::create_uninit_data_copy(a); }},
+        {"view",
+         [](ndArray_tag* a) {
+             return matrix::createReshapedView(a, dims_list{2, 1});
+         }},
+        {"reference given up",
+         [](ndArray_tag* a) { return array_ptr(api::ndUnreference(api::ndCreateReference(a))); }},
+        {"moved value",
+         [](ndArray_tag* a) {
+             array_ptr dest = matrix::detail::do_shared_copy(a);
+             api::ndMoveArrayOntoHeader(dest.get(), matrix::detail::do_shared_copy(a).release());
+             return dest;
+         }},
+        {"claimed copy",
+         [](ndArray_tag* a) {
+             const array_ptr source = matrix::detail::do_shared_copy(a);
+             source->flags |= matrix::flag_reusable;
+             return array_ptr(api::ndCreateClaimedDataCopy(source.get()));
+         }},
+        {"copy in a cell",
+         [](ndArray_tag* a) {
+             array_ptr cell = matrix::create_cell(dims_list{1, 1});
+             put(cell, 0, matrix::detail::do_shared_copy(a));
+             return cell;
+         }},
+    };
+    const array_ptr array = object({1, 2});
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        created.clear();
+        destroyed.clear();
+        row.make(array.get()).reset();
+        EXPECT_GE(created.size(), 1U);
+        EXPECT_EQ(created.size(), destroyed.size());
+        for (const seen_object& seen : destroyed) EXPECT_TRUE(seen.whole);
+    }
 }
 
 // The create hook gets each new header of class object that a copy makes.

@@ -1,4 +1,5 @@
 // The array keeps its block and the other sharers move to a copy, or are emptied. Only single-threaded sharers can be reached.
+#include "matrix/scaffolding.hpp"
 #include "matrix/share_record.hpp"
 #include "matrix/sparse_array.hpp"
 #include "matrix/unshare.hpp"
@@ -11,6 +12,8 @@
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/interleaved.hpp>
+#include <nd/memory.hpp>
 #include <nd/share.hpp>
 
 namespace test {
@@ -88,6 +91,20 @@ TEST_F(SingleThreaded, TwoSharersNeedNoHeapForTheList) {
     const injection counted({0, fault_plan::follow_up::none, 0});
     const array_ptr b = do_shared_copy(a.get());
     EXPECT_EQ(counted.points(), 3) << "header, record, list";
+}
+
+// A sharer that gets a block, or a deleter, of its own stands on the list of its own record: its later copies find it there.
+TEST_F(SingleThreaded, SharersWithABlockOfTheirOwnAreListedAgain) {
+    const auto group = group_of(numbered("double 1x3"), 3);
+    api::ndSetData(group[1].get(), api::ndCallocEx(3, sizeof(double)), count_and_free);
+    EXPECT_EQ(listed(group[0]), (std::vector{group[0].get(), group[2].get()}));
+    EXPECT_EQ(listed(group[1]), std::vector{group[1].get()});
+    expect_valid(group);
+    const array_ptr copy = do_shared_copy(group[1].get());
+    EXPECT_EQ(api::ndUnshareOtherArrays(copy.get()), 0);
+    EXPECT_NE(copy->pdata, group[1]->pdata);
+    EXPECT_EQ(validate(copy.get()), "");
+    expect_valid(group);
 }
 
 using UnshareOthers = NdTest;
@@ -169,6 +186,35 @@ TEST_F(UnshareOthers, CopyWhatTheLargestOfThemUses) {
     EXPECT_THAT(group[2], EqualsArray(numbered("double 1x6")));
 }
 
+TEST_F(UnshareOthers, CopyTheSlotsThatTheLargestOfThemUses) {
+    const auto three = [] {
+        return arr("cell 1x3", arr("double", {1}), arr("char", u"b"), arr("cell 1x1", arr("int8", {3})));
+    };
+    const auto group = group_of(three(), 3);
+    group[1]->set_dimensions(dims_list{1, 2});
+    EXPECT_EQ(api::ndUnshareOtherArrays(group[0].get()), 0);
+    EXPECT_THAT(group[1], EqualsArray(arr("cell 1x2", arr("double", {1}), arr("char", u"b"))));
+    EXPECT_THAT(group[2], EqualsArray(three()));
+    group[1]->set_dimensions(dims_list{1, 3}); // the last of them is to know all elements
+    expect_valid(group);
+}
+
+// The view is the block's: the array keeps what a client wrote, and the others get it with their copy.
+TEST_F(UnshareOthers, LeaveASplitViewWithTheBlock) {
+    const auto group = group_of(arr("complex double 1x2", {{1, 10}, {2, 20}}), 3);
+    group[1]->split_data(false);
+    static_cast<double*>(group[1]->get_scData()->real_data)[0] = 99;
+    const scaffolding* const view = group[1]->get_scData();
+    EXPECT_EQ(api::ndUnshareOtherArrays(group[0].get()), 0);
+    EXPECT_EQ(group[0]->get_scData(), view);
+    EXPECT_FALSE(matrix::detail::isIC(group[0].get()));
+    group[0]->interleave_data();
+    for (const array_ptr& array : group)
+        EXPECT_THAT(array, EqualsArray(arr("complex double 1x2", {{99, 10}, {2, 20}})));
+    for (const std::size_t moved : {1U, 2U}) EXPECT_EQ(group[moved]->get_scData(), nullptr);
+    expect_valid(group);
+}
+
 TEST_F(UnshareOthers, OfContainersAndSparseArrays) {
     for (auto* make :
          {+[] { return arr("cell 1x2", arr("double", {1}), arr("cell 1x1", arr("char", u"a"))); },
@@ -239,6 +285,20 @@ TEST_F(EmptyOthers, WithoutMemory) {
         group.clear();
         EXPECT_EQ(deleter_calls, row.with_deleter ? 1 : 0);
     }
+}
+
+TEST_F(EmptyOthers, LeavesFieldsWithEachAndElementsWithTheArray) {
+    const auto group = group_of(
+        struct_arr("1x2", {"a", "b"}, numbered("double 1x3"), nullptr, nullptr, arr("char", u"z")), 3);
+    EXPECT_TRUE(matrix::internal::unshare_and_empty_others(group[1].get()));
+    EXPECT_EQ(static_cast<ndArray_tag**>(group[1]->pdata)[0]->class_id, ndDOUBLE_CLASS);
+    for (const std::size_t i : {0U, 2U}) {
+        EXPECT_EQ(group[i]->pdata, nullptr);
+        EXPECT_EQ(group[i]->get_number_of_struct_fields(), 2);
+        EXPECT_STREQ(group[i]->get_struct_field_names()[1], "b");
+        EXPECT_EQ(api::ndGetNumberOfElements(group[i].get()), 0U);
+    }
+    expect_valid(group);
 }
 
 TEST_F(EmptyOthers, TakesTheVectorsOfSparseArrays) {

@@ -188,6 +188,8 @@ TEST_F(Unshare, ArrayByLevel) {
     }
 }
 
+TEST_F(Unshare, ArrayOfNothingIsDone) { EXPECT_EQ(api::ndUnshareArray(nullptr, 0), 0); }
+
 TEST_F(Unshare, ArrayRefusesAHeaderWithTwoOwners) {
     const array_ptr a = numbered("double 1x3");
     const array_ptr b = do_shared_copy(a.get());

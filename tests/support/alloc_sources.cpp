@@ -112,7 +112,7 @@ live_blocks count_live_blocks() noexcept {
 }
 
 void install_counting_allocators() {
-    real_headers = matrix::internal::header_allocator();
+    real_headers = matrix::internal::slots_in_force;
     static constexpr matrix::internal::header_slots counting_headers{header_malloc, header_calloc,
                                                                      header_free};
     matrix::internal::test_hooks::set_header_slots(&counting_headers);

@@ -61,8 +61,8 @@ TEST_F(FaultInjection, ReachesAllThreeSources) {
     EXPECT_EQ(heap.malloc(8), nullptr);
     EXPECT_EQ(heap.calloc(1, 8), nullptr);
     EXPECT_EQ(heap.realloc(nullptr, 8), nullptr);
-    EXPECT_EQ(matrix::internal::header_allocator().malloc(8), nullptr);
-    EXPECT_EQ(matrix::internal::header_allocator().calloc(1, 8), nullptr);
+    EXPECT_EQ(matrix::internal::slots_in_force.malloc(8), nullptr);
+    EXPECT_EQ(matrix::internal::slots_in_force.calloc(1, 8), nullptr);
     EXPECT_EQ(new (std::nothrow) int, nullptr);
     EXPECT_EQ(armed.failures(), 6);
 }
@@ -199,8 +199,7 @@ TEST_F(FaultInjection, FindsACallThatDoesNotRecover) {
 
 TEST_F(FaultInjection, FindsAFrameThatLetsExceptionsOut) {
     EXPECT_NONFATAL_FAILURE(
-        for_each_failing_alloc("no frame",
-                               [](fault_run& run) { run.act([] { return allocates_an_int(); }); },
+        for_each_failing_alloc("no frame", [](fault_run& run) { run.act([] { return allocates_an_int(); }); },
                                {.framed = true, .second_within = 0}),
         "in module mode 0 the failure came out as an out-of-memory exception");
 }

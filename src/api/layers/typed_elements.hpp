@@ -3,6 +3,7 @@
 #pragma once
 
 #include "matrix/accessors.hpp"
+#include "matrix/frame.hpp"
 
 #include <nd/array.hpp>
 #include <nd/complex.h>
@@ -22,13 +23,15 @@ Element* elements(const ndArray_tag* array) noexcept {
     return fits<Class, Complexity>(array) ? static_cast<Element*>(array->pdata) : nullptr;
 }
 
-/// Stores data as pdata and returns 1. The block belongs to the array then; the old one is the caller's. Returns 0 with
-/// nothing changed for a null array, another class or the other complexity.
+/// nd_array_api::ndSetData without a deleter, and returns 1. Returns 0 with nothing changed for a null array, another class, the
+/// other complexity, and where that fails.
 template <class Element, ndClassID Class, ndComplexity Complexity>
 int set_elements(ndArray_tag* array, Element* data) {
     if (!fits<Class, Complexity>(array)) return 0;
-    array->set_pdata_untrusted(data, nullptr);
-    return 1;
+    return internal::framed([=] {
+        array->set_pdata_untrusted(data, nullptr);
+        return 1;
+    });
 }
 
 } // namespace matrix::detail::noninlined::typed_elements

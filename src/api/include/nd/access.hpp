@@ -90,7 +90,7 @@ ND_EXPORT bool ndIsEmpty(const ndArray_tag* array);
 ND_EXPORT void ndGetDims(const ndArray_tag* array, kvSize nsubs, kvSize* out);
 
 /// The offset of the element that subs name, counted from 0, in column-major order. Subscripts beyond the number of
-/// dimensions are left out; none gives 0. Nothing is compared with the dimensions.
+/// dimensions are left out; none gives 0. Nothing is compared with the dimensions, and an offset too large for kvIndex wraps.
 ND_EXPORT kvIndex ndCalcSingleSubscript(const ndArray_tag* array, kvSize nsubs, const kvIndex* subs);
 
 /// Writes the first dimension. The data stay as they are: their owner sees to their size.
@@ -101,8 +101,11 @@ ND_EXPORT void ndSetN(ndArray_tag* array, kvSize n);
 ND_EXPORT int ndSetDimensions(ndArray_tag* array, const kvSize* dims, kvSize ndim);
 
 /* Data. Getters answer pdata, which belongs to the array and is valid till its data change. Setters store another block and
- * free nothing: the old block is the caller's. The new one belongs to the array, which takes it off the list of blocks that
- * ndMalloc gave to an addon function, unless its data are private. It holds as many elements as the dimensions say. */
+ * free nothing. The old block stays with the arrays that share it, or with who lent it; one that the array alone had is the
+ * caller's, to free as its deleter would have, which is forgotten, or with ndFree, or not at all when the data are private. A
+ * separate view of it ends. The new block belongs to the array, which takes it off the list of blocks that ndMalloc gave to an
+ * addon function, unless its data are private. It holds as many elements as the dimensions say.
+ * A sparse array whose index vectors others have gets copies of them, which may raise std::bad_alloc. */
 
 ND_EXPORT void* ndGetData(const ndArray_tag* array);
 /// The real elements. A complex array has none in a row: an internal check ends the process, and without checks the answer
@@ -112,7 +115,8 @@ ND_EXPORT char16_t* ndGetChars(const ndArray_tag* array);
 ND_EXPORT bool* ndGetLogicals(const ndArray_tag* array);
 
 /// data comes from the library's heap, or deleter releases it. With a deleter it stays on the list of the addon function.
-/// A deleter needs a record, which may raise std::bad_alloc; without one nothing is raised.
+/// A deleter needs a record, which may raise std::bad_alloc. The block that the array has already keeps its deleter when
+/// others share or lent it and none is given.
 ND_EXPORT void ndSetData(ndArray_tag* array, void* data, void (*deleter)(void*));
 /// The same without a deleter, for real elements: checked as ndGetPr is.
 ND_EXPORT void ndSetPr(ndArray_tag* array, double* data);
@@ -142,7 +146,7 @@ ND_EXPORT void* ndGetData(const ndArray_tag* array);
 ND_EXPORT std::size_t ndGetElementSize(const ndArray_tag* array);
 /// pdata; null for null. A complex array, whose real part isn't contiguous, raises TARVEL:matrix:illegalComplexArray.
 ND_EXPORT double* ndGetPr(const ndArray_tag* array);
-/// nd_array_api::ndSetData without a deleter; null is ignored. Raises nothing.
+/// nd_array_api::ndSetData without a deleter; null is ignored.
 ND_EXPORT void ndSetData(ndArray_tag* array, void* data);
 /// The same for real elements: a complex array raises TARVEL:matrix:illegalComplexArray.
 ND_EXPORT void ndSetPr(ndArray_tag* array, double* data);

@@ -140,6 +140,9 @@ struct ndArray_tag {
     /// Replaces the dimensions and leaves the data alone. Trailing dimensions of 1 beyond the second are dropped; no
     /// dimension gives 0x0 and one gives a column. The scalar-double bit follows.
     /// Shape: any number of dimensions; the caller has checked the product. Owner: the values are copied.
+    /// While other headers share the data the number of elements stays. Each goes by its own dimensions: a header that says less
+    /// makes too short a separate view for all, and when it is the last of a container, elements beyond its dimensions are
+    /// never released. Whoever shrinks or grows such an array unshares it first.
     /// Raises std::bad_alloc when a dimension block is needed and can't be had; the array is then unchanged.
     ND_EXPORT void set_dimensions(std::span<const std::size_t> dims);
 
@@ -157,8 +160,10 @@ struct ndArray_tag {
     /// Forgets the custom deleter: pdata goes back to the library's heap.
     ND_EXPORT void nullCustomDeleter() noexcept;
 
-    /// Stores data as pdata, with fn as its deleter; a null fn clears an existing deleter. The old block isn't freed.
-    /// Raises std::bad_alloc when fn needs a share record that can't be had; the array is then unchanged.
+    /// Stores data as pdata, with fn as its deleter; a null fn clears an existing deleter. The old block isn't freed: it stays with
+    /// other headers that use it, with its deleter and its separate view. The block that the array has already keeps its
+    /// deleter when others use or lent it and fn is null. A sparse array gets index vectors of its own where others have them.
+    /// Raises std::bad_alloc when a share record or an index vector can't be had; the array is then unchanged.
     ND_EXPORT void set_pdata_and_deleter(void* data, void (*fn)(void*));
 
     /// The same for a block that came from an addon author: data also leaves the alloc list, unless the data are private or

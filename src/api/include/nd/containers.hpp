@@ -94,8 +94,9 @@ ND_EXPORT void ndReplaceCopyInCell(ndArray_tag* cell, kvIndex index, ndArray_tag
 ND_EXPORT ndArray_tag** ndGetCells(const ndArray_tag* array);
 ND_EXPORT ndArray_tag** ndGetFields(const ndArray_tag* array);
 
-/// Gives a container another block of slots, from the library's heap, and takes it over. The old block isn't freed; what stands
-/// in the new one isn't looked at.
+/// Gives a container another block of slots, from the library's heap, and takes it over: the block leaves the list of blocks that
+/// ndMalloc gave to an addon function, unless the array's data are private. The array forgets a deleter of the old block and
+/// leaves a group that shares it. The old block isn't freed, and what stands in either isn't looked at.
 ND_EXPORT void ndSetCells(ndArray_tag* array, ndArray_tag** buffer);
 ND_EXPORT void ndSetFields(ndArray_tag* array, ndArray_tag** buffer);
 

@@ -39,7 +39,7 @@ public:
         return *this;
     }
 
-    /// Lets go of what is held and becomes a copy of other.
+    /// Lets go of what is held and becomes a copy of other. Two guards that own one array keep a reference each.
     Kprotected_cptr& operator=(const Kprotected_cptr& other) {
         T* const ptr = other.owned_ ? Helper::copy(other.ptr_) : other.ptr_; // first: both may hold one array
         const bool owned = other.owned_;

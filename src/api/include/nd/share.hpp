@@ -7,7 +7,7 @@
  * Whoever writes unshares first: the library's mutators don't do it on their own. An unshared array says so by being used, not by
  * its flags: the shared-data bit stays behind when the others have gone.
  *
- * The functions of nd_array_api take null as "no array" and answer null; what they create has temporary scope when the array
+ * The functions of nd_array_api take null as "no array" and answer null, unless told otherwise; what they create has temporary scope when the array
  * list is on and local scope otherwise. Errors are exceptions when matrix::initModule ran with mode 1; in any other mode the
  * result is null. After an error every array is as it was.
  *
@@ -33,7 +33,8 @@ ND_EXPORT array_ptr create_empty_copy(const ndArray_tag* source);
 
 /// A header with other dimensions over the array's data. The view isn't counted: it must end before the array does and before
 /// the array's data change. Nothing below it belongs to it. dims have as many elements as the array and, for a sparse array, as
-/// many columns. Raises std::bad_alloc.
+/// many columns. Writing through the view's pointer writes to the array; unsharing gives the view a block of its own. Null gives
+/// null. Raises std::bad_alloc.
 ND_EXPORT array_ptr createReshapedView(ndArray_tag* array, std::span<const kvSize> dims);
 ND_EXPORT std::unique_ptr<const ndArray_tag, detail::ndDestroy_deleter>
 createReshapedView(const ndArray_tag* array, std::span<const kvSize> dims);
@@ -75,7 +76,8 @@ ND_EXPORT ndArray_tag* ndCreateClaimedDataCopy(ndArray_tag* array);
 /// copy has the array's scope, and the array loses one owner.
 ND_EXPORT ndArray_tag* ndUnreference(ndArray_tag* array);
 
-/* Unsharing. The caller goes on with the result. */
+/* Unsharing. The caller goes on with the result, and holds a reference that ref_count counts: one that an engine counts in
+ * internal_ref_count isn't let go of here. */
 
 /// An array whose header has one owner and whose data nobody else uses: array itself when it has one owner, otherwise a deep
 /// copy in the place of the caller's reference.
@@ -84,25 +86,26 @@ ND_EXPORT ndArray_tag* ndUnshare(ndArray_tag* array);
 /// The same for containers, one level deep: slots of its own, elements shared. Other classes are unshared.
 ND_EXPORT ndArray_tag* ndUnshareShallow(ndArray_tag* array);
 
-/// The array keeps its block and all other sharers move to a fresh copy. 0, also for null; 1 when memory is short or when not all
-/// sharers are in single-threaded sharing, and nothing has changed.
+/// The array keeps its block and all other sharers move to a fresh copy. 0, also for null; 1 when the copy can't be made, for lack
+/// of memory or because an element refuses, or when not all sharers are in single-threaded sharing; nothing has changed then.
 ND_EXPORT int ndUnshareOtherArrays(ndArray_tag* array);
 
-/// The same, and when memory is short the other sharers are emptied. True when they were moved (or for null), false otherwise.
+/// The same, and when the copy can't be made the other sharers are emptied. True when they were moved (or for null), false
+/// otherwise.
 ND_EXPORT bool ndUnshareOrEmptyOthers(ndArray_tag* array);
 
-/// Unshares in place: ndUnshareShallow for a level other than 0, ndUnshare for 0. 0, or 1 on failure. An array whose header has
+/// Unshares in place: ndUnshareShallow for a level other than 0, ndUnshare for 0. 0, also for null, or 1 on failure. An array whose header has
 /// several owners raises TARVEL:matrix:badUndocumentedFunctionInput.
 ND_EXPORT int ndUnshareArray(ndArray_tag* array, int level);
 
 /// Marks the data as private to the array and its shared copies: the library never frees them, and the array is in single-
 /// threaded sharing. The owner of such data keeps the array alive until the others have been moved or emptied. False takes both
-/// marks away. Raises std::bad_alloc.
+/// marks away. Null is ignored. In mode 1 raises std::bad_alloc; in any other mode the flags stay as they are then.
 ND_EXPORT void ndSetShareDataPrivateFlag(ndArray_tag* array, bool flag);
 
 /* Moving a value onto a header that others already point to. */
 
-/// dest takes over src's value; dest's own value ends. The caller's hold on src is spent, also after an error, which leaves
+/// dest takes over src's value; dest's own value ends. Neither is null. The caller's hold on src is spent, also after an error, which leaves
 /// dest as it was. Nothing happens when the two are one header. Raises std::bad_alloc, and only when src has several owners.
 ND_EXPORT void ndMoveArrayOntoHeader(ndArray_tag* dest, ndArray_tag* src);
 
