@@ -6,6 +6,7 @@
 #include "support/module_mode.hpp"
 #include "support/variations.hpp"
 
+#include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
 #include <nd/interleaved.hpp>
 #include <nd/share.hpp>
@@ -39,6 +40,8 @@ void expect_scenario(const std::string& name, const std::function<void(fault_run
 }
 
 using SharingFaults = NdTest;
+
+void free_on_heap(void* block) { foundation::core::mem::aligned_heap_instance().free(block); }
 
 // Creators in the frame: a new array or null.
 TEST_F(SharingFaults, Copies) {
@@ -229,6 +232,81 @@ TEST_F(SharingFaults, ChangingComplexity) {
                     row.change(array.get());
                 });
             });
+        }
+    }
+}
+
+// What a split array keeps while memory is short: the view, and the value that stands in it.
+TEST_F(SharingFaults, OfASplitView) {
+    struct {
+        const char* name;
+        const char* value;
+        void (*arrange)(ndArray_tag*);
+        void (*act)(ndArray_tag*);
+    } const rows[] = {
+        {"splitting again, larger", "complex double 1x2",
+         [](ndArray_tag* a) {
+             a->split_data(true);
+             a->interleave_data();
+             a->set_dimensions(dims_list{1, 1});
+             a->split_data(true);
+             a->interleave_data();
+             a->set_dimensions(dims_list{1, 2});
+         },
+         [](ndArray_tag* a) { a->split_data(true); }},
+        {"interleaving", "complex double 1x3", [](ndArray_tag* a) { a->split_data(true); },
+         [](ndArray_tag* a) { a->interleave_data(); }},
+        {"interleaving, grown", "complex double 2x3",
+         [](ndArray_tag* a) {
+             a->set_dimensions(dims_list{1, 2});
+             a->split_data(true);
+             a->set_dimensions(dims_list{2, 3});
+         },
+         [](ndArray_tag* a) { a->interleave_data(); }},
+        {"updating, grown", "double 2x3",
+         [](ndArray_tag* a) {
+             a->set_dimensions(dims_list{1, 2});
+             a->split_data(true);
+             a->set_dimensions(dims_list{2, 3});
+         },
+         [](ndArray_tag* a) { matrix::updateInterleavedData(a); }},
+        {"interleaving, marked complex", "double 1x3",
+         [](ndArray_tag* a) {
+             a->split_data(true);
+             api::ndMarkImagData(a);
+         },
+         [](ndArray_tag* a) { a->interleave_data(); }},
+    };
+    for (const auto& row : rows) {
+        expect_scenario(row.name, [&](fault_run& run) {
+            const array_ptr array = numbered(row.value);
+            row.arrange(array.get());
+            const bool was_current = matrix::detail::isIC(array.get());
+            if (!run.act([&] { row.act(array.get()); })) return;
+            EXPECT_TRUE(!was_current || !matrix::detail::isIC(array.get()));
+            array->interleave_data();
+            EXPECT_EQ(static_cast<const double*>(array->pdata)[0], 1.0);
+        });
+    }
+}
+
+// Inflating puts another block in: who had the old one before has it after.
+TEST_F(SharingFaults, InflatingABlockOfOthers) {
+    for (const bool with_deleter : {false, true}) {
+        for (const bool shared : {false, true}) {
+            for (const bool sparse : {false, true}) {
+                expect_scenario("inflating", [&](fault_run& run) {
+                    const array_ptr array = sparse ? sparse_3x2() : numbered("double 1x3");
+                    if (with_deleter) array->setCustomDeleter(free_on_heap);
+                    const array_ptr sharer = shared ? do_shared_copy(array.get()) : nullptr;
+                    run.operand(array.get());
+                    if (shared) run.operand(sharer.get());
+                    run.act([&] {
+                        const module_mode_scope raising(mode_exceptions);
+                        api::ndInflateRealToComplex(array.get());
+                    });
+                });
+            }
         }
     }
 }

@@ -1,6 +1,7 @@
 // One block, many headers, many threads: each thread copies and ends headers of its own. The block lives till the last of them
 // goes, and goes once.
 #include "matrix/process_state.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/validate.hpp"
 #include "support/arr.hpp"
@@ -294,6 +295,72 @@ TEST_F(SharingThreads, UnshareBothOfTwo) {
         EXPECT_EQ(first, sum_of_elements - 1.0);
         EXPECT_EQ(second, sum_of_elements + 4.0);
         EXPECT_EQ(deleter_calls, 1);
+    }
+}
+
+// One claims the block while the others let go of it: whoever is left has it, and it ends once.
+TEST_F(SharingThreads, ClaimWhileOthersLeave) {
+    for (const bool with_deleter : {true, false}) {
+        const cache_on cache;
+        for (const int threads : crews) {
+            for (int round = 0; round < 50; ++round) {
+                deleter_calls = 0;
+                array_ptr source = numbers();
+                if (with_deleter) source->setCustomDeleter(count_and_free);
+                std::atomic<int> wrong{0}, turn{0};
+                share_among(threads, source, [&](array_ptr mine) {
+                    if (turn.fetch_add(1) % 2 != 0) return;
+                    mine->flags |= matrix::flag_reusable;
+                    const array_ptr claimed(api::ndCreateClaimedDataCopy(mine.get()));
+                    if (mine->pdata != nullptr || sum(claimed) != sum_of_elements) ++wrong;
+                });
+                EXPECT_EQ(wrong, 0);
+                EXPECT_EQ(sum(source), sum_of_elements);
+                source.reset();
+                EXPECT_EQ(deleter_calls, with_deleter ? 1 : 0);
+            }
+        }
+    }
+}
+
+// Each moves its header onto another one and ends both.
+TEST_F(SharingThreads, MoveAndUnreferenceWhileOthersLeave) {
+    for (const int threads : crews) {
+        for (int round = 0; round < 50; ++round) {
+            deleter_calls = 0;
+            array_ptr source = numbers();
+            source->setCustomDeleter(count_and_free);
+            std::atomic<int> wrong{0};
+            share_among(threads, source, [&](array_ptr mine) {
+                const array_ptr second(api::ndUnreference(api::ndCreateReference(mine.get())));
+                const array_ptr dest = matrix::create(dims_list{1, 1}, ndINT8_CLASS, ndREAL);
+                api::ndMoveArrayOntoHeader(dest.get(), mine.release());
+                if (sum(dest) != sum_of_elements || sum(second) != sum_of_elements) ++wrong;
+            });
+            EXPECT_EQ(wrong, 0);
+            source.reset();
+            EXPECT_EQ(deleter_calls, 1);
+        }
+    }
+}
+
+// The separate view is made once, whoever asks first; the others wait for it and find it whole.
+TEST_F(SharingThreads, SplitAtOnce) {
+    for (const int threads : crews) {
+        for (int round = 0; round < 50; ++round) {
+            const array_ptr source = numbers();
+            std::atomic<int> wrong{0};
+            std::atomic<const void*> seen{nullptr};
+            share_among(threads, source, [&](array_ptr mine) {
+                mine->split_data(true);
+                const scaffolding* const view = mine->get_scData();
+                const void* expected = nullptr;
+                if (!seen.compare_exchange_strong(expected, view) && expected != view) ++wrong;
+                if (static_cast<const double*>(view->real_data)[elements - 1] != elements) ++wrong;
+            });
+            EXPECT_EQ(wrong, 0);
+            EXPECT_EQ(source->get_scData(), seen.load());
+        }
     }
 }
 
