@@ -14,6 +14,8 @@
 // throw. Both ranges stay as they are meanwhile. May raise std::bad_alloc, when the task scheduler can't go on.
 #pragma once
 
+#include <numcore/handover.hpp>
+
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
@@ -71,12 +73,16 @@ bool any_hit_in_parallel(std::size_t length, std::size_t grain, const Hit& hit) 
     using tbb::task_group_context;
     // Isolated: a cancelled group of the caller's must not read as an answer.
     task_group_context group(task_group_context::isolated);
+    work_goes_on();
     tbb::parallel_for(
         tbb::blocked_range<std::size_t>(0, length, grain),
         [&](const tbb::blocked_range<std::size_t>& chunk) {
+            work_has_come();
             if (any_hit_in_chunk(chunk.begin(), chunk.end(), hit)) group.cancel_group_execution();
+            work_goes_on();
         },
         tbb::auto_partitioner(), group);
+    work_has_come();
     return group.is_group_execution_cancelled();
 }
 
