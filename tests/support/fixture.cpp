@@ -23,10 +23,11 @@ NdTest::NdTest() {
 }
 
 NdTest::~NdTest() {
-    const bool all_valid = end_kept_arrays() & lists_are_in_order();
+    const bool arrays_valid = end_kept_arrays();
+    const bool lists_valid = lists_are_in_order();
     reset_process_state();
     // A test that failed or stopped half-way needn't have given back everything.
-    if (all_valid && !HasFailure() && !IsSkipped()) expect_balance_since(before_);
+    if (arrays_valid && lists_valid && !HasFailure() && !IsSkipped()) expect_balance_since(before_);
 }
 
 ndArray_tag* NdTest::keep(matrix::array_ptr array) {
