@@ -36,8 +36,8 @@ public:
             foundation::usm::current_engine::find_while_closing(id_.load(std::memory_order_relaxed)));
     }
 
-    /// The current engine's object, made if missing; null when no engine is active. Another thread may have made it meanwhile: one stands, the
-    /// loser is destroyed. Raises std::bad_alloc.
+    /// The current engine's object, made if missing; null when no engine is active. Another thread may have made it
+    /// meanwhile: one stands, the loser is destroyed. Raises std::bad_alloc.
     static T* find_or_make() {
         if (T* object = find()) return object;
         if (!store::isRequiredContextActive()) return nullptr;

@@ -19,10 +19,9 @@ inline std::size_t field_slot(const ndArray_tag* array, std::size_t element, std
 /// is then unchanged.
 std::int32_t add_field(ndArray_tag* array, const char* name);
 
-/// Removes a field. With array lists kept its values become temporaries, but one that others own as well only loses the slot's
-/// reference; without lists all references are the caller's. Does
-/// nothing for an array that isn't struct-like and for a number that is no field's. The array's slots are its own.
-/// Raises out of memory; the array is then unchanged.
+/// Removes a field. With array lists kept its values become temporaries, but one that others own as well only loses the
+/// slot's reference; without lists all references are the caller's. Does nothing for an array that isn't struct-like and for
+/// a number that is no field's. The array's slots are its own. Raises out of memory; the array is then unchanged.
 void remove_field(ndArray_tag* array, std::int32_t number);
 
 } // namespace matrix::internal
