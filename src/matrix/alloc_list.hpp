@@ -28,14 +28,14 @@ public:
 
     /// add() where it comes down to an append: false when it doesn't, and nothing is done then. No context, no room.
     [[gnu::always_inline]] bool add_at_once(void* block) noexcept {
-        if (!stack_.has_room() || !stack_.has_context()) return false;
+        if (!stack_.has_room()) return false;
         stack_.append_in_room(block);
         return true;
     }
 
     /// remove() of the newest block, or of the one behind the block that left last.
     [[gnu::always_inline]] bool remove_at_once(void* block) noexcept {
-        return stack_.has_context() && (stack_.remove_newest(block) || stack_.remove_behind_hint(block));
+        return stack_.remove_newest(block) || stack_.remove_behind_hint(block);
     }
 
     /// Room for one more block, so that the next add can't fail. Raises std::bad_alloc.

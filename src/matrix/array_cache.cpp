@@ -35,7 +35,7 @@ constexpr std::array<std::uint64_t, bin_count> bin_limits{284050, 97659, 67418, 
 
 void empty_bins() noexcept {
     for (std::size_t i = bin_count; i-- > 0;) {
-        while (ndArray_tag* const pair = detail::unlink_pair(i)) finish_header(pair);
+        while (ndArray_tag* const pair = pairs::unlink_pair(i)) finish_header(pair);
     }
 }
 
@@ -101,18 +101,18 @@ array_ptr make_pair(NdArrayTypeId code, dims_view dims, std::size_t bin_number, 
 array_ptr take_pair(NdArrayTypeId code, dims_view dims, std::size_t bytes, DataInitialization init) {
     const std::size_t bin_number = bin_of_size[bytes];
     prepared_dims prepared(dims);
-    ndArray_tag* const pair = usable_cache() == nullptr ? nullptr : detail::unlink_pair(bin_number);
+    ndArray_tag* const pair = usable_cache() == nullptr ? nullptr : pairs::unlink_pair(bin_number);
     if (pair == nullptr) return make_pair(code, dims, bin_number, init);
     header_factory::start(pair, class_of(code), 0, 0,
                           flag_inline_dims | flags_of_bin(bin_number) | flags_of_code(code));
-    if (init == DataInitialization::zeroed) detail::zero_block(pair, bin_number);
+    if (init == DataInitialization::zeroed) pairs::zero_block(pair, bin_number);
     array_ptr array(pair);
     prepared.commit_to_new(pair);
     if (pair->class_id == ndFUNCTION_CLASS || pair->class_id == ndOPAQUE_CLASS) add_to_gc_list(pair);
     return array;
 }
 
-void detail::zero_large_block(ndArray_tag* pair, std::size_t bytes) noexcept {
+void pairs::zero_large_block(ndArray_tag* pair, std::size_t bytes) noexcept {
     std::memset(pair->pdata, 0, bytes);
 }
 
@@ -128,7 +128,7 @@ void recycle_pair(ndArray_tag* array) noexcept {
         finish_header(array);
         return;
     }
-    detail::link_pair(cache->bins[bin_number_of(array)], array);
+    pairs::link_pair(cache->bins[bin_number_of(array)], array);
 }
 
 void give_header_back_slowly(ndArray_tag* header) noexcept {

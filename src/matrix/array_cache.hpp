@@ -86,7 +86,7 @@ constexpr std::uint32_t flags_of_bin(std::size_t bin_number) noexcept {
     return flag_cached_header | static_cast<std::uint32_t>(bin_number << flag_bin_shift);
 }
 
-namespace detail {
+namespace pairs {
 
 /// Null when the bin is empty.
 inline ndArray_tag* unlink_pair(std::size_t bin_number) noexcept {
@@ -121,7 +121,7 @@ inline void zero_block(ndArray_tag* pair, std::size_t bin_number) noexcept {
     for (std::size_t at = 0; at < size; at += step) std::memset(block + at, 0, step);
 }
 
-} // namespace detail
+} // namespace pairs
 
 /// A pair of the bin that holds this size, made into an m by n array of local scope. Null when the way isn't this short:
 /// the cache is off, the bin is empty, elements aren't plain, the array isn't cacheable.
@@ -133,11 +133,11 @@ inline void zero_block(ndArray_tag* pair, std::size_t bin_number) noexcept {
     const std::size_t bytes = count * element_size(code);
     if (bytes - 1 >= largest_cached_block || !has_plain_elements(class_id)) return nullptr;
     const std::size_t bin_number = bin_of_size[bytes];
-    ndArray_tag* const pair = detail::unlink_pair(bin_number);
+    ndArray_tag* const pair = pairs::unlink_pair(bin_number);
     if (pair == nullptr) [[unlikely]]
         return nullptr;
     header_factory::start(pair, class_id, m, n, flags_of_bin(bin_number) | flags_of_matrix(code, count));
-    if (init == DataInitialization::zeroed) detail::zero_block(pair, bin_number);
+    if (init == DataInitialization::zeroed) pairs::zero_block(pair, bin_number);
     return pair;
 }
 
@@ -154,7 +154,7 @@ void recycle_pair(ndArray_tag* array) noexcept;
     if (bin.count >= bin.max_count) [[unlikely]]
         return recycle_pair(array);
     array->parent = nullptr;
-    detail::link_pair(bin, array);
+    pairs::link_pair(bin, array);
 }
 
 } // namespace matrix::internal

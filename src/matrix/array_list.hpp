@@ -36,22 +36,20 @@ public:
 
     /// add() where it comes down to an append: false when there is more to do or it might fail, and nothing is done then.
     [[gnu::always_inline]] bool add_at_once(ndArray_tag* array) noexcept {
-        if (!stack_.has_room() || stacks_are_on() || added_ + 1 == serial_to_break_on_ ||
-            !stack_.has_context())
-            return false;
+        if (!stack_.has_room() || stacks_are_on() || added_ + 1 == serial_to_break_on_) return false;
         stack_.append_in_room(array, ++added_);
         return true;
     }
 
     /// remove() where it comes down to a comparison with the newest entry.
     [[gnu::always_inline]] bool remove_at_once(ndArray_tag* array) noexcept {
-        if (!stack_.has_context() || stacks_are_on() || !m_arrayDebug.empty()) return false;
+        if (stacks_are_on() || !m_arrayDebug.empty()) return false;
         return stack_.remove_newest(array);
     }
 
     /// remove() where the array is the one made after the one that left last: arrays end in the order of their creation.
     [[gnu::always_inline]] bool remove_in_order(ndArray_tag* array) noexcept {
-        if (!stack_.has_context() || stacks_are_on() || !m_arrayDebug.empty()) return false;
+        if (stacks_are_on() || !m_arrayDebug.empty()) return false;
         return stack_.remove_behind_hint(array);
     }
 

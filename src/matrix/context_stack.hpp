@@ -23,11 +23,11 @@ public:
 
     context_stack() { push(); }
 
-    bool has_context() const noexcept { return m_hasCurrentContext; }
+    bool has_context() const noexcept { return first_removable_ != not_found; }
     std::size_t depth() const noexcept { return m_contexts.size(); }
 
     /// Where the current context begins; 0 without one.
-    std::size_t start() const noexcept { return m_hasCurrentContext ? m_contexts.back() : 0; }
+    std::size_t start() const noexcept { return has_context() ? first_removable_ : 0; }
     std::size_t size() const noexcept { return m_data.size(); }
     Entry& operator[](std::size_t i) noexcept { return m_data[i]; }
     const Entry& operator[](std::size_t i) const noexcept { return m_data[i]; }
@@ -35,14 +35,14 @@ public:
     /// Opens a context at the end of the list. Raises std::bad_alloc.
     void push() {
         m_contexts.push_back(m_data.size());
-        m_hasCurrentContext = true;
+        follow_current_context();
         hint_ = not_found;
     }
 
     /// Closes the current context, whose entries are gone.
     void pop() noexcept {
         m_contexts.pop_back();
-        m_hasCurrentContext = !m_contexts.empty();
+        follow_current_context();
         hint_ = not_found;
     }
 
@@ -54,6 +54,7 @@ public:
         const auto begin = m_data.begin() + static_cast<std::ptrdiff_t>(start());
         const auto others = std::stable_partition(begin, m_data.end(), is_wanted);
         m_contexts.back() = static_cast<std::size_t>(others - m_data.begin());
+        follow_current_context();
     }
 
     /// Opens or closes contexts till there are as many as told. None that is opened needs memory where there were as many before.
@@ -62,26 +63,29 @@ public:
         while (this->depth() < depth) push();
     }
 
-    bool has_room() const noexcept { return m_data.size() < m_data.capacity(); }
+    /// True when a context is open and an append to it needs no memory.
+    bool has_room() const noexcept { return m_data.size() < appendable_end_; }
 
     /// Room for one more entry, so that the next append can't fail. Raises std::bad_alloc.
     void reserve_one() {
-        if (has_room()) return;
+        if (m_data.size() < m_data.capacity()) return;
         m_data.push_back(Entry(m_data.back())); // grows as an append does; a full list has a last entry
         m_data.pop_back();
+        follow_current_context();
     }
 
     /// Appends an entry made of fields. Raises std::bad_alloc.
     template <class... Fields>
     void append(Fields... fields) {
         m_data.emplace_back(fields...);
+        follow_current_context();
         hint_ = not_found;
     }
 
     /// The same while has_room(): can't fail.
     template <class... Fields>
     [[gnu::always_inline]] void append_in_room(Fields... fields) noexcept {
-        if (!has_room()) __builtin_unreachable(); // leaves growth out of the code
+        if (m_data.size() >= m_data.capacity()) __builtin_unreachable(); // leaves growth out of the code
         m_data.emplace_back(fields...);
         hint_ = not_found;
     }
@@ -105,11 +109,11 @@ public:
 
     /// True when p is the newest entry of the current context; it is then gone, with the holes before it.
     [[gnu::always_inline]] bool remove_newest(pointer p) noexcept {
-        const std::size_t first = start();
-        if (m_data.size() <= first || m_data.back().pointer != p) return false;
+        if (m_data.size() <= first_removable_ || m_data.back().pointer != p) return false;
         hint_ = not_found;
         m_data.pop_back();
-        while (m_data.size() > first && m_data.back().pointer == nullptr) [[unlikely]] m_data.pop_back();
+        while (m_data.size() > first_removable_ && m_data.back().pointer == nullptr)
+            [[unlikely]] m_data.pop_back();
         return true;
     }
 
@@ -168,9 +172,17 @@ public:
     }
 
 private:
+    // To be called whenever m_contexts or the capacity of m_data has changed.
+    void follow_current_context() noexcept {
+        first_removable_ = m_contexts.empty() ? not_found : m_contexts.back();
+        appendable_end_ = m_contexts.empty() ? 0 : m_data.capacity();
+    }
+
     boost::container::small_vector<Entry, InlineEntries> m_data;
     boost::container::small_vector<std::size_t, 32> m_contexts;
-    bool m_hasCurrentContext = false;
+    // Bounds for one comparison each on the short ways. Without a context nothing lies within them.
+    std::size_t first_removable_ = not_found;
+    std::size_t appendable_end_ = 0;
     std::size_t hint_ = not_found;
 };
 

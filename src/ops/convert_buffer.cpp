@@ -95,9 +95,14 @@ bool has_scalars(std::int32_t class_id) noexcept {
     return is_class(class_id) && position_of_class[static_cast<std::size_t>(class_id)] != no_scalars;
 }
 
+bool try_convert_scalars(void* destination, std::int32_t destination_class, const void* source,
+                         std::int32_t source_class, std::size_t count) noexcept {
+    return loop_of(destination_class, source_class)(destination, source, count) == count;
+}
+
 void convert_scalars(void* destination, std::int32_t destination_class, const void* source,
                      std::int32_t source_class, std::size_t count) {
-    if (loop_of(destination_class, source_class)(destination, source, count) != count) raise_nan();
+    if (!try_convert_scalars(destination, destination_class, source, source_class, count)) raise_nan();
 }
 
 } // namespace matrix::internal

@@ -9,11 +9,12 @@
 //     sparse                    sparse_conversion.hpp
 //     to logical from zeros     a shared copy under another class name, where an element is a byte
 //       and ones
-//     other full arrays         a new block and one loop over it
+//     other full arrays         a new block and one loop over it; small real matrices in line, before all this is asked
 #include "ops/convert_buffer.hpp"
 #include "ops/sparse_conversion.hpp"
 
 #include "matrix/accessors.hpp"
+#include "matrix/array_cache.hpp"
 #include "matrix/arraycpy.hpp"
 #include "matrix/cell_to_struct.hpp"
 #include "matrix/class_hooks.hpp"
@@ -121,6 +122,30 @@ array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target) {
     return convert_elements(array, target);
 }
 
+// The way of most small arrays: real and full, with two dimensions, into a pair that the cache has ready. Null where the way isn't
+// this short, and where a NaN has no logical value: then the long way is taken, and raises.
+[[gnu::always_inline]] inline ndArray_tag* convert_at_once(const ndArray_tag* array, ndClassID target) {
+    constexpr std::uint32_t special = flag_sparse | flag_complex | flag_colon_object;
+    if (array == nullptr || (array->flags & (flag_inline_dims | special)) != flag_inline_dims) return nullptr;
+    const std::int32_t source = array->class_id;
+    if (source == target || !has_scalars(source) || !has_scalars(target)) return nullptr;
+    if (source == ndLOGICAL_CLASS && target == ndCHAR_CLASS) return nullptr;
+    if (target == ndLOGICAL_CLASS && element_size(code_of(source, false)) == 1)
+        return nullptr; // may be shared
+    if (array->pdata == nullptr || view_of(array) != nullptr) return nullptr;
+    const std::size_t m = array->m_or_dims;
+    const std::size_t n = array->n_or_ndims;
+    ndArray_tag* const copy =
+        take_ready_pair(code_of(target, false), m, n, DataInitialization::uninitialized);
+    if (copy == nullptr) return nullptr;
+    if (!try_convert_scalars(copy->pdata, target, array->pdata, source, m * n)) [[unlikely]] {
+        const array_ptr ended(copy);
+        return nullptr;
+    }
+    copy->flags |= array->flags & flags_kept;
+    return copy;
+}
+
 // The copy ends as an object before it goes on as a struct, so that the hooks are called in pairs.
 array_ptr object_to_struct(const ndArray_tag* array) {
     array_ptr copy = shallow_copy(array);
@@ -161,6 +186,7 @@ array_ptr create_converted_copy(const ndArray_tag* array, ndClassID classId) {
 namespace detail::noninlined::nd_array_api {
 
 ndArray_tag* ndCreateConvertedCopy(const ndArray_tag* array, ndClassID classId) {
+    if (ndArray_tag* const copy = convert_at_once(array, classId)) return as_temporary(copy);
     return framed_creator([=] { return create_converted_copy(array, classId); });
 }
 
