@@ -3,6 +3,7 @@
 #include "matrix/class_hooks.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/flag_words.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/size_check.hpp"
 
 #include <nd/access.hpp>
@@ -79,10 +80,15 @@ void forget_capacity_if_larger(ndArray_tag* array, std::size_t old_count) noexce
     if (element_count(array) > old_count) put_flag(array, flag_capacity_tracked, false);
 }
 
+std::size_t count_before_change(ndArray_tag* array) noexcept {
+    if (array->share_record != nullptr) note_block_size(array);
+    return element_count(array);
+}
+
 } // namespace
 
 void ndSetM(ndArray_tag* array, kvSize m) {
-    const std::size_t old_count = element_count(array);
+    const std::size_t old_count = count_before_change(array);
     if (has_inline_dims(array)) {
         array->m_or_dims = m;
     } else {
@@ -93,7 +99,7 @@ void ndSetM(ndArray_tag* array, kvSize m) {
 }
 
 void ndSetN(ndArray_tag* array, kvSize n) {
-    const std::size_t old_count = element_count(array);
+    const std::size_t old_count = count_before_change(array);
     if (!has_inline_dims(array)) {
         const std::size_t m = dims_block(array)[0];
         free_dims(array);

@@ -1,6 +1,8 @@
 // Storing and freeing dimensions.
 #include "matrix/dimensions.hpp"
 
+#include "matrix/scaffolding.hpp"
+
 #include <algorithm>
 #include <cstring>
 
@@ -45,5 +47,7 @@ void free_dims(ndArray_tag* array) noexcept {
 } // namespace matrix::internal
 
 void ndArray_tag::set_dimensions(std::span<const std::size_t> dims) {
-    matrix::internal::prepared_dims(dims, this).commit_to(this);
+    matrix::internal::prepared_dims prepared(dims, this);
+    if (share_record != nullptr) matrix::internal::note_block_size(this);
+    prepared.commit_to(this);
 }

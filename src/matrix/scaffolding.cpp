@@ -16,16 +16,27 @@
 
 #include <nd/interleaved.hpp>
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <span>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 namespace matrix::internal {
 namespace {
 
+// Views in the whole process that are split now. Whoever got an array from another thread sees what that had counted.
+constinit std::atomic<std::size_t> split_views{0};
+
 bool has_block(const void* part) noexcept { return part != nullptr && part != scaffolding_without_data(); }
+
+void free_parts(const scaffolding& view) noexcept {
+    if (has_block(view.real_data)) free_data(view.real_data);
+    if (has_block(view.imag_data)) free_data(view.imag_data);
+}
 
 struct view_deleter {
     void operator()(scaffolding* view) const noexcept { delete_scaffolding(view); }
@@ -33,12 +44,16 @@ struct view_deleter {
 
 bool is_numeric_array(const ndArray_tag* array) noexcept { return (array->flags & flag_numeric) != 0; }
 
-// Bytes of the array's block, spare room included.
-std::size_t byte_total(const ndArray_tag* array) noexcept {
+std::size_t part_size(std::int32_t class_id) noexcept { return element_size(code_of(class_id, false)); }
+
+// Bytes of the array's block, spare room included, with or without imaginary parts.
+std::size_t byte_total(const ndArray_tag* array, bool complex) noexcept {
     std::size_t count = (array->flags & flag_sparse) != 0 ? array->info_c : element_count(array);
     if ((array->flags & flag_capacity_tracked) != 0) count = capacity_for(count);
-    return count * stored_element_size(array);
+    return count * part_size(array->class_id) * (complex ? 2 : 1);
 }
+
+std::size_t byte_total(const ndArray_tag* array) noexcept { return byte_total(array, is_complex(array)); }
 
 data_block fresh_block(std::size_t bytes) {
     return data_block(allocate_data(bytes, DataInitialization::uninitialized));
@@ -57,31 +72,57 @@ void resize(void*& block, std::size_t bytes) {
     }
 }
 
-void split_into(scaffolding& view, const ndArray_tag* array, std::size_t total) noexcept {
+// Every change of the state goes through here, so that split_views is right.
+void set_split(scaffolding& view, bool split) noexcept {
+    if (view.is_split == split) return;
+    view.is_split = split;
+    if (split) {
+        split_views.fetch_add(1, std::memory_order_relaxed);
+    } else {
+        split_views.fetch_sub(1, std::memory_order_relaxed);
+    }
+}
+
+void split_into(scaffolding& view, const ndArray_tag* array, std::size_t total, bool complex) noexcept {
     if (array->pdata != nullptr && has_block(view.real_data)) {
-        if (is_complex(array)) {
+        if (complex) {
             deinterleave(array->class_id, array->pdata, view.real_data, view.imag_data,
-                         total / stored_element_size(array));
+                         total / (2 * part_size(array->class_id)));
         } else {
             std::memcpy(view.real_data, array->pdata, total);
         }
     }
     view.first_size = total;
     view.second_size = 0;
-    view.is_split = true;
+    view.class_id = array->class_id;
+    view.block_size = has_shared_data(array) ? 0 : total;
+    set_split(view, true);
 }
+
+// Blocks for the parts of the array, without values.
+struct parts {
+    parts(const ndArray_tag* array, std::size_t total, bool complex)
+        : is_without_data(complex && total != 0 && array->pdata == nullptr) {
+        if (total == 0 || array->pdata == nullptr) return;
+        real = fresh_block(complex ? total / 2 : total);
+        if (complex) imag = fresh_block(total / 2);
+    }
+
+    void put_into(scaffolding& view) noexcept {
+        view.real_data = real.release();
+        view.imag_data = is_without_data ? scaffolding_without_data() : imag.release();
+    }
+
+    data_block real;
+    data_block imag;
+    bool is_without_data;
+};
 
 std::unique_ptr<scaffolding, view_deleter> make_view(const ndArray_tag* array) {
     std::unique_ptr<scaffolding, view_deleter> view(new scaffolding);
     const std::size_t total = byte_total(array);
-    const bool complex = is_complex(array);
-    if (total != 0 && array->pdata == nullptr) {
-        if (complex) view->imag_data = scaffolding_without_data();
-    } else if (total != 0) {
-        view->real_data = fresh_block(complex ? total / 2 : total).release();
-        if (complex) view->imag_data = fresh_block(total / 2).release();
-    }
-    split_into(*view, array, total);
+    parts(array, total, is_complex(array)).put_into(*view);
+    split_into(*view, array, total, is_complex(array));
     return view;
 }
 
@@ -100,19 +141,45 @@ void split_again(scaffolding& view, const ndArray_tag* array) {
         }
         view.second_size = imag_size;
     }
-    split_into(view, array, total);
+    split_into(view, array, total, complex);
 }
 
-// Writes bytes of interleaved elements from the parts into block: both parts or the real one.
-void join_into(void* block, const scaffolding& view, const ndArray_tag* array, bool both,
-               std::size_t bytes) noexcept {
+// Writes the parts back into the block that they were taken from, as the header that split it saw it.
+void write_back(const scaffolding& view, void* block) noexcept {
     if (block == nullptr || !has_block(view.real_data)) return;
-    if (both) {
-        interleave(array->class_id, view.real_data, view.imag_data, block,
-                   bytes / stored_element_size(array));
+    if (has_block(view.imag_data)) {
+        interleave(view.class_id, view.real_data, view.imag_data, block,
+                   view.first_size / (2 * part_size(view.class_id)));
     } else {
-        std::memcpy(block, view.real_data, bytes);
+        std::memcpy(block, view.real_data, view.first_size);
     }
+}
+
+// The elements of the array are those that were split, or the real ones of them: an array marked complex since has no imaginary
+// parts in its block yet.
+bool has_elements_of(const scaffolding& view, const ndArray_tag* array) noexcept {
+    return part_size(view.class_id) == part_size(array->class_id) &&
+           (is_complex(array) || view.imag_data == nullptr);
+}
+
+// What stands in the block behind the view, by the array's own account.
+bool has_complex_block(const scaffolding& view, const ndArray_tag* array) noexcept {
+    return has_elements_of(view, array) ? view.imag_data != nullptr : is_complex(array);
+}
+
+// The array alone has the block now. When another header has split it, or this one under another class, the view may stand for a
+// part of the block only or for elements of another width: block and parts are brought in line with what the array says.
+void claim_view(scaffolding& view, const ndArray_tag* array) {
+    const bool complex = has_complex_block(view, array);
+    const std::size_t total = view.block_size != 0 ? view.block_size : byte_total(array, complex);
+    if (view.first_size != total || !has_elements_of(view, array)) {
+        parts fresh(array, total, complex);
+        write_back(view, array->pdata);
+        free_parts(view);
+        fresh.put_into(view);
+        split_into(view, array, total, complex);
+    }
+    view.block_size = total;
 }
 
 // Makes room in a part and clears what is new in it.
@@ -140,21 +207,23 @@ void grow_parts(scaffolding& view, const ndArray_tag* array, std::size_t total) 
     view.first_size = has_block(view.imag_data) ? 2 * wanted : wanted;
 }
 
-// Brings pdata up to date. Sharers keep their pointer: the whole block is written in place, as it was at the split.
+// Brings pdata up to date. Sharers keep their pointer: what was split is written in place.
 void refresh(scaffolding& view, ndArray_tag* array) {
-    if (has_shared_data(array))
-        return join_into(array->pdata, view, array, has_block(view.imag_data), view.first_size);
+    if (has_shared_data(array)) return write_back(view, array->pdata);
+    claim_view(view, array);
     const std::size_t total = byte_total(array);
     const bool block_fits = view.first_size == total;
     data_block fresh = block_fits ? nullptr : fresh_block(total);
     grow_parts(view, array, total);
     if (!block_fits && has_block(view.real_data)) replace_block(array, fresh.release());
-    join_into(array->pdata, view, array, is_complex(array), total);
-    view.first_size = total;
+    view.first_size = view.block_size = total;
+    view.class_id = array->class_id;
+    write_back(view, array->pdata);
 }
 
 // A sole user of real data takes the part as its block.
 void take_real_part(scaffolding& view, ndArray_tag* array) {
+    claim_view(view, array);
     grow_parts(view, array, byte_total(array));
     if (has_block(view.real_data)) replace_block(array, std::exchange(view.real_data, nullptr));
 }
@@ -165,35 +234,54 @@ void end_split(scaffolding& view, ndArray_tag* array) {
     } else {
         take_real_part(view, array);
     }
+    // The parts are as long as the header made them that split the block; this one may say otherwise.
+    const std::size_t bytes = view.first_size;
     const bool has_imaginary = has_block(view.imag_data);
-    const std::size_t bytes = byte_total(array);
-    view.first_size = has_imaginary ? bytes / 2 : has_block(view.real_data) ? bytes : 0;
+    view.first_size = !has_block(view.real_data) ? 0 : has_imaginary ? bytes / 2 : bytes;
     view.second_size = has_imaginary ? bytes / 2 : 0;
-    view.is_split = false;
+    set_split(view, false);
+}
+
+// Several slots may lead to one block: it's entered once. Only one that has several users needs to be remembered.
+bool is_entered_first(const ndArray_tag* container, std::unordered_set<const void*>& entered) {
+    const bool has_others = header_owners(container) > 1 || has_shared_data(container);
+    return !has_others || entered.insert(container->pdata).second;
 }
 
 // Calls body for the array and everything in its slots, on a list of its own. Raises std::bad_alloc.
 template <class Body>
 void for_each_below(ndArray_tag* array, Body body) {
+    if (!is_container_class(array->class_id)) return body(array);
+    std::unordered_set<const void*> entered;
     std::vector<ndArray_tag*> open{array};
     while (!open.empty()) {
         ndArray_tag* const here = open.back();
         open.pop_back();
         body(here);
         if (!is_container_class(here->class_id) || here->pdata == nullptr) continue;
+        if (!is_entered_first(here, entered)) continue;
         for (ndArray_tag* const element : std::span(slots_of(here), slot_count(here))) {
             if (element != nullptr) open.push_back(element);
         }
     }
 }
 
+// Most processes never split anything: there is nothing to look for below an array then.
+bool is_no_array_split() noexcept { return split_views.load(std::memory_order_relaxed) == 0; }
+
 } // namespace
 
 void delete_scaffolding(scaffolding* view) noexcept {
     if (view == nullptr) return;
-    if (has_block(view->real_data)) free_data(view->real_data);
-    if (has_block(view->imag_data)) free_data(view->imag_data);
+    free_parts(*view);
+    set_split(*view, false);
     delete view;
+}
+
+void note_block_size(ndArray_tag* array) noexcept {
+    scaffolding* const view = is_numeric_array(array) ? view_of(array) : nullptr;
+    if (view == nullptr || !view->is_split || view->block_size != 0 || has_shared_data(array)) return;
+    view->block_size = byte_total(array, has_complex_block(*view, array));
 }
 
 void end_view(ndArray_tag* array) noexcept {
@@ -248,10 +336,12 @@ bool detail::isIC(const ndArray_tag* array) {
 }
 
 void switchToInterleaved(ndArray_tag* array) {
+    if (internal::is_no_array_split()) return;
     internal::for_each_below(array, [](ndArray_tag* here) { here->interleave_data(); });
 }
 
 void updateInterleavedData(ndArray_tag* array) {
+    if (internal::is_no_array_split()) return;
     internal::for_each_below(array, internal::update_interleaved);
 }
 

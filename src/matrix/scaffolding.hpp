@@ -19,7 +19,11 @@ struct scaffolding {
     std::uint64_t first_size =
         0; ///< bytes; split: of the interleaved block at the split. After that: of real_data
     std::uint64_t second_size = 0; ///< bytes; split: 0. After that: of imag_data
-    bool is_split = true;
+    bool is_split = false;
+    // What follows is told by the header that split the block, which may be another one than that which reads the view.
+    std::int32_t class_id = 0; ///< of the parts
+    std::uint64_t block_size =
+        0; ///< split: bytes of the block; 0 when others had it too, to whom it may be longer than first_size
 };
 
 namespace matrix::internal {
@@ -32,6 +36,10 @@ void delete_scaffolding(scaffolding* view) noexcept;
 
 /// Forgets the view of a block that this header alone uses and is about to lose.
 void end_view(ndArray_tag* array) noexcept;
+
+/// To be told before the dimensions of an array change that has a share record: they are what tells how long a block is that
+/// another header has split.
+void note_block_size(ndArray_tag* array) noexcept;
 
 /// Writes the separate parts of a split array into pdata; the array stays split. This array only, not what stands in its slots.
 /// Raises std::bad_alloc; nothing has changed then.

@@ -207,12 +207,14 @@ constexpr header_rule data_rules[] = {
      [](const ndArray_tag* a) noexcept {
          return a->share_record == nullptr || a->share_record->sharers == nullptr || list_is_sound(a);
      }},
-    {"a separate view belongs to numeric data, and its imaginary part to complex data",
+    {"a separate view belongs to numeric data, and its imaginary part to complex data, unless a sharer made "
+     "it",
      [](const ndArray_tag* a) noexcept {
          const scaffolding* const view = view_without_lock(a);
-         return view == nullptr || (has(a, flag_numeric) &&
-                                    implies(view->is_split, (view->imag_data != nullptr) == is_complex(a) ||
-                                                                view->real_data == nullptr));
+         if (view == nullptr || sharers_of(a) > 1 || (view->is_split && view->block_size == 0)) return true;
+         return has(a, flag_numeric) &&
+                implies(view->is_split,
+                        (view->imag_data != nullptr) == is_complex(a) || view->real_data == nullptr);
      }},
     {"a reusable array has one owner and a block that nobody else uses",
      [](const ndArray_tag* a) noexcept {

@@ -236,6 +236,12 @@ TEST_F(SharingFaults, ChangingComplexity) {
     }
 }
 
+void split_by_shorter_sharer(ndArray_tag* array) {
+    const array_ptr sharer = do_shared_copy(array);
+    sharer->set_dimensions(dims_list{1, 2});
+    sharer->split_data(true);
+}
+
 // What a split array keeps while memory is short: the view, and the value that stands in it.
 TEST_F(SharingFaults, OfASplitView) {
     struct {
@@ -270,6 +276,16 @@ TEST_F(SharingFaults, OfASplitView) {
              a->set_dimensions(dims_list{2, 3});
          },
          [](ndArray_tag* a) { matrix::updateInterleavedData(a); }},
+        {"interleaving what a shorter sharer split", "complex double 2x3", split_by_shorter_sharer,
+         [](ndArray_tag* a) { a->interleave_data(); }},
+        {"updating what a shorter sharer split", "double 2x3", split_by_shorter_sharer,
+         [](ndArray_tag* a) { matrix::updateInterleavedData(a); }},
+        {"interleaving what was split under another class", "complex double 2x3",
+         [](ndArray_tag* a) {
+             a->split_data(true);
+             a->reset_pdata_untrusted(a->pdata, ndDOUBLE_CLASS, ndREAL);
+         },
+         [](ndArray_tag* a) { a->interleave_data(); }},
         {"interleaving, marked complex", "double 1x3",
          [](ndArray_tag* a) {
              a->split_data(true);
