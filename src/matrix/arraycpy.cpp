@@ -123,8 +123,8 @@ array_ptr share(const ndArray_tag* source, ndVariableScope scope) {
 }
 
 array_ptr share_or_copy(const ndArray_tag* source) {
-    return has_unshareable_data(source) ? matrix::detail::do_deep_copy(source)
-                                        : matrix::detail::do_shared_copy(source);
+    return is_copied_unasked(source) ? matrix::detail::do_deep_copy(source)
+                                     : matrix::detail::do_shared_copy(source);
 }
 
 array_ptr shallow_copy(const ndArray_tag* source) {

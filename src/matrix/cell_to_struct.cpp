@@ -126,7 +126,7 @@ array_ptr struct_to_cell(const ndArray_tag* source) {
     array_ptr cell =
         header_factory::make(code_of(ndCELL_CLASS, false), cell_dims, 0, DataInitialization::zeroed);
     if (source->pdata == nullptr || slot_count(source) == 0) return cell;
-    if (has_unshareable_data(source)) {
+    if (is_copied_unasked(source)) {
         put_data(cell.get(), copy_data(source, cell.get()).take());
     } else {
         share_block(source, cell.get());

@@ -30,7 +30,8 @@ bool is_handed_around(std::uint32_t scope) noexcept {
 
 // Containers could hold shared elements, so they never pass.
 bool is_unique(const ndArray_tag* array) noexcept {
-    return header_owners(array) < 2 && !has_shared_data(array) && !can_hold_references(array->class_id);
+    return header_owners(array) < 2 && !has_shared_data(array) && !has_borrowed_data(array) &&
+           !can_hold_references(array->class_id);
 }
 
 } // namespace

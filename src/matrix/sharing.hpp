@@ -41,6 +41,12 @@ void share_data_to(ndArray_tag* source, ndArray_tag* copy);
 /// The block is lent by another array, which goes on using it: a view has it.
 bool has_borrowed_data(const ndArray_tag* array) noexcept;
 
+/// Data that go into a copy as a block of its own unless the caller asks for a shared one: those that may not be shared, and
+/// those of a view, whose sharer would have to end before the lender without knowing of it.
+inline bool is_copied_unasked(const ndArray_tag* array) noexcept {
+    return has_unshareable_data(array) || has_borrowed_data(array);
+}
+
 /// Prepares the array for a block of its own in place of the present one: a sharer leaves its group, which keeps the block with
 /// its deleter and its split view; a view of the array's block alone ends. True: the block stays with others; false: it's the
 /// array's still, or lent to it. Index vectors of a sparse array that others have are copied. with_record asks for a record, to

@@ -62,11 +62,11 @@ bool are_zeros_and_ones(const std::uint8_t* bytes, std::size_t count) noexcept {
     return true;
 }
 
-// Private data that may not be shared are copied like everything else, and so are data with a separate view: that belongs to
-// numbers.
+// Private data that may not be shared and lent ones are copied like everything else, and so are data with a separate view: that
+// belongs to numbers.
 bool can_pass_as_logical(const ndArray_tag* array) noexcept {
     if (stored_element_size(array) != 1) return false;
-    if (has_unshareable_data(array) || view_of(array) != nullptr) return false;
+    if (is_copied_unasked(array) || view_of(array) != nullptr) return false;
     return array->pdata == nullptr ||
            are_zeros_and_ones(static_cast<const std::uint8_t*>(array->pdata), element_count(array));
 }

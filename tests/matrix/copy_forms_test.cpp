@@ -16,6 +16,8 @@
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/containers.hpp>
+#include <nd/convert.hpp>
 #include <nd/interleaved.hpp>
 #include <nd/memory.hpp>
 #include <nd/share.hpp>
@@ -451,6 +453,15 @@ TEST_F(ReshapedView, OfNothingIsNothing) {
     EXPECT_EQ(matrix::createReshapedView(static_cast<const ndArray_tag*>(nullptr), dims_list{1, 1}), nullptr);
 }
 
+template <void (*Set)(ndArray_tag*, kvIndex, ndArray_tag*)>
+array_ptr in_cell(ndArray_tag* value) {
+    const array_ptr cell = arr("cell 1x1");
+    Set(cell.get(), 0, value);
+    ndArray_tag*& slot = *static_cast<ndArray_tag**>(cell->pdata);
+    slot->scope = ndLOCAL_SCOPE;
+    return array_ptr(std::exchange(slot, nullptr));
+}
+
 // What changes a view in place changes nothing of the array that lent the block.
 TEST_F(ReshapedView, IsUnsharedByWhatChangesItInPlace) {
     struct {
@@ -498,6 +509,53 @@ TEST_F(ReshapedView, IsUnsharedByWhatChangesItInPlace) {
             EXPECT_EQ(before.difference(), "");
         }
     }
+}
+
+// A copy that wasn't asked to share outlives the view and the array that lent the block.
+TEST_F(ReshapedView, IsCopiedByWhatIsNotAskedToShare) {
+    struct {
+        const char* name;
+        const char* value;
+        array_ptr (*copy)(ndArray_tag* view);
+        const char* wanted;
+    } const rows[] = {
+        {"to logical", "uint8 1x1",
+         [](ndArray_tag* v) { return matrix::create_converted_copy(v, ndLOGICAL_CLASS); }, "logical 1x1"},
+        {"ndSetCopyInCell", "double 2x3", in_cell<api::ndSetCopyInCell>, "double 2x3"},
+        {"ndReplaceCopyInCell", "double 2x3", in_cell<api::ndReplaceCopyInCell>, "double 2x3"},
+        {"ndMoveCopyOntoHeader", "double 2x3",
+         [](ndArray_tag* v) {
+             array_ptr dest = arr("int8", {1});
+             api::ndMoveCopyOntoHeader(dest.get(), v);
+             return dest;
+         },
+         "double 2x3"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        array_ptr lender = numbered(row.value);
+        const dims_list dims{lender->m_or_dims, lender->n_or_ndims};
+        array_ptr view = matrix::createReshapedView(lender.get(), dims);
+        const array_ptr copy = row.copy(view.get());
+        EXPECT_NE(copy->pdata, lender->pdata);
+        view.reset();
+        lender.reset();
+        EXPECT_THAT(copy, EqualsArray(numbered(row.wanted)));
+        EXPECT_EQ(validate(copy.get()), "");
+    }
+}
+
+TEST_F(ReshapedView, OfAContainerIsCopiedByConversions) {
+    array_ptr lender = arr("cell 1x1", arr("double", {1}));
+    array_ptr view = matrix::createReshapedView(lender.get(), dims_list{1, 1});
+    const array_ptr made = matrix::cell_to_struct(view.get(), arr("char", u"a").get(), 1);
+    const array_ptr slots = matrix::create_converted_copy(
+        matrix::createReshapedView(made.get(), dims_list{1, 1}).get(), ndCELL_CLASS);
+    EXPECT_NE(slots->pdata, made->pdata);
+    view.reset();
+    lender.reset();
+    EXPECT_THAT(made, EqualsArray(struct_arr("1x1", {"a"}, arr("double", {1}))));
+    EXPECT_THAT(slots, EqualsArray(arr("cell 1x1", arr("double", {1}))));
 }
 
 TEST_F(ReshapedView, KeepsTheBlockThatItGetsAgain) {

@@ -232,6 +232,15 @@ TEST_F(Handover, FromOldIsUnique) {
     }
 }
 
+TEST_F(Handover, FromOldIsNoView) {
+    array_ptr lender = numbered("double 2x3");
+    array_ptr taken =
+        matrix::from_tarvel_old(matrix::createReshapedView(lender.get(), dims_list{3, 2}).release());
+    EXPECT_NE(taken->pdata, lender->pdata);
+    lender.reset();
+    EXPECT_THAT(taken, EqualsArray(numbered("double 3x2")));
+}
+
 using Cptr = Kprotected_cptr<ndArray_tag, Kprotected_ndArray_helper>;
 
 template <class Guard>

@@ -33,8 +33,9 @@ ND_EXPORT array_ptr create_empty_copy(const ndArray_tag* source);
 
 /// A header with other dimensions over the array's data. The view isn't counted: it must end before the array does and before
 /// the array's data change. Nothing below it belongs to it. dims have as many elements as the array and, for a sparse array, as
-/// many columns. Writing through the view's pointer writes to the array; unsharing gives the view a block of its own. Null gives
-/// null. Raises std::bad_alloc.
+/// many columns. Writing through the view's pointer writes to the array; unsharing gives the view a block of its own. Shared copies
+/// of the view must end as early as itself; what makes copies without being asked to share, such as setters of copies and
+/// conversions, copies the data of a view. Null gives null. Raises std::bad_alloc.
 ND_EXPORT array_ptr createReshapedView(ndArray_tag* array, std::span<const kvSize> dims);
 ND_EXPORT std::unique_ptr<const ndArray_tag, detail::ndDestroy_deleter>
 createReshapedView(const ndArray_tag* array, std::span<const kvSize> dims);
@@ -46,8 +47,8 @@ ND_EXPORT ndArray_tag* to_tarvel(array_ptr&& ptr);
 /// an empty pointer.
 ND_EXPORT array_ptr from_tarvel(ndArray_tag* array);
 
-/// The same, and what comes out shares nothing: an array with several owners, with shared data, or of a class that can hold
-/// references is copied deeply, and one owner of it lets go. Raises std::invalid_argument for private data and for any scope but
+/// The same, and what comes out shares nothing: an array with several owners, with shared or lent data, or of a class that can
+/// hold references is copied deeply, and one owner of it lets go. Raises std::invalid_argument for private data and for any scope but
 /// temporary and local, and what a deep copy raises; the array stays the caller's then.
 ND_EXPORT array_ptr from_tarvel_old(ndArray_tag* array);
 
