@@ -63,11 +63,6 @@ array_ptr copy_form_and_words(const ndArray_tag* source) {
     return copy;
 }
 
-void become_object(ndArray_tag* copy) {
-    copy->class_id = ndOBJECT_CLASS;
-    call_object_create_hook(copy);
-}
-
 // A pair of the source's bin and one copy of the whole block; what a copied header keeps is the same either way.
 array_ptr copy_pair(const ndArray_tag* source) {
     const std::size_t bytes = bin_size_of(source);

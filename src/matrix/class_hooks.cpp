@@ -66,6 +66,16 @@ void call_object_create_hook(ndArray_tag* array) {
     if (auto* hook = object_create_hook.load(std::memory_order_acquire)) hook(array);
 }
 
+void become_object(ndArray_tag* array) {
+    array->class_id = ndOBJECT_CLASS;
+    try {
+        call_object_create_hook(array);
+    } catch (...) {
+        array->class_id = ndSTRUCT_CLASS;
+        throw;
+    }
+}
+
 void call_object_destroy_hook(ndArray_tag* array) noexcept {
     if (auto* hook = object_destroy_hook.load(std::memory_order_acquire)) hook(array);
 }

@@ -53,6 +53,10 @@ array_ptr convert_opaque(const ndArray_tag* array, ndClassID target);
 /// Calls the hook for a new header of class object.
 void call_object_create_hook(ndArray_tag* array);
 
+/// Makes an object of a struct that is whole otherwise, and tells the hook. What the hook raises goes on; a struct again, of whose
+/// end nobody hears, is left then.
+void become_object(ndArray_tag* array);
+
 /// Calls the hook for a header of class object that is about to end, while it is whole; others may go on with its data.
 void call_object_destroy_hook(ndArray_tag* array) noexcept;
 

@@ -84,10 +84,7 @@ array_ptr empty_of_class(const ndArray_tag* array, ndClassID target) {
     if (is_struct_like(target)) {
         array_ptr made = header_factory::make(code_of(ndSTRUCT_CLASS, false), dims_of(array), 0,
                                               DataInitialization::uninitialized);
-        if (target == ndOBJECT_CLASS) {
-            made->class_id = ndOBJECT_CLASS;
-            call_object_create_hook(made.get());
-        }
+        if (target == ndOBJECT_CLASS) become_object(made.get());
         return made;
     }
     return detail::do_create_numeric(dims_of(array), code_of(target, false));

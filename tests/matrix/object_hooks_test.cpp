@@ -4,11 +4,13 @@
 #include "support/arr.hpp"
 
 #include <nd/access.hpp>
+#include <nd/convert.hpp>
 #include <nd/module.hpp>
 #include <nd/share.hpp>
 
 #include <atomic>
 #include <new>
+#include <stdexcept>
 #include <thread>
 
 namespace test {
@@ -144,20 +146,27 @@ TEST_F(ObjectHooks, SeeEachSharerGo) {
     }
 }
 
+struct maker_row {
+    const char* name;
+    array_ptr (*make)(ndArray_tag*);
+};
+const maker_row simple_makers[] = {
+    {"shared copy", [](ndArray_tag* a) { return matrix::detail::do_shared_copy(a); }},
+    {"deep copy", [](ndArray_tag* a) { return matrix::detail::do_deep_copy(a); }},
+    {"empty copy", [](ndArray_tag* a) { return matrix::create_empty_copy(a); }},
+    {"skeleton", [](ndArray_tag* a) { return matrix::create_uninit_data_copy(a); }},
+    {"view",
+     [](ndArray_tag* a) {
+         return matrix::createReshapedView(a, dims_list{2, 1});
+     }},
+    {"conversion of an empty array",
+     [](ndArray_tag*) { return matrix::create_converted_copy(arr("double 0x3").get(), ndOBJECT_CLASS); }},
+};
+
 // Whatever makes a header over an object that is there, its beginning and its end are told once each.
 TEST_F(ObjectHooks, SeeEachHeaderBeginAndEnd) {
-    struct {
-        const char* name;
-        array_ptr (*make)(ndArray_tag*);
-    } const rows[] = {
-        {"shared copy", [](ndArray_tag* a) { return matrix::detail::do_shared_copy(a); }},
-        {"deep copy", [](ndArray_tag* a) { return matrix::detail::do_deep_copy(a); }},
-        {"empty copy", [](ndArray_tag* a) { return matrix::create_empty_copy(a); }},
-        {"skeleton", [](ndArray_tag* a) { return matrix::create_uninit_data_copy(a); }},
-        {"view",
-         [](ndArray_tag* a) {
-             return matrix::createReshapedView(a, dims_list{2, 1});
-         }},
+    std::vector<maker_row> rows(std::begin(simple_makers), std::end(simple_makers));
+    const maker_row others[] = {
         {"reference given up",
          [](ndArray_tag* a) { return array_ptr(api::ndUnreference(api::ndCreateReference(a))); }},
         {"moved value",
@@ -179,8 +188,9 @@ TEST_F(ObjectHooks, SeeEachHeaderBeginAndEnd) {
              return cell;
          }},
     };
+    rows.insert(rows.end(), std::begin(others), std::end(others));
     const array_ptr array = object({1, 2});
-    for (const auto& row : rows) {
+    for (const maker_row& row : rows) {
         SCOPED_TRACE(row.name);
         created.clear();
         destroyed.clear();
@@ -219,6 +229,18 @@ TEST_F(ObjectHooks, SeeACopyThatFailsEndAgain) {
         }
         copy.reset();
         EXPECT_EQ(created.size(), destroyed.size()) << "allocation " << n;
+    }
+}
+
+// A copy whose beginning the create hook refused never was an object to the destroy hook.
+TEST_F(ObjectHooks, HearNothingMoreOfACopyThatWasRefused) {
+    const array_ptr array = object({1, 2});
+    api::ndSetObjectCreateDestroyFn([](ndArray_tag*) { throw std::runtime_error("refused"); },
+                                    [](ndArray_tag* ended) { destroyed.push_back(see(ended)); });
+    for (const maker_row& row : simple_makers) {
+        SCOPED_TRACE(row.name);
+        EXPECT_THROW(row.make(array.get()), std::runtime_error);
+        EXPECT_TRUE(destroyed.empty());
     }
 }
 

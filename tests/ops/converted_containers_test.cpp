@@ -120,6 +120,16 @@ TEST_F(ConvertedObject, EndsBeforeItGoesOnAsAStruct) {
     EXPECT_EQ(ended, 2);
 }
 
+TEST_F(ConvertedObject, EndsWhileACellHasItsSlots) {
+    array_ptr object = two_pairs();
+    api::ndSetClassName(object.get(), "pair");
+    array_ptr cell(api::ndStruct2Cell(object.get()));
+    object.reset();
+    EXPECT_EQ(ended, 1);
+    cell.reset();
+    EXPECT_EQ(ended, 1) << "a cell has no hook";
+}
+
 TEST_F(ConvertedObject, MadeOfAnEmptyArrayHasABeginningAndAnEnd) {
     for (const char* const source : {"double 0x3", "char 0x0", "int8 2x0x2"}) {
         begun = ended = 0;

@@ -152,8 +152,9 @@ ND_EXPORT void ndReleaseInternalReference(ndArray_tag* array);
 ND_EXPORT void ndDestroyTempArrayOnArrayList(ndArray_tag* array);
 
 /// Installs the process-wide hooks for object arrays: create gets each new header of class object that a copy makes, destroy
-/// each object array whose elements are about to be torn down, while it is whole. Of several sharers that is the last one; the
-/// headers of the others end untold. Null for none. A hook must not raise.
+/// each header of class object that is about to end, while it is whole: also one whose data others share and go on with. Null
+/// for none. A hook shouldn't raise: what create raises makes the copy fail, and destroy doesn't hear of that copy; what destroy
+/// raises ends the process.
 ND_EXPORT void ndSetObjectCreateDestroyFn(void (*create)(ndArray_tag*), void (*destroy)(ndArray_tag*));
 
 } // namespace noninlined::nd_array_api
