@@ -22,33 +22,39 @@
 namespace matrix::internal {
 namespace {
 
+bool has_other_owners(const ndArray_tag* array) noexcept { return header_owners(array) > 1; }
+
 // A value on its way into a slot: the header that was given, or a copy that goes in for it.
 class candidate {
 public:
-    explicit candidate(ndArray_tag* given) noexcept : given_(given) {}
+    candidate(const ndArray_tag* container, ndArray_tag* given) noexcept
+        : given_(given), gives_up_reference_(given != container || has_other_owners(given)) {}
 
     ndArray_tag* get() const noexcept { return copy_ ? copy_.get() : given_; }
 
     void replace(array_ptr copy) noexcept { copy_ = std::move(copy); }
 
-    // What the slot owns from now on. A header that a copy stands in for loses the reference that was handed over.
+    // What the slot owns from now on. A header that a copy stands in for loses the reference that was handed over, but for the
+    // last one of the container itself: the slot would end with it.
     ndArray_tag* release() noexcept {
         if (!copy_) return given_;
-        destroyArray(given_);
+        if (gives_up_reference_) destroyArray(given_);
         return copy_.release();
     }
 
 private:
     ndArray_tag* given_;
+    bool gives_up_reference_;
     array_ptr copy_;
 };
 
-bool has_other_owners(const ndArray_tag* array) noexcept { return header_owners(array) > 1; }
-
 // A container that goes into itself, or into slots that it shares, must not hold those slots once more.
+bool has_same_slots(const ndArray_tag* container, const ndArray_tag* value) noexcept {
+    return value->pdata != nullptr && value->pdata == container->pdata;
+}
+
 array_ptr copy_for(const ndArray_tag* container, const ndArray_tag* value) {
-    const bool same_slots = value->pdata != nullptr && value->pdata == container->pdata;
-    return same_slots ? detail::do_deep_copy(value) : share_or_copy(value);
+    return has_same_slots(container, value) ? detail::do_deep_copy(value) : share_or_copy(value);
 }
 
 void make_member(const ndArray_tag* container, candidate& value) {
@@ -60,10 +66,10 @@ void make_member(const ndArray_tag* container, candidate& value) {
 }
 
 candidate admitted(ndArray_tag* container, ndArray_tag* given) {
-    candidate value(given);
+    candidate value(container, given);
     const bool holds_references = can_hold_references(given->class_id);
     if (holds_references) {
-        if (has_other_owners(given) && !is_rooted_in(given, container))
+        if (has_same_slots(container, given) || (has_other_owners(given) && !is_rooted_in(given, container)))
             value.replace(copy_for(container, given));
         add_root_container(value.get(), container);
     }
@@ -79,8 +85,9 @@ bool is_counted(const ndArray_tag* container, const ndArray_tag* value) noexcept
 }
 
 candidate admitted_and_counted(ndArray_tag* container, ndArray_tag* given) {
-    candidate value(given);
-    if (has_other_owners(given)) value.replace(copy_for(container, given));
+    candidate value(container, given);
+    if (has_same_slots(container, given) || has_other_owners(given))
+        value.replace(copy_for(container, given));
     add_root_container(value.get(), container);
     ObjectRefCountInterface::get()->add(value.get(), is_referenced_by_old_system(container));
     set_scope(value.get(), ndMEMBER_SCOPE);

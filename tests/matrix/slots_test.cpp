@@ -154,6 +154,29 @@ TEST_F(Slots, ACellGoesIntoItselfAsADeepCopy) {
     EXPECT_EQ(matrix::internal::validate(cell.get()), "");
 }
 
+// By the reference that is handed over, be it the only one: the cell goes on and holds a copy of what it was.
+TEST_F(Slots, ACellGoesIntoItselfAsADeepCopyByReference) {
+    for (auto* const set : {&api::ndSetCell, &api::ndReplaceCell}) {
+        for (const bool only_one : {true, false}) {
+            const array_ptr cell = arr("cell 1x2", arr("double", {1}), nullptr);
+            if (!only_one) api::ndCreateReference(cell.get());
+            set(cell.get(), 1, cell.get());
+            EXPECT_EQ(cell->ref_count, 1U);
+            EXPECT_THAT(cell, EqualsArray(arr("cell 1x2", arr("double", {1}),
+                                              arr("cell 1x2", arr("double", {1}), nullptr))));
+            EXPECT_EQ(matrix::internal::validate(cell.get()), "");
+        }
+    }
+}
+
+TEST_F(Slots, AHeaderOverTheSameSlotsGoesInAsADeepCopy) {
+    const array_ptr cell = arr("cell 1x2", arr("double", {1}), nullptr);
+    api::ndSetCell(cell.get(), 1, matrix::detail::do_shared_copy(cell.get()).release());
+    EXPECT_THAT(
+        cell, EqualsArray(arr("cell 1x2", arr("double", {1}), arr("cell 1x2", arr("double", {1}), nullptr))));
+    EXPECT_EQ(matrix::internal::validate(cell.get()), "");
+}
+
 TEST_F(Slots, PrivateDataAreCopiedAndNotShared) {
     const array_ptr cell = arr("cell 1x1");
     double mine[] = {1, 2};

@@ -9,9 +9,10 @@
  * The data block isn't unshared by any of these functions: whoever changes a container that shares its slots with others
  * unshares it first, and so does whoever writes through an element that has other owners.
  *
- * A container never stands below itself. One that is put into its own slots goes in as a copy of its own; putting it, or a header
- * that shares its slots, into a container further down is a fault of the caller that nothing looks for: such arrays are never
- * given back, and copies of them have no end.
+ * A container never stands below itself. One that is put into its own slots, or into those that it shares, goes in as a copy of
+ * its own; where the reference handed over is the container's last, it stays the caller's. Putting it, or a header that shares its
+ * slots, into a container further down is a fault of the caller that nothing looks for: such arrays are never given back, and
+ * copies of them have no end.
  *
  * The functions of nd_array_api test nothing unless told so: null arrays, other classes and numbers out of range are faults of
  * the caller. Those of published, which the C interface reaches, test as they say. Out of memory is std::bad_alloc or
@@ -147,8 +148,9 @@ ND_EXPORT void ndRemoveField(ndArray_tag* array, int number);
 ND_EXPORT ndArray_tag* ndCell2Struct(const ndArray_tag* cell, const ndArray_tag* names, std::size_t dim);
 
 /// ndCreateConvertedCopy(array, ndCELL_CLASS): of a struct or object a cell of (fields, dimensions of the struct...) that shares
-/// its elements with it. The destroy hook of an object hears of it when the object's header is the last to have the slots, and not
-/// when that is the cell's. Of a cell a deep copy, of an array without elements an empty cell; null for other classes and null.
+/// its elements with it; those of a view are copied. The destroy hook hears of the end of an object's header, whether or not the
+/// cell has the slots then, and never of the cell's. Of a cell a deep copy, of an array without elements an empty cell; null for
+/// other classes and null.
 ND_EXPORT ndArray_tag* ndStruct2Cell(const ndArray_tag* array);
 
 /// struct_conversion_fcn; *result is written when it has succeeded.
