@@ -23,6 +23,15 @@ class Broken(ToolTest):
             with self.subTest(entry):
                 self.check(self.behave(entry), RAISED, "nd: TARVEL:pmaxsize: ")
 
+    def test_an_output_that_stands_in_another_array_is_refused(self):
+        for mode in (1, 0):
+            env = {} if mode else LEAKS_ALLOWED
+            with self.subTest(mode=mode):
+                result = self.behave("put_out_element_of_input", "--struct", self.file("x.csv", "a\n1\n"), "--mode", mode, env=env)
+                self.check(result, OUTPUTS, "output 1 stands in another array; an addon puts out a copy")
+                result = self.behave("put_out_element_of_output", "--nlhs", 2, "--mode", mode, env=env)
+                self.check(result, OUTPUTS, "output 2 stands in another array; an addon puts out a copy")
+
     def test_an_input_that_is_ended_is_told_and_lives(self):
         for entry in ("end_input", "end_input_twice", "end_input_and_put_it_out", "put_input_into_a_cell"):
             with self.subTest(entry):

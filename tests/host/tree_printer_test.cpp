@@ -2,6 +2,7 @@
 #include "support/arr.hpp"
 
 #include <quoted_text.hpp>
+#include <shown_range.hpp>
 #include <tree_printer.hpp>
 
 #include <gtest/gtest.h>
@@ -172,8 +173,26 @@ TEST(TreePrinter, ShowsObjectsUnderTheNameOfTheirClass) {
 }
 
 TEST(TreePrinter, KeepsControlBytesOfFieldNamesFromTheTerminal) {
-    EXPECT_EQ(tree(struct_arr("1x1", {"a\x1B[2J\xC3\xA4"}, nullptr)), "out: 1x1 struct\n"
-                                                                      "  a\\x1B[2J\xC3\xA4: empty\n");
+    const struct {
+        const char* name;
+        const char* shown;
+    } rows[] = {
+        {"a\x1B[2J\xC3\xA4", "a\\x1B[2J\xC3\xA4"},
+        {"a\x9B"
+         "31m",
+         "a\\x9B31m"},
+        {"a\xC2\x9B"
+         "31m",
+         "a\\x9B31m"},
+        {"\xC2\xA0\xE2\x82\xAC\xF0\x9F\x8C\x8B\x7F", "\xC2\xA0\xE2\x82\xAC\xF0\x9F\x8C\x8B\\x7F"},
+        {"\xE2\x82", "\\xE2\\x82"},
+        {"\xE9t\xE9", "\\xE9t\\xE9"},
+        {"\xFF\xC0\x9B", "\\xFF\\xC0\\x9B"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(tree(struct_arr("1x1", {row.name}, nullptr)),
+                  "out: 1x1 struct\n  " + std::string(row.shown) + ": empty\n");
+    }
 }
 
 TEST(TreePrinter, ShowsSharedValuesInEveryPlace) {
@@ -183,6 +202,18 @@ TEST(TreePrinter, ShowsSharedValuesInEveryPlace) {
     EXPECT_EQ(tree(cell), "out: 1x2 cell\n"
                           "  {1}: 1x2 double [1 2]\n"
                           "  {2}: 1x2 double [1 2]\n");
+}
+
+// Whoever shows so many at most lists no more of them, however many there are.
+TEST(ShownRange, ListsWhatIsAskedFor) {
+    constexpr nd_host::cut how{4, 2, 1};
+    using nd_host::gap;
+    using nd_host::shown_indices;
+    using indices = std::vector<std::size_t>;
+    EXPECT_EQ(shown_indices(4, how, false), (indices{0, 1, 2, 3}));
+    EXPECT_EQ(shown_indices(6, how, false), (indices{0, 1, gap, 5}));
+    EXPECT_EQ(shown_indices(6, how, true), (indices{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(shown_indices(gap, how, true, 3), (indices{0, 1, 2}));
 }
 
 TEST(TreePrinter, CutsLongContainersInTheMiddle) {
@@ -245,6 +276,17 @@ TEST(TreePrinter, EndsAfterItsLastLine) {
     EXPECT_EQ(lines_of(six), 101U);
     EXPECT_EQ(six.substr(six.rfind("...")), "... the first 100 lines are shown\n");
     EXPECT_EQ(tree(branching(5)).find("..."), std::string::npos);
+
+    // The title is a line as well.
+    EXPECT_EQ(lines_of(tree(arr("cell 1x99999"), true)), 100000U);
+    for (const char* const longer : {"cell 1x100000", "cell 1x5000000"}) {
+        const std::string cut = tree(arr(longer), true);
+        EXPECT_EQ(lines_of(cut), 100001U);
+        EXPECT_EQ(cut.substr(cut.rfind("  {")), "  {99999}: empty\n... the first 100000 lines are shown\n");
+    }
+    const std::string fields = tree(struct_arr("1x50000", {"a", "b"}), true);
+    EXPECT_EQ(fields.substr(fields.rfind("  (")),
+              "  (50000).a: empty\n... the first 100000 lines are shown\n");
 
     const std::string whole = tree(branching(30), true);
     EXPECT_EQ(lines_of(whole), 100001U);

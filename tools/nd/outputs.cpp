@@ -72,10 +72,12 @@ void taken_outputs::take(const std::vector<ndArray_tag*>& slots,
             refuse(place, "is an input itself; an addon puts out a copy");
         } else if (std::find(slots.begin(), slot, *slot) != slot) {
             refuse(place, "is the same array as an output before it");
-        } else if (listed.have(*slot) || may_be_alive(*slot)) {
-            arrays[place].reset(*slot);
-        } else {
+        } else if (!listed.have(*slot) && !may_be_alive(*slot)) {
             refuse(place, "isn't alive: the addon has ended that array, or it belongs to another call");
+        } else if ((*slot)->scope == ndMEMBER_SCOPE) { // it ends with its container
+            refuse(place, "stands in another array; an addon puts out a copy");
+        } else {
+            arrays[place].reset(*slot);
         }
     }
     if (!has_looked) {

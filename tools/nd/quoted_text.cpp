@@ -2,6 +2,9 @@
 
 #include "utf8.hpp"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace nd_host {
 
 namespace {
@@ -48,15 +51,42 @@ std::string in_quotes(std::u16string_view text) {
     return utf8(out + u"'");
 }
 
+namespace {
+
+// Bytes of the UTF-8 character that text begins with; 0 when it begins with none.
+std::size_t character_length(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned first = byte(0);
+    const std::size_t length = first < 0x80                    ? 1
+                               : first >= 0xC2 && first < 0xE0 ? 2
+                               : first >= 0xE0 && first < 0xF0 ? 3
+                               : first >= 0xF0 && first < 0xF5 ? 4
+                                                               : 0;
+    if (length > text.size()) {
+        return 0;
+    }
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0U) != 0x80) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+} // namespace
+
 std::string printable(std::string_view name) {
     std::string out;
-    for (const char c : name) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x80 && is_control(byte)) {
-            append_control(out, byte);
+    while (!name.empty()) {
+        const std::size_t length = character_length(name);
+        const bool is_second_set = length == 2 && name[0] == '\xC2'; // U+0080 to U+00BF
+        const auto unit = static_cast<unsigned char>(name[is_second_set ? 1 : 0]);
+        if (length == 0 || ((length == 1 || is_second_set) && is_control(unit))) {
+            append_control(out, unit);
         } else {
-            out += c;
+            out += name.substr(0, length);
         }
+        name.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return out;
 }

@@ -13,7 +13,7 @@ namespace nd_host {
 /// and \t, other control characters \x and two hexadecimal digits.
 std::string in_quotes(std::u16string_view text);
 
-/// A name as it is, its control bytes as in in_quotes().
+/// A name in UTF-8 as it is; its control characters, and bytes that are no UTF-8, as the control characters in in_quotes().
 std::string printable(std::string_view name);
 
 } // namespace nd_host

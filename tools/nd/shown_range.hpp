@@ -4,6 +4,7 @@
 #ifndef ND_TOOLS_SHOWN_RANGE_HPP
 #define ND_TOOLS_SHOWN_RANGE_HPP
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <vector>
@@ -20,11 +21,12 @@ struct cut {
 /// Stands among indices for what was left out.
 inline constexpr std::size_t gap = std::numeric_limits<std::size_t>::max();
 
-/// The indices below count that are shown, in order; whole asks for all of them.
-inline std::vector<std::size_t> shown_indices(std::size_t count, const cut& how, bool whole) {
+/// The indices below count that are shown, in order; whole asks for all of them, or the first most.
+inline std::vector<std::size_t> shown_indices(std::size_t count, const cut& how, bool whole,
+                                              std::size_t most = std::numeric_limits<std::size_t>::max()) {
     std::vector<std::size_t> shown;
     const bool all = whole || count <= how.limit;
-    for (std::size_t i = 0; i < (all ? count : how.head); ++i) {
+    for (std::size_t i = 0; i < (all ? std::min(count, most) : how.head); ++i) {
         shown.push_back(i);
     }
     if (all) {

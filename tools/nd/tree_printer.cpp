@@ -56,10 +56,14 @@ std::string subscripts(const array_view& view, std::size_t element) {
 // A container on the way from the root to the line that is written, and which of its slots come next.
 class open_container {
 public:
-    open_container(const ndArray_tag& value, bool whole)
+    /// Lists no more slots than the first most, each of which takes a line.
+    open_container(const ndArray_tag& value, bool whole, std::size_t most)
         : value_(value), view_(value), fields_(is_struct(value) ? field_count(value) : 1) {
-        const auto shown_fields = shown_indices(fields_, field_cut, whole);
-        for (const std::size_t element : shown_indices(element_count(view_), element_cut, whole)) {
+        const auto shown_fields = shown_indices(fields_, field_cut, whole, most);
+        for (const std::size_t element : shown_indices(element_count(view_), element_cut, whole, most)) {
+            if (slots_.size() >= most) {
+                return;
+            }
             if (element == gap) {
                 slots_.push_back(gap);
                 continue;
@@ -167,7 +171,8 @@ private:
             text_ += " ...\n";
         } else {
             text_ += "\n";
-            open_.emplace_back(container, whole_);
+            // One more than there are lines left for, so that the end of the lines is met and told.
+            open_.emplace_back(container, whole_, limits_.lines - lines_ + 1);
         }
     }
 

@@ -68,6 +68,20 @@ ENTRY(end_output_and_make_another) {
     raise_error();
 }
 
+/* ---- outputs that end with their container */
+
+ENTRY(put_out_element_of_input) {
+    UNUSED;
+    plhs[0] = ndGetFieldByNumber(input(prhs), 0, 0);
+}
+
+ENTRY(put_out_element_of_output) {
+    UNUSED;
+    plhs[0] = ndCreateCellMatrix(1, 1);
+    ndSetCell(plhs[0], 0, row(3));
+    plhs[1] = ndGetCell(plhs[0], 0);
+}
+
 /* ---- inputs that are ended, or given away */
 
 ENTRY(end_input) {
