@@ -22,7 +22,7 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <exception>
 #include <string>
 
 namespace matrix::internal {
@@ -42,10 +42,23 @@ array_ptr blank_row(std::size_t units) {
 
 char16_t* units_in(const array_ptr& row) noexcept { return static_cast<char16_t*>(row->pdata); }
 
+// A row for a text that may be of a kind. A text of another kind has another length: whether that is too long is told elsewhere, and
+// null is the answer here.
+template <class IsOfKind>
+array_ptr row_for(std::size_t units, IsOfKind&& is_of_kind) {
+    try {
+        return blank_row(units);
+    } catch (const std::exception&) {
+        if (is_of_kind()) throw;
+        return nullptr;
+    }
+}
+
 // The row of a text that is ASCII from end to end; null for any other.
 array_ptr ascii_row(std::string_view text) {
     if (!fl::i18n::is_ascii(text.substr(0, stack_units))) return nullptr;
-    array_ptr row = blank_row(text.size());
+    array_ptr row = row_for(text.size(), [=] { return fl::i18n::is_ascii(text); });
+    if (!row) return nullptr;
     const std::size_t ascii = fl::i18n::widen_ascii(units_in(row), text.data(), text.size());
     return ascii == text.size() ? std::move(row) : nullptr;
 }
@@ -59,8 +72,9 @@ array_ptr believed_row(std::string_view text, bool (*believed)(std::u16string_vi
         return create_string({units.data(), *count});
     }
     const std::size_t room = fl::i18n::utf16_length(text);
-    if (room == 0) return nullptr;
-    array_ptr row = blank_row(room);
+    if (room == 0 || room > text.size()) return nullptr;
+    array_ptr row = row_for(room, [=] { return fl::i18n::is_utf8(text); });
+    if (!row) return nullptr;
     const auto count = fl::i18n::utf8_to_utf16(text, units_in(row), room);
     return count && believed({units_in(row), *count}) ? std::move(row) : nullptr;
 }

@@ -307,6 +307,10 @@ TEST_F(TextCreation, IsHeldToTheSizeLimit) {
     const std::string mixed = std::string(2000, 'x') + fits;
     EXPECT_EQ(id_of([&] { return api::ndCreateString(mixed.c_str()); }), "")
         << "44 KB, though ASCII at first";
+    const system_encoding system("Shift_JIS");
+    const std::string japanese = std::string(1200, 'x') + repeated("\x93\xFA", 100000);
+    EXPECT_EQ(id_of([&] { return api::ndCreateString(japanese.c_str()); }), "")
+        << "no UTF-8, whose length would be another";
 }
 
 TEST_F(TextCreation, CharArraysOfAnyDimensions) {

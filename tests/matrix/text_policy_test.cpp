@@ -74,8 +74,8 @@ TEST_F(TextPolicy, TwoBytesAreTheSystemsInSomeEncodings) {
     } rows[] = {
         {"gb18030", "\xC3\xA9", u"\u8305"},
         {"GBK", "\xC3\xA9", u"\u8305"},
-        {"windows-949", "\xC3\xA9", u"\u79E9"},
-        {"ibm-970_P110_P110-2006_U2", "\xC3\xA9", u"\u79E9"},
+        {"windows-949", "\xC3\xA9", u"\uCC55"},
+        {"ibm-970_P110_P110-2006_U2", "\xC3\xA9", u"\uCC55"},
         {"GB18030", "\xC3\xA9", u"\u00E9"}, // another spelling
         {"gbk", "\xC3\xA9", u"\u00E9"},
         {"EUC-KR", "\xC3\xA9", u"\u00E9"},

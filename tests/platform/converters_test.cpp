@@ -8,7 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <unicode/uclean.h>
+
 #include <array>
+#include <cstdlib>
+#include <new>
 #include <random>
 #include <string>
 #include <thread>
@@ -109,7 +113,7 @@ TEST(Converters, FillABufferAsFarAsItGoes) {
             const std::size_t count = converter.do_conversion_up_to(text, bytes.data(), room);
             ASSERT_EQ(count, std::min(room, whole.size()));
             ASSERT_EQ(bytes.substr(0, count), whole.substr(0, count));
-            ASSERT_EQ(bytes.find_first_not_of('#', count), std::string::npos) << "behind the room";
+            ASSERT_EQ(bytes.find_first_not_of('#', room), std::string::npos) << "behind the room";
             auto& shared = UnicodeConverterX::getThreadSpecific(name);
             ASSERT_EQ(shared.from_utf16(text, bytes.data(), room).cut, room < whole.size());
         }
@@ -207,6 +211,40 @@ TEST(Converters, OfNoEncodingAreRefused) {
         FromUTF16Converter converter(name);
         EXPECT_THROW(converter.measure(u"a"), fl::i18n::CvtConversionFailure);
         EXPECT_THROW(enc_to_utf16_n(name, "a", 1, nullptr, 0), fl::i18n::CvtConversionFailure);
+    }
+}
+
+// ICU's own memory. The functions stay installed for the rest of the program: they are malloc and its kin.
+long icu_allocations = 0;
+long icu_fails_from = 0; // the number of the first that fails; 0 for none
+
+bool icu_may_allocate() { return icu_fails_from == 0 || ++icu_allocations < icu_fails_from; }
+void* icu_malloc(const void*, std::size_t size) { return icu_may_allocate() ? std::malloc(size) : nullptr; }
+void* icu_realloc(const void*, void* block, std::size_t size) {
+    return icu_may_allocate() ? std::realloc(block, size) : nullptr;
+}
+void icu_free(const void*, void* block) { std::free(block); }
+
+TEST(Converters, RaiseWhenIcuIsOutOfMemory) {
+    UErrorCode status = U_ZERO_ERROR;
+    u_setMemoryFunctions(nullptr, &icu_malloc, &icu_realloc, &icu_free, &status);
+    ASSERT_TRUE(U_SUCCESS(status));
+    for (const char* const name : {"ISO-2022-KR", "IBM-1047", "HZ", "ISO-8859-2"}) {
+        SCOPED_TRACE(name);
+        long refused = 0;
+        for (bool opened = false; !opened;) {
+            icu_allocations = 0;
+            icu_fails_from = refused + 1;
+            try {
+                UnicodeConverterX::getThreadSpecific(name);
+                opened = true;
+            } catch (const std::bad_alloc&) {
+                ++refused;
+            }
+            icu_fails_from = 0;
+        }
+        EXPECT_GT(refused, 0);
+        EXPECT_EQ(FromUTF16Converter(name).convert(u"a").empty(), false);
     }
 }
 

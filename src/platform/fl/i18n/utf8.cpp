@@ -48,6 +48,12 @@ std::size_t narrow_ascii(char* to, const char16_t* from, std::size_t count) noex
 
 bool is_ascii(std::string_view text) noexcept { return kernels().is_ascii(text.data(), text.size()); }
 
+bool is_utf8(std::string_view text) noexcept {
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(nullptr, 0, nullptr, text.data(), icu_size(text.size()), &status);
+    return status == U_BUFFER_OVERFLOW_ERROR || U_SUCCESS(status);
+}
+
 std::size_t utf16_length(std::string_view text) noexcept {
     return kernels().utf16_length(text.data(), text.size());
 }

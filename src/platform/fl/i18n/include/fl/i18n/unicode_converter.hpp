@@ -30,10 +30,11 @@ public:
         const reset_after guard{get()};
         const char* at = bytes.data();
         const char* const end = at + bytes.size();
-        while (at != end) {
+        for (;;) {
             UErrorCode status = U_ZERO_ERROR;
             const UChar32 character = ucnv_getNextUChar(get(), &at, end, &status);
-            if (status == U_INDEX_OUTOFBOUNDS_ERROR) return; // nothing but changes of state was left
+            if (status == U_INDEX_OUTOFBOUNDS_ERROR)
+                return; // a character that was cut comes behind the last byte
             check(status);
             use(character);
         }

@@ -13,7 +13,10 @@ std::size_t narrow_ascii(char* to, const char16_t* from, std::size_t count) noex
 
 bool is_ascii(std::string_view text) noexcept;
 
-/// The UTF-16 units of well-formed UTF-8; for other bytes some number up to text.size().
+/// Whether text is well-formed UTF-8; at most 2^31 - 1 bytes.
+bool is_utf8(std::string_view text) noexcept;
+
+/// The UTF-16 units of well-formed UTF-8; for other bytes some number, which may be above text.size().
 std::size_t utf16_length(std::string_view text) noexcept;
 
 /// The UTF-8 bytes of the text; an unpaired surrogate counts as U+FFFD.
