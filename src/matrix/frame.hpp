@@ -24,6 +24,17 @@ auto framed(Body&& body) -> decltype(body()) {
     }
 }
 
+/// The same for an operation that answers 0, or 1 where it fails.
+template <class Body>
+int framed_status(Body&& body) {
+    try {
+        return body();
+    } catch (...) {
+        if (errors_leave_as_exceptions()) throw;
+        return 1;
+    }
+}
+
 /// The frame of a creator: body returns an array_ptr, the caller gets a plain pointer to an array of temporary scope.
 template <class Body>
 ndArray_tag* framed_creator(Body&& body) {

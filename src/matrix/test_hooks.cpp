@@ -2,6 +2,7 @@
 #include "matrix/test_hooks.hpp"
 
 #include "matrix/module_state.hpp"
+#include "matrix/text_policy.hpp"
 #include "matrix/unshare_seam.hpp"
 
 #include <atomic>
@@ -26,6 +27,8 @@ void set_module_mode(int mode) noexcept {
 void set_unshare_seam(void (*seam)()) noexcept { between_copy_and_leave.store(seam); }
 
 void set_internal_references(bool counted) noexcept { containers_count_internal_references.store(counted); }
+
+void reset_text_policy() noexcept { delete policy_in_force.exchange(nullptr); }
 
 } // namespace test_hooks
 } // namespace matrix::internal

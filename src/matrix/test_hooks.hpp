@@ -18,4 +18,7 @@ void set_unshare_seam(void (*seam)()) noexcept;
 /// What should_contain_internal_reference() answers for every container.
 void set_internal_references(bool counted) noexcept;
 
+/// Forgets what the environment says of text, which is then read once more. No other thread may be making texts.
+void reset_text_policy() noexcept;
+
 } // namespace matrix::internal::test_hooks

@@ -1,5 +1,6 @@
 // UTF-16 text out of char arrays and cells of them.
 #include "matrix/containers.hpp"
+#include "matrix/text_view.hpp"
 
 #include <nd/text.hpp>
 
@@ -9,32 +10,23 @@ using namespace internal;
 
 namespace {
 
-bool is_text(const ndArray_tag* array) noexcept {
-    return array != nullptr && array->class_id == ndCHAR_CLASS && array->pdata != nullptr;
-}
-
-const char16_t* units_of(const ndArray_tag* text) noexcept {
-    return static_cast<const char16_t*>(text->pdata);
-}
-
 std::vector<std::u16string> rows_of(const ndArray_tag* text) {
-    if (!is_text(text) || !has_inline_dims(text) || element_count(text) == 0) return {};
+    const std::u16string_view units = text_of(text);
+    if (units.empty() || !has_inline_dims(text)) return {};
     const std::size_t rows = dims_of(text)[0];
     const std::size_t columns = dims_of(text)[1];
     std::vector<std::u16string> strings(rows);
     for (std::size_t row = 0; row < rows; ++row) {
         strings[row].reserve(columns);
         for (std::size_t column = 0; column < columns; ++column)
-            strings[row].push_back(units_of(text)[row + column * rows]);
+            strings[row].push_back(units[row + column * rows]);
     }
     return strings;
 }
 
 } // namespace
 
-std::u16string get_ustring(const ndArray_tag* array) {
-    return is_text(array) ? std::u16string(units_of(array), element_count(array)) : std::u16string();
-}
+std::u16string get_ustring(const ndArray_tag* array) { return std::u16string(text_of(array)); }
 
 std::vector<std::u16string> get_ustring_array(const ndArray_tag* array) {
     if (array == nullptr || array->class_id != ndCELL_CLASS) return rows_of(array);

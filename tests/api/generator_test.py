@@ -74,7 +74,7 @@ class Refusals(unittest.TestCase):
         self.refused("brief must be a sentence", self.changed("New array.", "New array"))
 
     def test_built_without_a_layer(self):
-        self.refused("has no header", self.changed('"by_size"', '{ 800 = "deprecated" }'))
+        self.refused("has no header", self.changed('"by_size"', '{ 800 = "fortran" }'))
         self.refused("isn't one of its forms", self.changed("built = true", 'built = ["731"]'))
 
     def test_broken_signatures(self):

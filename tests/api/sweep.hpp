@@ -33,6 +33,9 @@ struct shape {
     Size dims[2];
 };
 
+/// Where getters of text may write.
+inline char text_buffer[16];
+
 /// Ends the array. True when there was one, and when there was none.
 bool made_one(ndArray_tag* array);
 bool made_nothing(ndArray_tag* array);

@@ -66,6 +66,8 @@ constexpr creator_row rows[] = {
      }},
     {"do_create_char", true, ndCHAR_CLASS, counts::never, true, false, true,
      [](const args& a) { return detail::do_create_char(a.dims).release(); }},
+    {"ndCreateCharArray", true, ndCHAR_CLASS, counts::never, true, true, true,
+     [](const args& a) { return api::ndCreateCharArray(a.dims.size(), a.dims.data()); }},
     {"do_create_cell", true, ndCELL_CLASS, counts::never, true, false, false,
      [](const args& a) { return detail::do_create_cell(a.dims).release(); }},
 };

@@ -1,5 +1,5 @@
 // Conversion of buffers: complexity, classes without scalars, and what stands in a buffer when a NaN stops the conversion.
-#include "ops/instruction_sets.hpp"
+#include "support/instruction_sets.hpp"
 #include "support/fixture.hpp"
 #include "support/module_mode.hpp"
 

@@ -2,7 +2,7 @@
 #include "matrix/class_table.hpp"
 #include "ops/conversion_kernels.hpp"
 #include "ops/conversion_oracle.hpp"
-#include "ops/instruction_sets.hpp"
+#include "support/instruction_sets.hpp"
 #include "ops/scalars.hpp"
 #include "support/fixture.hpp"
 

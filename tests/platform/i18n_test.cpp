@@ -219,6 +219,10 @@ TEST(Locale, ComesFromTheEnvironment) {
         {nullptr, "de_CH.UTF-8", "fr_FR.ISO-8859-1", "en_US.UTF-8", "de_CH", "fr_FR", "ISO-8859-1"},
         {"ja_JP.EUC-JP", "de_CH.UTF-8", "fr_FR.ISO-8859-1", "en_US.UTF-8", "ja_JP", "ja_JP", "EUC-JP"},
         {nullptr, nullptr, nullptr, "de_DE.ISO-8859-15@euro", "de_DE_EURO", "de_DE_EURO", "ISO-8859-15"},
+        {nullptr, nullptr, nullptr, "zh_CN.GB18030", "zh_CN", "zh_CN", "gb18030"},
+        {nullptr, nullptr, nullptr, "zh_CN.gbk", "zh_CN", "zh_CN", "GBK"},
+        {nullptr, nullptr, nullptr, "ko_KR.ms949", "ko_KR", "ko_KR", "windows-949"},
+        {nullptr, nullptr, nullptr, "ko_KR.eucKR", "ko_KR", "ko_KR", "ibm-970_P110_P110-2006_U2"},
         {nullptr, nullptr, nullptr, "de_DE.NO-SUCH-ENCODING", "de_DE", "de_DE", "UTF-8"},
         {nullptr, nullptr, nullptr, "xx_YY", "xx_YY", "xx_YY", "UTF-8"},
     };

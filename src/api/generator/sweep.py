@@ -221,12 +221,36 @@ def narrow_offset(call):
         yield IDS["limit"], f"with_long_array([](ndArray_tag* a) {{ return {last}; }})"
 
 
+def text_size(call):
+    for n in ("0x40000000", "INT_MAX") if call.form.narrow else ("0x40000000", "SIZE_MAX"):
+        yield IDS["ceiling"], call.refused(n=n)
+
+
+def null_text(call):
+    (name,) = (a.name for a in call.form.signature.arguments if a.kind in ("const char*", "const char**"))
+    yield "", f"made_one({call.text(**{name: 'nullptr'})})"
+
+
+def not_char(call):
+    buffer = {a.name: "text_buffer" for a in call.form.signature.arguments if a.name == "buffer"}
+    yield "", call.refused(array="nullptr", **buffer)
+    refused = call.refused(**buffer)
+    yield "", f"with_every_class_but(ndCHAR_CLASS, ndCOMPLEX, [](ndArray_tag* a) {{ return {refused}; }})"
+
+
+def null_buffer(call):
+    for replaced in ({"buffer": "nullptr"}, {"buffer": "text_buffer", "size": "0"}):
+        yield "", on_any_array(call, f"{call.text(**replaced)} == 0")
+        yield "", f"{call.text(array='nullptr', **replaced)} == 0"
+
+
 MAKERS = {
     "null_array": null_array, "null_ignored": null_array, "wrong_class": wrong_class, "wrong_complexity": wrong_complexity,
     "complex_array": complex_array, "unknown_name": unknown_name, "size": size, "negative_size": negative_size,
     "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result, "narrow_offset": narrow_offset,
     "not_struct": not_struct, "zero_size": zero_size, "block_memory": block_memory, "block_product": block_product,
-    "null_block": null_block,
+    "null_block": null_block, "text_size": text_size, "null_text": null_text, "not_char": not_char,
+    "null_buffer": null_buffer,
     "slot": slot, "element": element, "field_name": field_name, "field_name_of_array": field_name, "null_name": null_name,
     "field_number": field_number, "array_field_number": field_number, "struct_array": no_struct,
 }

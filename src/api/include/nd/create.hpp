@@ -130,9 +130,6 @@ ND_EXPORT ndArray_tag* ndCreateUninitNumericArray(std::size_t ndim, const std::s
                                                   ndClassID classId, ndComplexity complexity,
                                                   std::size_t count, ndArray_tag** candidates);
 
-/// A char row of the UTF-16 code units of text up to its first zero unit; 0x0 for the empty text. text isn't null.
-ND_EXPORT ndArray_tag* ndCreateString_UTF16(const char16_t* text);
-
 /// A 0x0 header of class unknown, with local scope in every mode.
 ND_EXPORT ndArray_tag* ndCreateEmptyUnknownArrayNotOnArrayList();
 

@@ -1,5 +1,5 @@
 /*
- * nd/protected.hpp: guards that hold arrays across calls.
+ * nd/protected.hpp: guards that hold arrays, and text of arrays, across calls.
  *
  * A guard is two words: whether it owns, and the pointer. One that owns lets go of its reference when it ends; one that doesn't
  * is a plain pointer. Copying a guard that owns takes a reference more.
@@ -15,6 +15,22 @@ struct Kprotected_ndArray_helper {
     ND_EXPORT static ndArray_tag* copy(ndArray_tag* array);
     /// matrix::destroyArray.
     ND_EXPORT static void free(ndArray_tag* array);
+};
+
+/// C strings with the text of char arrays, as Kprotected_cptr<char, Kprotected_ndString_helper> holds them: in the system's encoding, and
+/// in UTF-16. They are blocks of ndMallocEx.
+struct Kprotected_ndString_helper {
+    /// The text up to its first NUL, by ndCreateCStrFromArray.
+    ND_EXPORT static char* toString(const ndArray_tag* array);
+    /// Another string with the same text. Null gives null. Raises TARVEL:nomem.
+    ND_EXPORT static char* copy(const char* text);
+    /// ndFreeEx.
+    ND_EXPORT static void free(char* text);
+};
+struct Kprotected_ndStringUTF16_helper {
+    ND_EXPORT static char16_t* toString(const ndArray_tag* array); ///< by ndCreateUTF16CStrFromArray
+    ND_EXPORT static char16_t* copy(const char16_t* text);
+    ND_EXPORT static void free(char16_t* text);
 };
 
 /// A guard of T, whose references Helper counts.
