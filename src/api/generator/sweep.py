@@ -14,6 +14,7 @@ IDS = {
     "numeric": "TARVEL:numericArgRequired",
     "complex": "TARVEL:matrix:illegalComplexArray",
     "memory": "TARVEL:nomem",
+    "old_indices": "TARVEL:err_sparse_64bit_obsolete",
 }
 VALUES = {
     "ndClassID": "ndDOUBLE_CLASS", "ndComplexity": "ndREAL", "double": "1", "float": "1", "bool": "true", "int": "0",
@@ -221,12 +222,17 @@ def narrow_offset(call):
         yield IDS["limit"], f"with_long_array([](ndArray_tag* a) {{ return {last}; }})"
 
 
+def old_indices(call):
+    if call.form.narrow:
+        yield IDS["old_indices"], on_array("ndDOUBLE_CLASS", "ndREAL", call.refused())
+
+
 MAKERS = {
     "null_array": null_array, "null_ignored": null_array, "wrong_class": wrong_class, "wrong_complexity": wrong_complexity,
     "complex_array": complex_array, "unknown_name": unknown_name, "size": size, "negative_size": negative_size,
     "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result, "narrow_offset": narrow_offset,
     "not_struct": not_struct, "zero_size": zero_size, "block_memory": block_memory, "block_product": block_product,
-    "null_block": null_block,
+    "null_block": null_block, "old_indices": old_indices,
     "slot": slot, "element": element, "field_name": field_name, "field_name_of_array": field_name, "null_name": null_name,
     "field_number": field_number, "array_field_number": field_number, "struct_array": no_struct,
 }

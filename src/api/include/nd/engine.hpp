@@ -21,6 +21,7 @@
 #include <nd/protected.hpp>
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
+#include <nd/sparse.hpp>
 #include <nd/typed.hpp>
 #include <nd/types.h>
 #include <nd/warnings.hpp>
