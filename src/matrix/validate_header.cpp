@@ -165,6 +165,8 @@ constexpr header_rule info_rules[] = {
          return implies(has(a, flag_sparse),
                         may_be_sparse(a->class_id) && has_inline_dims(a) && !has(a, flag_colon_object));
      }},
+    {"a sparse array has blocks of its own: a cache bin would forget the index vectors",
+     [](const ndArray_tag* a) noexcept { return !has(a, flag_sparse) || !has(a, flag_cached_header); }},
     {"a sparse array has both index vectors, aligned, or neither",
      [](const ndArray_tag* a) noexcept {
          return implies(has(a, flag_sparse), (a->info_a == 0) == (a->info_b == 0) && is_aligned(a->info_a) &&
