@@ -179,7 +179,8 @@ def size(call):
     else:
         for replaced in call.each_size(("above_ceiling", "SIZE_MAX")):
             yield IDS["ceiling"], call.refused(**replaced)
-    above_limit = {name: "above_any_limit" for name in call.sizes} | {
+    # The room of a sparse array isn't multiplied with another size.
+    above_limit = {name: "INT_MAX" if name == "nzmax" else "above_any_limit" for name in call.sizes} | {
         name: call.shape("above_any_limit", "above_any_limit") for name in call.lists}
     if "Struct" not in call.form.symbol:  # the bytes of a struct depend on its fields, not on its elements alone
         yield IDS["limit"], f"under_a_small_limit([] {{ return {call.refused(**above_limit)}; }})"
