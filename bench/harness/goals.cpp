@@ -59,6 +59,11 @@ constexpr goal goals[] = {
     {"field_by_string", "200", 2},
     {"field_by_interned_pointer", "200", 1.5},
 
+    {"sparse_to_full", "1e6,1%", 1.3},
+    {"sparse_to_full", "1e6,10%", 1.3},
+    {"full_to_sparse", "1e6,1%", 1.3},
+    {"full_to_sparse", "1e6,10%", 1.3},
+
     {"alive_bytes", "3x4", 320 / bytes_of_3x4},
     {"alive_bytes(mode1)", "3x4", 320 / bytes_of_3x4},
 };

@@ -63,6 +63,12 @@ typedef struct limit_conversion {
 LIMIT_EXPORT limit_conversion limit_conversion_between(int from_class, int to_class);
 LIMIT_EXPORT void limit_destroy_converted(limit_array* array, size_t bytes);
 
+/* C(-O3): a new full array of m by n doubles from compressed columns, and back: a new array with three blocks, as long as needed. */
+LIMIT_EXPORT limit_array* limit_full_from_sparse(const double* values, const size_t* rows,
+                                                 const size_t* starts, size_t m, size_t n);
+LIMIT_EXPORT limit_array* limit_sparse_from_full(const double* elements, size_t m, size_t n);
+LIMIT_EXPORT void limit_destroy_storage(limit_array* array);
+
 /* open-hash: the values of one record by name. The names stay the caller's; by_pointer wants the very pointers. Null for a
  * name that isn't there. */
 typedef struct limit_fields limit_fields;

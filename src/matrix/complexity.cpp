@@ -8,6 +8,7 @@
 #include "matrix/own_block.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/sparse_parts.hpp"
 #include "matrix/unshare.hpp"
 
 #include <nd/interleaved.hpp>
@@ -17,14 +18,10 @@
 namespace matrix::internal {
 namespace {
 
-bool is_sparse(const ndArray_tag* array) noexcept { return (array->flags & flag_sparse) != 0; }
-
 // Elements that have a value: of a sparse array those that are stored.
 std::size_t live_count(const ndArray_tag* array) noexcept {
     if (array->pdata == nullptr) return 0;
-    if (!is_sparse(array)) return element_count(array);
-    const auto* const starts = std::bit_cast<const std::size_t*>(array->info_b);
-    return starts == nullptr ? 0 : starts[array->n_or_ndims];
+    return is_sparse(array) ? stored_count(array) : element_count(array);
 }
 
 void deflate(ndArray_tag* array) {

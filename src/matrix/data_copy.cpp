@@ -11,6 +11,7 @@
 #include "matrix/root_record.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/sparse_parts.hpp"
 
 #include <cstring>
 #include <vector>
@@ -31,11 +32,6 @@ std::uint64_t copy_indices(std::uint64_t source, std::size_t capacity, std::size
         copy_items(std::bit_cast<const void*>(source), sizeof(std::size_t), capacity, live));
 }
 
-std::size_t stored_count(const ndArray_tag* source) noexcept {
-    const auto* const starts = std::bit_cast<const std::size_t*>(source->info_b);
-    return starts == nullptr ? 0 : starts[source->n_or_ndims];
-}
-
 // The room for nzmax elements stays; only those that are stored are copied.
 void copy_indices(const ndArray_tag* source, data_blocks& to) {
     const std::size_t columns = source->n_or_ndims;
@@ -50,7 +46,7 @@ void copy_sparse(const ndArray_tag* source, data_copy& to) {
 }
 
 void copy_elements(const ndArray_tag* source, data_copy& to) {
-    if ((source->flags & flag_sparse) != 0) return copy_sparse(source, to);
+    if (is_sparse(source)) return copy_sparse(source, to);
     if (source->pdata == nullptr) return;
     const std::size_t count = element_count(source);
     to.blocks().pdata = copy_items(source->pdata, stored_element_size(source), count, count);
@@ -187,7 +183,7 @@ data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holde
 void put_data(ndArray_tag* array, const data_blocks& blocks) noexcept {
     array->pdata = blocks.pdata;
     array->flags &= ~flags_of_block;
-    if ((array->flags & flag_sparse) != 0) {
+    if (is_sparse(array)) {
         array->info_a = blocks.rows;
         array->info_b = blocks.starts;
     }

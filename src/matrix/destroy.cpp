@@ -14,6 +14,7 @@
 #include "matrix/destroy.hpp"
 
 #include "matrix/accessors.hpp"
+#include "matrix/alloc_list.hpp"
 #include "matrix/array_cache.hpp"
 #include "matrix/array_list.hpp"
 #include "matrix/class_hooks.hpp"
@@ -28,6 +29,7 @@
 #include "matrix/scope.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/spare_headers.hpp"
+#include "matrix/sparse_parts.hpp"
 
 #include <foundation/log/logger.hpp>
 
@@ -36,6 +38,15 @@
 
 namespace matrix::internal {
 namespace {
+
+// They belong to the header even where the values don't. Those that an array with private data was given stand on the alloc list
+// still, which would free them once more.
+void free_index_vectors(const ndArray_tag* array) noexcept {
+    for (kvIndex* const vector : {row_indices(array), column_starts(array)}) {
+        if ((array->flags & flag_data_private) != 0) removeFromAllocList(vector);
+        free_data(vector);
+    }
+}
 
 // Dimensions, share record and blocks. The words that pointed to them are stale then.
 void release_blocks(ndArray_tag* array) noexcept {
@@ -49,10 +60,7 @@ void release_blocks(ndArray_tag* array) noexcept {
             free_data(array->pdata);
         }
     }
-    if ((array->flags & flag_sparse) != 0) {
-        free_data(std::bit_cast<void*>(array->info_a));
-        free_data(std::bit_cast<void*>(array->info_b));
-    }
+    if (is_sparse(array)) free_index_vectors(array);
 }
 
 } // namespace

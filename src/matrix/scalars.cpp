@@ -4,6 +4,7 @@
 #include "matrix/dimensions.hpp"
 #include "matrix/flag_words.hpp"
 #include "matrix/frame.hpp"
+#include "matrix/sparse_parts.hpp"
 
 #include <errors/raise.hpp>
 
@@ -21,11 +22,9 @@ using namespace internal;
 
 namespace {
 
-// A sparse array whose block holds no value yet: every element is 0. Column starts tell.
+// A sparse array whose block holds no value yet: every element is 0.
 bool stores_nothing(const ndArray_tag* array) noexcept {
-    if (!has_flag(array, flag_sparse)) return false;
-    const auto* const column_starts = std::bit_cast<const std::size_t*>(array->info_b);
-    return column_starts == nullptr || column_starts[array->n_or_ndims] == 0;
+    return is_sparse(array) && stored_count(array) == 0;
 }
 
 // Calls use(real part of the first stored value); 0 stands for it where there is none. False without elements that are

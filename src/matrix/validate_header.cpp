@@ -4,6 +4,7 @@
 #include "matrix/field_names.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/share_record.hpp"
+#include "matrix/sparse_parts.hpp"
 #include "matrix/validate_rules.hpp"
 
 #include <algorithm>
@@ -41,10 +42,6 @@ std::uint64_t stored_elements(const ndArray_tag* a) noexcept {
 // A char, logical or container array that was created complex has no elements at all: there the table says 0.
 std::uint64_t stored_bytes(const ndArray_tag* a) noexcept {
     return saturated_product(stored_elements(a), element_size(code_of(a->class_id, has(a, flag_complex))));
-}
-
-bool is_sparse_class(std::int32_t class_id) noexcept {
-    return class_id == ndDOUBLE_CLASS || class_id == ndSINGLE_CLASS || class_id == ndLOGICAL_CLASS;
 }
 
 std::uint32_t sharers_of(const ndArray_tag* a) noexcept {
@@ -166,8 +163,10 @@ constexpr header_rule info_rules[] = {
     {"a sparse array is double, single or logical, has inline dimensions and isn't a colon object",
      [](const ndArray_tag* a) noexcept {
          return implies(has(a, flag_sparse),
-                        is_sparse_class(a->class_id) && has_inline_dims(a) && !has(a, flag_colon_object));
+                        may_be_sparse(a->class_id) && has_inline_dims(a) && !has(a, flag_colon_object));
      }},
+    {"a sparse array has blocks of its own: a cache bin would forget the index vectors",
+     [](const ndArray_tag* a) noexcept { return !has(a, flag_sparse) || !has(a, flag_cached_header); }},
     {"a sparse array has both index vectors, aligned, or neither",
      [](const ndArray_tag* a) noexcept {
          return implies(has(a, flag_sparse), (a->info_a == 0) == (a->info_b == 0) && is_aligned(a->info_a) &&

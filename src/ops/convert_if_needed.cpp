@@ -41,14 +41,6 @@ array_ptr converted(const ndArray_tag* array, ndClassID target) {
     return result;
 }
 
-array_ptr made_full(const ndArray_tag* array) {
-    return (array->flags & flag_sparse) != 0 ? full_from_sparse(array) : nullptr;
-}
-
-array_ptr made_sparse(const ndArray_tag* array) {
-    return (array->flags & flag_sparse) == 0 ? sparse_from_full(array) : nullptr;
-}
-
 // Sharing the header is the array's affair too: it has one owner more, its value stays.
 template <class Change>
 counted_ptr counted(const ndArray_tag* array, Change change) {

@@ -151,6 +151,8 @@ constexpr corruption info_corruptions[] = {
          a->info_a = as_word(a);
      },
      "a sparse array has both index vectors"},
+    {"double 2x2", [](ndArray_tag* a) { a->flags |= matrix::flag_sparse | matrix::flag_cached_header; },
+     "a sparse array has blocks of its own"},
 };
 
 constexpr corruption data_corruptions[] = {
@@ -301,6 +303,7 @@ TEST_F(Validate, ChecksSparseOrderInFullDepth) {
     EXPECT_THAT((borrowed_sparse{{2, 0, 1}, {0, 2, 3}, 3}.verdict()), StartsWith(rows));
     EXPECT_THAT((borrowed_sparse{{1, 1, 1}, {0, 2, 3}, 3}.verdict()), StartsWith(rows));
     EXPECT_THAT((borrowed_sparse{{0, 3, 1}, {0, 2, 3}, 3}.verdict()), StartsWith(rows));
+    EXPECT_THAT((borrowed_sparse{{0, 2, ~std::uint64_t{0}}, {0, 2, 3}, 3}.verdict()), StartsWith(rows));
     EXPECT_EQ((borrowed_sparse{{2, 0, 1}, {0, 2, 3}, 3}.verdict(validate_depth::cheap)), "");
 }
 

@@ -3,6 +3,7 @@
 #include "support/arr.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
+#include "support/sparse_arr.hpp"
 
 #include <nd/access.hpp>
 #include <nd/convert.hpp>
@@ -65,6 +66,21 @@ const conversion conversions[] = {
          return arr("uint8 1x3", {0, 2, 1});
      },
      ndLOGICAL_CLASS},
+    {"sparse to another class",
+     [] {
+         return sparse_arr("double 3x2", {{1, 0, 1.5}, {2, 1, 2.5}});
+     },
+     ndLOGICAL_CLASS},
+    {"complex sparse to another class",
+     [] {
+         return sparse_arr("complex double 3x2", {{1, 0, {1, 2}}}, 4);
+     },
+     ndSINGLE_CLASS},
+    {"sparse to the same class",
+     [] {
+         return sparse_arr("single 3x2", {{1, 0, 1.5}}, 4);
+     },
+     ndSINGLE_CLASS},
     {"many complex elements", [] { return arr("complex double 60000x1"); }, ndINT8_CLASS},
 };
 
@@ -116,6 +132,53 @@ TEST_F(ConversionFaults, APointerKeepsItsArray) {
         run.operand(source.get());
         run.act([&] { return matrix::convert_if_needed(std::move(source), ndINT8_CLASS); });
     });
+}
+
+struct storage_change {
+    const char* name;
+    array_ptr (*source)();
+    ndArray_tag* (*coerce)(const ndArray_tag*);
+    boost::intrusive_ptr<ndArray_tag> (*convert)(const ndArray_tag*);
+};
+
+const storage_change storage_changes[] = {
+    {"to sparse", [] { return numbered("double 3x4"); }, api::ndMustBeSparse,
+     matrix::convert_to_sparse_if_needed},
+    {"to sparse, nothing to store", [] { return arr("logical 3x4"); }, api::ndMustBeSparse,
+     matrix::convert_to_sparse_if_needed},
+    {"to sparse, complex", [] { return numbered("complex single 2x3x2"); }, api::ndMustBeSparse,
+     matrix::convert_to_sparse_if_needed},
+    {"to full",
+     [] {
+         return sparse_arr("double 3x2", {{1, 0, 1.5}}, 4);
+     },
+     api::ndMustBeFull, matrix::convert_to_full_if_needed},
+    {"to full, complex",
+     [] {
+         return sparse_arr("complex double 3x2", {{1, 0, {1, 2}}});
+     },
+     api::ndMustBeFull, matrix::convert_to_full_if_needed},
+};
+
+TEST_F(ConversionFaults, TheOtherStorageLeavesItsSourceAlone) {
+    for (const storage_change& c : storage_changes) {
+        const fault_report framed =
+            for_each_failing_alloc(c.name,
+                                   [&](fault_run& run) {
+                                       const array_ptr source = c.source();
+                                       run.operand(source.get());
+                                       run.act([&] { return c.coerce(source.get()); });
+                                   },
+                                   {.framed = true, .second_within = 2});
+        EXPECT_TRUE(framed.passed);
+        EXPECT_EQ(framed.recovered, 0);
+        const fault_report counted = for_each_failing_alloc(c.name, [&](fault_run& run) {
+            const array_ptr source = c.source();
+            run.operand(source.get());
+            run.act([&] { return array_ptr(c.convert(source.get()).detach()); });
+        });
+        EXPECT_TRUE(counted.passed);
+    }
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "support/array_matchers.hpp"
 #include "support/classes.hpp"
 #include "support/fixture.hpp"
+#include "support/sparse_arr.hpp"
 
 #include <foundation/core/except/exception.hpp>
 #include <nd/access.hpp>
@@ -171,8 +172,8 @@ TEST_F(ConvertIfNeeded, ASparseArrayKeepsToClassesWithASparseForm) {
                  error_of<TARVEL::legacy_two_part::unimplementedSparseType>);
     EXPECT_THROW(convert_if_needed(std::move(sparse), ndCHAR_CLASS),
                  error_of<TARVEL::legacy_two_part::unimplementedSparseType>);
-    EXPECT_THROW(convert_if_needed(sparse.get(), ndLOGICAL_CLASS),
-                 error_of<TARVEL::legacy_two_part::invalidConversion>);
+    EXPECT_THAT(convert_if_needed(sparse.get(), ndLOGICAL_CLASS).get(),
+                EqualsArray(sparse_arr("logical 3x2", {{1, 0, 1}, {2, 1, 1}})));
     sparse->flags |= matrix::flag_complex;
     EXPECT_THROW(convert_if_needed(sparse.get(), ndCHAR_CLASS),
                  error_of<TARVEL::legacy_two_part::noConversionComplexToChar>);
@@ -197,19 +198,33 @@ TEST_F(ConvertIfNeeded, AFullArrayIsFull) {
     EXPECT_EQ(matrix::convert_to_full_if_needed(array_ptr()), nullptr);
 }
 
-// Where there is no array of the other storage the one that was given stands. So far that is every class.
-TEST_F(ConvertIfNeeded, AnArrayWithoutTheOtherFormStands) {
-    for (const char* const name : {"double 1x2", "int8 1x2", "char 1x2", "cell 1x2", "single 0x0"}) {
-        array_ptr full = arr(name);
-        const ndArray_tag* const same = full.get();
-        EXPECT_EQ(matrix::convert_to_sparse_if_needed(same).get(), same) << name;
-        EXPECT_EQ(matrix::convert_to_sparse_if_needed(std::move(full)).get(), same) << name;
+TEST_F(ConvertIfNeeded, TheOtherStorageIsANewArrayWithOneOwner) {
+    struct change {
+        counted_ptr (*of_pointer)(const ndArray_tag*);
+        counted_ptr (*of_counted)(counted_ptr&);
+        array_ptr (*of_owned)(array_ptr&&);
+    };
+    constexpr change to_full{matrix::convert_to_full_if_needed, matrix::convert_to_full_if_needed,
+                             matrix::convert_to_full_if_needed};
+    constexpr change to_sparse{matrix::convert_to_sparse_if_needed, matrix::convert_to_sparse_if_needed,
+                               matrix::convert_to_sparse_if_needed};
+    const array_ptr full = arr("double 3x2", {0, 1.5, 0, 0, 0, 2.5});
+    const array_ptr sparse = sparse_3x2();
+    for (const bool fill : {true, false}) {
+        const change& c = fill ? to_full : to_sparse;
+        array_ptr array = matrix::detail::do_deep_copy(fill ? sparse.get() : full.get());
+        const ndArray_tag* const source = array.get();
+        const ndArray_tag* const expected = fill ? full.get() : sparse.get();
+        const counted_ptr plain = c.of_pointer(source);
+        EXPECT_THAT(plain.get(), EqualsArray(expected));
+        EXPECT_EQ(plain->ref_count, 1U);
+        counted_ptr counted(array.get());
+        EXPECT_THAT(c.of_counted(counted).get(), EqualsArray(expected));
+        counted.reset();
+        EXPECT_THAT(c.of_owned(std::move(array)), EqualsArray(expected));
+        EXPECT_EQ(array.get(), source) << "a conversion leaves the pointer its array";
+        EXPECT_EQ(source->ref_count, 1U);
     }
-    array_ptr sparse = sparse_3x2();
-    const ndArray_tag* const same = sparse.get();
-    EXPECT_EQ(matrix::convert_to_full_if_needed(same).get(), same);
-    EXPECT_EQ(sparse->ref_count, 1U);
-    EXPECT_EQ(matrix::convert_to_full_if_needed(std::move(sparse)).get(), same);
 }
 
 TEST_F(ConvertIfNeeded, ASparseArrayIsSparse) {

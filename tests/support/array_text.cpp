@@ -8,6 +8,7 @@
 #include "support/array_spec.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 #include <ostream>
 #include <sstream>
@@ -48,6 +49,25 @@ std::string slot_text(const ndArray_tag* element) {
                               : "<" + class_text(element) + " " + dims_text_of(element) + ">";
 }
 
+std::string end_text(const ndArray_tag* array) {
+    return "} [" + matrix::internal::flag_names(array->flags) + "]";
+}
+
+// "(2,1) 1.5, (3,2) 2.5": what is stored, with one-based subscripts.
+std::string stored_text(const ndArray_tag* sparse) {
+    std::string text;
+    const auto* const starts = std::bit_cast<const std::size_t*>(sparse->info_b);
+    const auto* const rows = std::bit_cast<const std::size_t*>(sparse->info_a);
+    const std::size_t count = starts == nullptr ? 0 : starts[sparse->n_or_ndims];
+    for (std::size_t k = 0, column = 0; k < std::min(count, printed_elements); ++k) {
+        while (starts[column + 1] <= k) ++column;
+        text += (k == 0 ? "(" : ", (") + std::to_string(rows[k] + 1) + "," + std::to_string(column + 1) +
+                ") " + element_text(sparse, k);
+    }
+    if (count > printed_elements) text += ", ... " + std::to_string(count) + " stored";
+    return text + end_text(sparse);
+}
+
 } // namespace
 
 std::string class_text(const ndArray_tag* array) {
@@ -82,7 +102,8 @@ std::string array_text(const ndArray_tag* array) {
     if (const std::string broken = matrix::internal::validate(array); !broken.empty())
         return "(" + broken + ")";
     std::string text = class_text(array) + " " + dims_text_of(array) + field_names_text(array) + " {";
-    const bool readable = array->pdata != nullptr && (array->flags & matrix::flag_sparse) == 0;
+    if ((array->flags & matrix::flag_sparse) != 0) return text + stored_text(array);
+    const bool readable = array->pdata != nullptr;
     const bool container = matrix::internal::is_container_class(array->class_id);
     const std::size_t count = !readable   ? 0
                               : container ? matrix::internal::slot_count(array)
@@ -91,7 +112,7 @@ std::string array_text(const ndArray_tag* array) {
         text += (i == 0 ? "" : ", ") + element_text(array, i);
     }
     if (count > printed_elements) text += ", ... " + std::to_string(count) + " in all";
-    return text + "} [" + matrix::internal::flag_names(array->flags) + "]";
+    return text + end_text(array);
 }
 
 } // namespace test

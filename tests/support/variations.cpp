@@ -12,6 +12,8 @@
 #include <nd/containers.hpp>
 #include <nd/sizes.hpp>
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 #include <new>
 #include <string>
@@ -35,13 +37,15 @@ bool has_data(const ndArray_tag* value) { return value->pdata != nullptr; }
 
 // Plain bytes or slots: what a test may move to another block.
 bool has_movable_data(const ndArray_tag* value) {
-    return has_data(value) && (value->flags & matrix::flag_sparse) == 0 &&
-           (matrix::internal::has_plain_elements(value->class_id) ||
-            matrix::internal::is_container_class(value->class_id));
+    return has_data(value) && (matrix::internal::has_plain_elements(value->class_id) ||
+                               matrix::internal::is_container_class(value->class_id));
 }
+
+bool is_sparse(const ndArray_tag* value) { return (value->flags & matrix::flag_sparse) != 0; }
 
 // What a block consists of: slots in a container, elements otherwise.
 std::size_t unit_count(const ndArray_tag* value) {
+    if (is_sparse(value)) return value->info_c;
     return matrix::internal::is_container_class(value->class_id) ? matrix::internal::slot_count(value)
                                                                  : element_count(value);
 }
@@ -93,11 +97,31 @@ representation custom_deleter(const ndArray_tag* value) {
     return made;
 }
 
+// Growth in place is for full arrays.
+bool may_have_capacity(const ndArray_tag* value) { return has_movable_data(value) && !is_sparse(value); }
+
 representation capacity_tracked(const ndArray_tag* value) {
     representation made = alone(own_copy(value));
     ndArray_tag* const array = made.value.get();
     replace_block(array, matrix::detail::noninlined::nd_array_api::ndGetCapacity(unit_count(array)), nullptr);
     array->flags |= matrix::flag_capacity_tracked;
+    return made;
+}
+
+// Room behind the last stored value, and what lies there says nothing.
+representation sparse_with_slack(const ndArray_tag* value) {
+    representation made = alone(own_copy(value));
+    ndArray_tag* const array = made.value.get();
+    const std::size_t room = array->info_c + 3;
+    replace_block(array, room, nullptr);
+    auto* const rows = static_cast<std::uint64_t*>(heap().malloc(room * sizeof(std::uint64_t)));
+    if (rows == nullptr) throw std::bad_alloc{};
+    std::fill_n(rows, room, ~std::uint64_t{0});
+    auto* const old = std::bit_cast<std::uint64_t*>(array->info_a);
+    std::copy_n(old, array->info_c, rows);
+    heap().free(old);
+    array->info_a = std::bit_cast<std::uint64_t>(rows);
+    array->info_c = room;
     return made;
 }
 
@@ -178,7 +202,8 @@ constexpr variation table[] = {
     {"shared block, the copy of it", has_data, second_sharer},
     {"block that was shared once", has_data, once_shared},
     {"block with a custom deleter", has_movable_data, custom_deleter},
-    {"block of tracked capacity", has_movable_data, capacity_tracked},
+    {"block of tracked capacity", may_have_capacity, capacity_tracked},
+    {"sparse array with slack", is_sparse, sparse_with_slack},
     {"header with two owners", always, header_owned_twice},
     {"header that had more dimensions", always, once_had_more_dims},
     {"header with user bits", always, with_user_bits},

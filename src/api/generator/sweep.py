@@ -14,6 +14,7 @@ IDS = {
     "numeric": "TARVEL:numericArgRequired",
     "complex": "TARVEL:matrix:illegalComplexArray",
     "memory": "TARVEL:nomem",
+    "old_indices": "TARVEL:err_sparse_64bit_obsolete",
 }
 VALUES = {
     "ndClassID": "ndDOUBLE_CLASS", "ndComplexity": "ndREAL", "double": "1", "float": "1", "bool": "true", "int": "0",
@@ -178,7 +179,8 @@ def size(call):
     else:
         for replaced in call.each_size(("above_ceiling", "SIZE_MAX")):
             yield IDS["ceiling"], call.refused(**replaced)
-    above_limit = {name: "above_any_limit" for name in call.sizes} | {
+    # The room of a sparse array isn't multiplied with another size.
+    above_limit = {name: "INT_MAX" if name == "nzmax" else "above_any_limit" for name in call.sizes} | {
         name: call.shape("above_any_limit", "above_any_limit") for name in call.lists}
     if "Struct" not in call.form.symbol:  # the bytes of a struct depend on its fields, not on its elements alone
         yield IDS["limit"], f"under_a_small_limit([] {{ return {call.refused(**above_limit)}; }})"
@@ -244,13 +246,18 @@ def null_buffer(call):
         yield "", f"{call.text(array='nullptr', **replaced)} == 0"
 
 
+def old_indices(call):
+    if call.form.narrow:
+        yield IDS["old_indices"], on_array("ndDOUBLE_CLASS", "ndREAL", call.refused())
+
+
 MAKERS = {
     "null_array": null_array, "null_ignored": null_array, "wrong_class": wrong_class, "wrong_complexity": wrong_complexity,
     "complex_array": complex_array, "unknown_name": unknown_name, "size": size, "negative_size": negative_size,
     "class_id": class_id, "numeric_class": numeric_class, "narrow_result": narrow_result, "narrow_offset": narrow_offset,
     "not_struct": not_struct, "zero_size": zero_size, "block_memory": block_memory, "block_product": block_product,
-    "null_block": null_block, "text_size": text_size, "null_text": null_text, "not_char": not_char,
-    "null_buffer": null_buffer,
+    "null_block": null_block, "old_indices": old_indices, "text_size": text_size, "null_text": null_text,
+    "not_char": not_char, "null_buffer": null_buffer,
     "slot": slot, "element": element, "field_name": field_name, "field_name_of_array": field_name, "null_name": null_name,
     "field_number": field_number, "array_field_number": field_number, "struct_array": no_struct,
 }

@@ -65,8 +65,11 @@ class Row:
         return any(form.built for form in self.forms)
 
     def checks_of(self, form):
-        """What the form promises to test: the row's checks, and negative sizes where it takes int for a size."""
-        narrowed = any(own.kind != wide.kind for own, wide in zip(form.signature.arguments, self.signature.arguments))
+        """What the form promises to test: the row's checks, and negative sizes where it takes int for a size.
+
+        What a pointer to indices that may be written points to isn't read."""
+        narrowed = any(own.kind != wide.kind and (own.kind == "int" or own.kind.startswith("const "))
+                       for own, wide in zip(form.signature.arguments, self.signature.arguments))
         return [*self.checks, "negative_size"] if narrowed else list(self.checks)
 
     def form_for(self, api):

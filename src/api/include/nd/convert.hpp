@@ -34,8 +34,8 @@ namespace matrix {
 ///   struct                   to cell: fields become the first dimension, and the two share their elements
 ///   object                   the same, and to struct: the object's fields, shared one by one
 ///   opaque                   what its class says
-///   sparse                   not to another class so far: the conversions between logical, double and single, which have a sparse
-///                            form, give an empty pointer
+///   sparse                   between logical, double and single: the same pattern in the other class. Complex stays complex, and
+///                            values that become 0 stay stored
 /// Null gives an empty pointer. Raises TARVEL:legacy_two_part:nologicalcomplex for complex to logical, nologicalnan as above,
 /// TARVEL:legacy_two_part:unimplementedSparseType for a sparse array and a class without sparse form (single without the feature
 /// SingleSparse is one), and as a creator does. std::bad_alloc may also come from the scheduler of the threads. array keeps its
@@ -53,13 +53,17 @@ ND_EXPORT boost::intrusive_ptr<ndArray_tag> convert_if_needed(const ndArray_tag*
 /// keeps the array.
 ND_EXPORT array_ptr convert_if_needed(array_ptr&& array, ndClassID classId);
 
-/// The array, with one owner more, when it is full; otherwise a full copy, or the array where there is none: so far always.
+/// The array, with one owner more, when it is full; otherwise a full copy. A header that says sparse in a class without sparse
+/// form stands as it is. Raises as a creator does; array keeps its value. Null gives an empty pointer.
 ND_EXPORT boost::intrusive_ptr<ndArray_tag>
 convert_to_full_if_needed(boost::intrusive_ptr<ndArray_tag>& array);
 ND_EXPORT boost::intrusive_ptr<ndArray_tag> convert_to_full_if_needed(const ndArray_tag* array);
 ND_EXPORT array_ptr convert_to_full_if_needed(array_ptr&& array);
 
-/// The array, with one owner more, when it is sparse; otherwise a sparse copy, or the array where there is none: so far always.
+/// The array, with one owner more, when it is sparse; otherwise a sparse copy, which stores the elements that aren't 0 (NaN is
+/// one) and has room for no more; complex stays complex. Of an array of more than two dimensions it is the matrix of its columns.
+/// Raises TARVEL:legacy_two_part:unimplementedSparseType for a class without sparse form, which single is without the feature
+/// SingleSparse, and as a creator does; array keeps its value. Null gives an empty pointer.
 ND_EXPORT boost::intrusive_ptr<ndArray_tag>
 convert_to_sparse_if_needed(boost::intrusive_ptr<ndArray_tag>& array);
 ND_EXPORT boost::intrusive_ptr<ndArray_tag> convert_to_sparse_if_needed(const ndArray_tag* array);
@@ -70,6 +74,11 @@ namespace detail::noninlined::nd_array_api {
 /// matrix::create_converted_copy with the result as a temporary. Errors are exceptions when matrix::initModule ran with mode 1;
 /// in any other mode the result is null.
 ND_EXPORT ndArray_tag* ndCreateConvertedCopy(const ndArray_tag* array, ndClassID classId);
+
+/// matrix::convert_to_full_if_needed and matrix::convert_to_sparse_if_needed for arguments: array itself when nothing was to do,
+/// otherwise a new array, as a temporary. Errors as in ndCreateConvertedCopy. Null gives null.
+ND_EXPORT ndArray_tag* ndMustBeFull(const ndArray_tag* array);
+ND_EXPORT ndArray_tag* ndMustBeSparse(const ndArray_tag* array);
 
 /// Converts count scalars from source to destination. The buffers don't overlap and may lie at any address. Classes without
 /// scalars: nothing is written. Raises nologicalnan in every mode; scalars are judged and written by fours, and those before the

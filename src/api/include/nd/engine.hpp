@@ -21,6 +21,7 @@
 #include <nd/protected.hpp>
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
+#include <nd/sparse.hpp>
 #include <nd/text.hpp>
 #include <nd/typed.hpp>
 #include <nd/types.h>
