@@ -1,6 +1,8 @@
 // The table of creators.
 #include "matrix/creator_table.hpp"
 
+#include <nd/text.hpp>
+
 namespace test {
 namespace {
 
