@@ -53,6 +53,24 @@ TEST(PublicClasses, GuardedArraysBecomeTheirOwn) {
     EXPECT_EQ(array->ref_count, 1U);
 }
 
+template <class Char, class Helper>
+void expect_strings_are_copied() {
+    const std::array<Char, 3> text{'a', 'b', 0};
+    using guard = Kprotected_cptr<Char, Helper>;
+    const guard first(Helper::copy(text.data()), true);
+    const guard second(first);
+    EXPECT_NE(second.get(), first.get());
+    EXPECT_EQ(std::basic_string<Char>(second.get()), text.data());
+    const array_ptr array(api::ndCreateString("ab"));
+    const guard read(Helper::toString(array.get()), true);
+    EXPECT_EQ(std::basic_string<Char>(read.get()), text.data());
+}
+
+TEST(PublicClasses, OfGuardedStrings) {
+    expect_strings_are_copied<char, Kprotected_ndString_helper>();
+    expect_strings_are_copied<char16_t, Kprotected_ndStringUTF16_helper>();
+}
+
 TEST(PublicClasses, OfTheSizeLimit) {
     EXPECT_EQ(matrix::ArraySizeLimit::getInstance().getPercent(), 100U);
     const std::array<std::size_t, 2> dims{3, 4};
