@@ -4,11 +4,13 @@
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
 #include "matrix/validate.hpp"
-#include "support/arr.hpp"
+#include "support/array_matchers.hpp"
+#include "support/sparse_arr.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
 #include <nd/share.hpp>
+#include <nd/sparse.hpp>
 
 #include <atomic>
 #include <numeric>
@@ -265,6 +267,25 @@ TEST_F(SharingThreads, UnshareAtOnce) {
             EXPECT_EQ(sum(source), sum_of_elements);
             source.reset();
             EXPECT_EQ(deleter_calls, 1);
+        }
+    }
+}
+
+// Three blocks go with one record: values, rows and column starts.
+TEST_F(SharingThreads, UnshareSparseArraysAtOnce) {
+    for (const int threads : crews) {
+        for (int round = 0; round < 50; ++round) {
+            array_ptr source = sparse_arr("double 9x3", {{1, 0, 1}, {8, 2, 2}}, 7);
+            std::atomic<int> wrong{0};
+            share_among(threads, source, [&](array_ptr mine) {
+                api::ndUnshare(mine.get());
+                static_cast<double*>(mine->pdata)[1] = 5;
+                api::ndGetIr(mine.get())[1] = 4;
+                api::ndGetJc(mine.get())[2] = 2;
+                if (!same_value(sparse_arr("double 9x3", {{1, 0, 1}, {4, 1, 5}}).get(), mine.get())) ++wrong;
+            });
+            EXPECT_EQ(wrong, 0);
+            EXPECT_THAT(source, EqualsArray(sparse_arr("double 9x3", {{1, 0, 1}, {8, 2, 2}})));
         }
     }
 }
