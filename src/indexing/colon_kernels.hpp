@@ -49,29 +49,37 @@ public:
     template <class Element>
     static void floating(Element* out, std::size_t count, const line& elements) noexcept {
         constexpr std::size_t lanes = Registers::bytes / sizeof(double);
-        const auto numbers = ascending<double, lanes>() * elements.direction;
+        using vector_type = vector<double, lanes>;
         const double base = elements.base;
         const double step = elements.step;
-        const double vector_on = elements.direction * static_cast<double>(lanes);
-        double at = elements.first;
-        const auto store = [=](Element * to, double first) __attribute__((always_inline)) {
-            put(to, base + (numbers + first) * step);
-        };
         std::size_t done = 0;
-        for (; done + 4 * lanes <= count; done += 4 * lanes) {
-            store(out + done, at);
-            store(out + done + lanes, at + vector_on);
-            store(out + done + 2 * lanes, at + 2 * vector_on);
-            store(out + done + 3 * lanes, at + 3 * vector_on);
-            at += 4 * vector_on;
-        }
-        for (; done + lanes <= count; done += lanes) {
-            store(out + done, at);
-            at += vector_on;
+        if (count >= lanes) {
+            const double vector_on = elements.direction * static_cast<double>(lanes);
+            vector_type numbers = ascending<double, lanes>() * elements.direction + elements.first;
+            if (count >= 4 * lanes) {
+                vector_type second = numbers + vector_on;
+                vector_type third = second + vector_on;
+                vector_type fourth = third + vector_on;
+                for (; done + 4 * lanes <= count; done += 4 * lanes) {
+                    put(out + done, base + numbers * step);
+                    put(out + done + lanes, base + second * step);
+                    put(out + done + 2 * lanes, base + third * step);
+                    put(out + done + 3 * lanes, base + fourth * step);
+                    numbers += 4 * vector_on;
+                    second += 4 * vector_on;
+                    third += 4 * vector_on;
+                    fourth += 4 * vector_on;
+                }
+            }
+            for (; done + lanes <= count; done += lanes) {
+                put(out + done, base + numbers * step);
+                numbers += vector_on;
+            }
         }
         for (; done < count; ++done) {
-            out[done] = static_cast<Element>(base + at * step);
-            at += elements.direction;
+            const double number =
+                elements.first + static_cast<double>(static_cast<std::int64_t>(done)) * elements.direction;
+            out[done] = static_cast<Element>(base + number * step);
         }
     }
 

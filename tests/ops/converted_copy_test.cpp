@@ -56,6 +56,8 @@ TEST_F(ConvertedCopy, HasTheElementsOfTheOtherClass) {
         {arr("char 1x2", {65, 66}), arr("double 1x2", {65, 66})},
         {arr("int16 1x2", {300, -300}), arr("int8 1x2", {127, -128})},
         {arr("logical 1x2", {1, 0}), arr("single 1x2", {1, 0})},
+        {arr("int64 1x4", {200, 100, 0, -100}), arr("int8 1x4", {127, 100, 0, -100})},
+        {arr("single 1x3", {0.5, 1.5, 2.5}), arr("double 1x3", {0.5, 1.5, 2.5})},
         {arr("double 1x3", {0, -0.0, 0.1}), arr("logical 1x3", {0, 0, 1})},
         {arr("char 1x2", {0, 66}), arr("logical 1x2", {0, 1})},
         {arr("complex double 1x2", {{1.5, 2}, {0, -3.5}}), arr("complex int16 1x2", {{2, 2}, {0, -4}})},
@@ -70,7 +72,7 @@ TEST_F(ConvertedCopy, HasTheElementsOfTheOtherClass) {
         const auto target = static_cast<ndClassID>(r.expected->class_id);
         SCOPED_TRACE(std::string(api::ndGetClassName(r.source.get())) + " to " +
                      api::ndArrayClassIDName(target));
-        for_each_variation(r.source, [&](array_ptr& source) {
+        for_each_variation_of_value(r.source, [&](array_ptr& source) {
             const snapshot before(source.get());
             EXPECT_THAT(create_converted_copy(source.get(), target), EqualsArray(r.expected.get()));
             EXPECT_EQ(before.difference(), "");
