@@ -1,9 +1,10 @@
 // Operands of a colon expression: which class the range gets, what is refused, and the values that come out.
 #include "indexing/colon_support.hpp"
-#include "matrix/sparse_array.hpp"
 #include "support/arr.hpp"
 #include "support/fixture.hpp"
 #include "support/variations.hpp"
+
+#include <nd/convert.hpp>
 
 #include <gmock/gmock.h>
 
@@ -234,9 +235,14 @@ TEST_F(ColonArgs, AColonObjectCountsAsItsValue) {
 }
 
 TEST_F(ColonArgs, ASparseScalarCountsAsItsValue) {
-    const array_ptr sparse = sparse_3x2();
-    EXPECT_EQ(outcome_of(list(matrix::detail::do_deep_copy(sparse.get()), full("double", 5))).raised,
-              no_scalar);
+    const auto sparse = [](double value) {
+        return matrix::convert_to_sparse_if_needed(arr("double", {value}));
+    };
+    EXPECT_THAT(outcome_of(list(sparse(3), full("double", 5))).out, ElementsAre(3, 1, 5, 0));
+    EXPECT_THAT(outcome_of(list(sparse(0), full("int8", 5))).out, ElementsAre(0, 1, 5, 0));
+    EXPECT_EQ(
+        outcome_of(list(matrix::convert_to_sparse_if_needed(arr("double 1x2")), full("double", 5))).raised,
+        no_scalar);
 }
 
 TEST_F(ColonArgs, OfANegativeNumberThereAreNone) {
