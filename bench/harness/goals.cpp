@@ -51,6 +51,13 @@ constexpr goal goals[] = {
     {"create_zero_resident", "1e6", 1.5},
     {"create_raw_resident", "1e6", 1.5},
 
+    {"colon_1_n", "10", 1.75},
+    {"colon_0_0.1_n", "10", 1.75},
+    {"colon_1_n", "1000", 1.2},
+    {"colon_0_0.1_n", "1000", 1.2},
+    {"colon_1_n", "1e6", 1.1},
+    {"colon_0_0.1_n", "1e6", 1.1},
+
     {"duplicate", "1e6", 1.05},
     {"destroy_cell", "1000of3x4", 1.3},
 

@@ -1,12 +1,10 @@
-// Class conversion: a header and a block as in freelist.cpp (above its blocks: from the heap), and the quickest loop for the pair.
+// Class conversion: a new array (results.hpp), and the quickest loop for the pair.
 //
 //   double to whole numbers of up to 32 bits, to code units and to logical   intrinsics, AVX2
 //   everything else                                                          loops that the compiler turns into AVX2 where it can
 //
 // The whole file is compiled for AVX2; nobody asks for a converter on a processor without.
-#include "array_header.hpp"
-
-#include <foundation/core/mem/aligned_heap.hpp>
+#include "results.hpp"
 
 #include <immintrin.h>
 
@@ -20,23 +18,6 @@
 #include <utility>
 
 namespace {
-
-const foundation::core::mem::aligned_heap& heap() noexcept {
-    return foundation::core::mem::aligned_heap_instance();
-}
-
-// ---- results
-
-constexpr std::size_t largest_listed = 16384;
-
-// A large result's header comes from the lists too; the block it had there waits in the header.
-limit_array* create(std::size_t bytes) noexcept {
-    if (bytes <= largest_listed) return limit_create_raw((bytes + 7) / 8, 1);
-    limit_array* const array = limit_create_raw(1, 1);
-    array->info[0] = std::bit_cast<std::uint64_t>(array->data);
-    array->data = heap().malloc(bytes);
-    return array;
-}
 
 // ---- loops in C
 
@@ -212,7 +193,7 @@ std::size_t by_intrinsics(plain<To>* to, const double* from, std::size_t count) 
 
 template <class To, class From>
 limit_array* convert(const void* source, std::size_t count) {
-    limit_array* const result = create(count * sizeof(To));
+    limit_array* const result = limits::create_result(count * sizeof(To));
     auto* __restrict const to = static_cast<plain<To>*>(result->data);
     const auto* __restrict const from = static_cast<const plain<From>*>(source);
     std::size_t done = 0;
@@ -250,12 +231,4 @@ limit_conversion limit_conversion_between(int from_class, int to_class) {
     const auto pair = static_cast<std::size_t>(to_class - first_class) * class_count +
                       static_cast<std::size_t>(from_class - first_class);
     return conversion_at(pair, std::make_index_sequence<class_count * class_count>());
-}
-
-void limit_destroy_converted(limit_array* array, size_t bytes) {
-    if (bytes > largest_listed) {
-        heap().free(array->data);
-        array->data = std::bit_cast<void*>(array->info[0]);
-    }
-    limit_destroy(array);
 }

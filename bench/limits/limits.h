@@ -61,7 +61,17 @@ typedef struct limit_conversion {
     const char* name;
 } limit_conversion;
 LIMIT_EXPORT limit_conversion limit_conversion_between(int from_class, int to_class);
-LIMIT_EXPORT void limit_destroy_converted(limit_array* array, size_t bytes);
+
+/* C(-O3,avx2), avx512: a new array of start, start + step, ... up to stop, which is its last element: the quickest for so many. */
+typedef limit_array* (*limit_range_maker)(double start, double step, double stop);
+typedef struct limit_range {
+    limit_range_maker make;
+    const char* name;
+} limit_range;
+LIMIT_EXPORT limit_range limit_range_of(size_t count);
+
+/* Ends an array that a conversion or a range made, of so many bytes. */
+LIMIT_EXPORT void limit_destroy_result(limit_array* array, size_t bytes);
 
 /* C(-O3): a new full array of m by n doubles from compressed columns, and back: a new array with three blocks, as long as needed. */
 LIMIT_EXPORT limit_array* limit_full_from_sparse(const double* values, const size_t* rows,

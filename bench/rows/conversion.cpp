@@ -72,7 +72,7 @@ row conversion(const scalar_class& from, const scalar_class& to, const length& s
                     const void* const source = source_of(from, size.count)->pdata;
                     const double begin = processor_time();
                     for (std::size_t i = 0; i < repetitions; ++i)
-                        limit_destroy_converted(limit.convert(source, size.count), size.count * to.size);
+                        limit_destroy_result(limit.convert(source, size.count), size.count * to.size);
                     return processor_time() - begin;
                 },
             .group = "convert"};

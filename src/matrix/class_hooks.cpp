@@ -1,4 +1,4 @@
-// The answers of the array model on its own: no class system is registered, a colon object is what its header says.
+// The answers of the array model on its own: no class system is registered.
 // The object hooks are real: an engine may install them before any object exists.
 #include "matrix/class_hooks.hpp"
 
@@ -55,10 +55,6 @@ const char* class_name_from_class_system(const ndArray_tag* array) {
 bool is_class_by_class_system(const ndArray_tag* array, const char* name) {
     return std::string_view(name) == class_name_from_class_system(array);
 }
-
-std::size_t count_colon_elements(const ndArray_tag* array) { return element_count(array); }
-
-array_ptr expand_colon_object(const ndArray_tag* /*array*/) { return nullptr; }
 
 array_ptr convert_opaque(const ndArray_tag* /*array*/, ndClassID /*target*/) { return nullptr; }
 

@@ -41,11 +41,12 @@ const char* class_name_from_class_system(const ndArray_tag* array);
 /// Whether an opaque array is of the class with this name; name isn't null.
 bool is_class_by_class_system(const ndArray_tag* array, const char* name);
 
-/// How many elements the range of a colon object has.
+/// How many elements a colon object stands for, or any other array has.
 std::size_t count_colon_elements(const ndArray_tag* array);
 
-/// The elements of a colon object's range, in its class, as an array without the flag; null when the operands are all there is.
-array_ptr expand_colon_object(const ndArray_tag* array);
+/// What operations on values take in place of a colon object: the vector that it stands for, with the flags of the object that say
+/// nothing about storage. Null for any other array. Raises as a creator does.
+array_ptr expand_if_colon_object(const ndArray_tag* array);
 
 /// The value of an opaque array in another class, as its own class makes it; null when that can't.
 array_ptr convert_opaque(const ndArray_tag* array, ndClassID target);

@@ -1,5 +1,6 @@
 // Views: other dimensions over data that stay somebody else's.
 #include "matrix/arraycpy.hpp"
+#include "matrix/class_hooks.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
@@ -12,6 +13,10 @@ using namespace internal;
 
 array_ptr createReshapedView(ndArray_tag* array, std::span<const kvSize> dims) {
     if (array == nullptr) return nullptr;
+    if (array_ptr expanded = expand_if_colon_object(array)) { // operands have no other dimensions
+        expanded->set_dimensions(dims);
+        return expanded;
+    }
     bring_data_up_to_date(array);
     array_ptr view = copy_header(array);
     if ((array->flags & flag_indexing_opaque) != 0) { // its class counts the payload

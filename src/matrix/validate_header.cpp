@@ -1,5 +1,6 @@
 // The rules of one header. A rule's sentence is what a failure prints, so the table is the documentation too.
 #include "matrix/accessors.hpp"
+#include "matrix/colon_layout.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/field_names.hpp"
 #include "matrix/scaffolding.hpp"
@@ -167,6 +168,10 @@ constexpr header_rule info_rules[] = {
      }},
     {"a sparse array has blocks of its own: a cache bin would forget the index vectors",
      [](const ndArray_tag* a) noexcept { return !has(a, flag_sparse) || !has(a, flag_cached_header); }},
+    {"a colon object is a real row with as many columns as its operands take",
+     [](const ndArray_tag* a) noexcept {
+         return implies(has(a, flag_colon_object), has_room_for_operands(a));
+     }},
     {"a sparse array has both index vectors, aligned, or neither",
      [](const ndArray_tag* a) noexcept {
          return implies(has(a, flag_sparse), (a->info_a == 0) == (a->info_b == 0) && is_aligned(a->info_a) &&

@@ -5,6 +5,8 @@
 #include "ops/sparse_conversion.hpp"
 
 #include "matrix/accessors.hpp"
+#include "matrix/class_hooks.hpp"
+#include "matrix/colon_layout.hpp"
 
 #include <errors/raise.hpp>
 
@@ -26,9 +28,10 @@ using counted_ptr = boost::intrusive_ptr<ndArray_tag>;
                                                               api::ndArrayClassIDName(target));
 }
 
-// Structs, cells and function handles are never converted here, not even where a converted copy exists.
+// Structs, cells and function handles are never converted here, not even where a converted copy exists. A colon object has the
+// class, but not as data.
 array_ptr converted(const ndArray_tag* array, ndClassID target) {
-    if (array->class_id == target) return nullptr;
+    if (array->class_id == target && !is_colon_object(array)) return nullptr;
     array_ptr result;
     if (has_scalars(array->class_id)) {
         if (target == ndCHAR_CLASS && is_complex(array))

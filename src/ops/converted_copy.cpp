@@ -1,10 +1,11 @@
 // A copy of an array in another class. Cases in the order in which they are tried:
 //
+//   colon object                the vector that it stands for, and that in the class
 //   same class                  deep copy
 //   struct, object              to cell: the slots shared; object to struct: slots of its own over shared values
 //   opaque                      its class system answers (class_hooks.hpp): none, while none is registered
 //   no scalars                  none: unknown, cell, void, function handle
-//   logical, char, numeric      a colon object is expanded first
+//   logical, char, numeric
 //     to struct and others      when the array has no elements: an empty array of that class
 //     sparse                    sparse_conversion.hpp
 //     to logical from zeros     a shared copy under another class name, where an element is a byte
@@ -161,12 +162,11 @@ using namespace internal;
 
 array_ptr create_converted_copy(const ndArray_tag* array, ndClassID classId) {
     if (array == nullptr) return nullptr;
+    if (array_ptr expanded = expand_if_colon_object(array))
+        return expanded->class_id == classId ? std::move(expanded)
+                                             : convert_scalar_class(expanded.get(), classId);
     if (array->class_id == classId) return detail::do_deep_copy(array);
-    if (has_scalars(array->class_id)) {
-        const bool colon = (array->flags & flag_colon_object) != 0;
-        const array_ptr expanded = colon ? expand_colon_object(array) : nullptr;
-        return convert_scalar_class(expanded ? expanded.get() : array, classId);
-    }
+    if (has_scalars(array->class_id)) return convert_scalar_class(array, classId);
     switch (array->class_id) {
     case ndSTRUCT_CLASS:
         return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;

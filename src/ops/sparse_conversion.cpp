@@ -105,8 +105,7 @@ array_ptr full_from_sparse(const ndArray_tag* sparse) {
 
 array_ptr sparse_from_full(const ndArray_tag* full) {
     if (!has_sparse_form(static_cast<ndClassID>(full->class_id))) raise_no_sparse_form();
-    const bool colon = (full->flags & flag_colon_object) != 0;
-    const array_ptr expanded = colon ? expand_colon_object(full) : nullptr;
+    const array_ptr expanded = expand_if_colon_object(full);
     const ndArray_tag* const source = expanded ? expanded.get() : full;
     bring_data_up_to_date(source);
     array_ptr sparse;
@@ -116,7 +115,9 @@ array_ptr sparse_from_full(const ndArray_tag* full) {
     return sparse;
 }
 
-array_ptr made_full(const ndArray_tag* array) { return is_sparse(array) ? full_from_sparse(array) : nullptr; }
+array_ptr made_full(const ndArray_tag* array) {
+    return is_sparse(array) ? full_from_sparse(array) : expand_if_colon_object(array);
+}
 
 array_ptr made_sparse(const ndArray_tag* array) {
     return is_sparse(array) ? nullptr : sparse_from_full(array);

@@ -5,6 +5,7 @@
 #include "support/variations.hpp"
 
 #include <nd/access.hpp>
+#include <nd/colon.hpp>
 
 #include <gmock/gmock.h>
 
@@ -153,11 +154,12 @@ TEST_F(Shape, IsEmptyWhereADimensionIsZero) {
 
 // The dimensions are those of the operands, of which there are always some.
 TEST_F(Shape, OfAColonObjectSaysNothingOfItsRange) {
-    const auto range = arr("double 1x3", {1, 1, 5});
-    range->flags |= matrix::flag_colon_object;
+    const auto range = matrix::create_colon_object(1, 1, 5);
     EXPECT_FALSE(api::ndIsEmpty(range.get()));
     EXPECT_EQ(api::ndGetNumberOfElements(range.get()), 3U) << "as it is stored";
-    range->flags &= ~matrix::flag_colon_object;
+    const auto nothing = matrix::create_colon_object(5, 1, 1);
+    EXPECT_TRUE(api::ndIsEmpty(nothing.get()));
+    EXPECT_EQ(api::ndGetNumberOfElements(nothing.get()), 3U);
 }
 
 // Zero is a matter of each dimension, not of a product that has wrapped.

@@ -129,6 +129,8 @@ constexpr corruption dims_corruptions[] = {
      "a scalar-double array is a full double"},
 };
 
+constexpr const char* colon_rule = "a colon object is a real row with as many columns as its operands take";
+
 constexpr corruption info_corruptions[] = {
     {"double", [](ndArray_tag* a) { a->info_a = 8; }, "info words are zero but for"},
     {"char 1x2", [](ndArray_tag* a) { a->info_b = 8; }, "info words are zero but for"},
@@ -153,6 +155,14 @@ constexpr corruption info_corruptions[] = {
      "a sparse array has both index vectors"},
     {"double 2x2", [](ndArray_tag* a) { a->flags |= matrix::flag_sparse | matrix::flag_cached_header; },
      "a sparse array has blocks of its own"},
+    {"logical 1x17", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
+    {"cell 1x3", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
+    {"double 3x1", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
+    {"double 1x4", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
+    {"double 1x3x2", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
+    {"complex double 1x3", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
+    {"int8 1x9", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
+    {"int64 1x5", [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; }, colon_rule},
 };
 
 constexpr corruption data_corruptions[] = {
@@ -218,6 +228,10 @@ TEST_F(Validate, AcceptsWhatIsRareButSound) {
         a->ref_count = 0;
         a->internal_ref_count = 1;
     });
+    // Bytes say nothing about operands: a skeleton copy of a range has any.
+    for (const char* row : {"char 1x6", "double 1x3", "single 1x4", "int8 1x10", "uint16 1x6", "int32 1x4",
+                            "int64 1x3", "int64 1x4", "uint64 1x4"})
+        accepted(row, [](ndArray_tag* a) { a->flags |= matrix::flag_colon_object; });
     accepted("double", [](ndArray_tag* a) { a->flags |= matrix::flag_reusable | matrix::flag_user_mask; });
     accepted("double 1x4",
              [](ndArray_tag* a) { a->flags |= matrix::flag_cached_header | 17U << matrix::flag_bin_shift; });

@@ -8,6 +8,7 @@
 
 #include <foundation/core/except/exception.hpp>
 #include <nd/access.hpp>
+#include <nd/colon.hpp>
 #include <nd/convert.hpp>
 #include <nd/messages.hpp>
 
@@ -62,6 +63,26 @@ TEST_F(ConvertIfNeeded, AnotherClassIsANewArrayWithOneOwner) {
     const ndArray_tag* const source = array.get();
     EXPECT_THAT(convert_if_needed(std::move(array), ndINT8_CLASS), EqualsArray(expected.get()));
     EXPECT_EQ(array.get(), source) << "a conversion leaves the pointer its array";
+}
+
+// A colon object has a class and full storage, but no elements in its data: what comes back is the vector.
+TEST_F(ConvertIfNeeded, AColonObjectIsAlwaysExpanded) {
+    array_ptr object = matrix::create_colon_object(1, 2, 5);
+    const ndArray_tag* const same = object.get();
+    for (const char* const cls : {"double", "int8"}) {
+        const array_ptr expected = arr(std::string(cls) + " 1x3", {1, 3, 5});
+        const auto id = static_cast<ndClassID>(expected->class_id);
+        EXPECT_THAT(convert_if_needed(same, id).get(), EqualsArray(expected.get()));
+        counted_ptr counted(object.get());
+        EXPECT_THAT(convert_if_needed(counted, id).get(), EqualsArray(expected.get()));
+        EXPECT_EQ(counted.get(), same);
+        counted.reset();
+        EXPECT_THAT(convert_if_needed(std::move(object), id), EqualsArray(expected.get()));
+        EXPECT_EQ(object.get(), same);
+    }
+    EXPECT_THAT(matrix::convert_to_full_if_needed(same).get(), EqualsArray(arr("double 1x3", {1, 3, 5})));
+    EXPECT_EQ(matrix::convert_to_sparse_if_needed(same)->flags & matrix::flag_colon_object, 0U);
+    EXPECT_TRUE(api::ndIsColonObj(same));
 }
 
 TEST_F(ConvertIfNeeded, NullIsNull) {

@@ -17,6 +17,7 @@
 #include <foundation/core/except/exception.hpp>
 #include <nd/access.hpp>
 #include <nd/cache.hpp>
+#include <nd/colon.hpp>
 #include <nd/convert.hpp>
 #include <nd/interleaved.hpp>
 #include <nd/messages.hpp>
@@ -55,6 +56,8 @@ TEST_F(ConvertedCopy, HasTheElementsOfTheOtherClass) {
         {arr("char 1x2", {65, 66}), arr("double 1x2", {65, 66})},
         {arr("int16 1x2", {300, -300}), arr("int8 1x2", {127, -128})},
         {arr("logical 1x2", {1, 0}), arr("single 1x2", {1, 0})},
+        {arr("int64 1x4", {200, 100, 0, -100}), arr("int8 1x4", {127, 100, 0, -100})},
+        {arr("single 1x3", {0.5, 1.5, 2.5}), arr("double 1x3", {0.5, 1.5, 2.5})},
         {arr("double 1x3", {0, -0.0, 0.1}), arr("logical 1x3", {0, 0, 1})},
         {arr("char 1x2", {0, 66}), arr("logical 1x2", {0, 1})},
         {arr("complex double 1x2", {{1.5, 2}, {0, -3.5}}), arr("complex int16 1x2", {{2, 2}, {0, -4}})},
@@ -69,7 +72,7 @@ TEST_F(ConvertedCopy, HasTheElementsOfTheOtherClass) {
         const auto target = static_cast<ndClassID>(r.expected->class_id);
         SCOPED_TRACE(std::string(api::ndGetClassName(r.source.get())) + " to " +
                      api::ndArrayClassIDName(target));
-        for_each_variation(r.source, [&](array_ptr& source) {
+        for_each_variation_of_value(r.source, [&](array_ptr& source) {
             const snapshot before(source.get());
             EXPECT_THAT(create_converted_copy(source.get(), target), EqualsArray(r.expected.get()));
             EXPECT_EQ(before.difference(), "");
@@ -367,18 +370,30 @@ TEST_F(ConvertedCopy, OfASparseArrayIsFirstAConversionOfItsClass) {
     EXPECT_EQ(source->pdata, values);
 }
 
-// A colon object stays one, in its own class and in another.
-TEST_F(ConvertedCopy, OfAColonObjectStandsForTheSameRange) {
-    const array_ptr source = arr("double 1x3", {1, 1, 5});
-    source->flags |= matrix::flag_colon_object;
-    for (const ndClassID target : {ndDOUBLE_CLASS, ndINT8_CLASS, ndSINGLE_CLASS}) {
-        const array_ptr copy = create_converted_copy(source.get(), target);
-        EXPECT_NE(copy->flags & matrix::flag_colon_object, 0U) << target;
-        EXPECT_EQ(api::ndGetNumberOfElements(copy.get()), 3U);
-        copy->flags &= ~matrix::flag_colon_object;
-        EXPECT_THAT(copy, EqualsArray(arr(std::string(api::ndGetClassName(copy.get())) + " 1x3", {1, 1, 5})));
-    }
-    source->flags &= ~matrix::flag_colon_object;
+// The vector that it stands for, whatever the class: the operands are never taken for elements.
+TEST_F(ConvertedCopy, OfAColonObjectIsOfItsVector) {
+    const array_ptr source = matrix::create_colon_object(1, 1.5, 9);
+    source->flags |= matrix::flag_from_global_workspace | 0x5A000000;
+    const snapshot before(source.get());
+    for_each_class(class_set::with_bytes, [&](const class_case& c) {
+        if (c.complexity == ndCOMPLEX) return;
+        const array_ptr copy = create_converted_copy(source.get(), c.id);
+        const array_ptr vector = matrix::create_colon_array(1, 1.5, 9, ndDOUBLE_CLASS);
+        EXPECT_THAT(copy, EqualsArray(create_converted_copy(vector.get(), c.id)));
+        EXPECT_EQ(api::ndGetNumberOfElements(copy.get()), 6U);
+        EXPECT_EQ(copy->flags & matrix::flag_colon_object, 0U);
+        EXPECT_EQ(copy->flags & (matrix::flag_from_global_workspace | matrix::flag_user_mask),
+                  matrix::flag_from_global_workspace | 0x5A000000U);
+    });
+    EXPECT_EQ(create_converted_copy(source.get(), ndCELL_CLASS), nullptr);
+    EXPECT_EQ(before.difference(), "");
+    const array_ptr nothing = matrix::create_colon_object(1, 1, 0, ndINT8_CLASS);
+    EXPECT_THAT(create_converted_copy(nothing.get(), ndCELL_CLASS), EqualsArray(arr("cell 1x0")));
+    EXPECT_THAT(create_converted_copy(nothing.get(), ndUINT64_CLASS), EqualsArray(arr("uint64 1x0")));
+    const array_ptr no_number = matrix::create_colon_object(1, api::ndGetNaN(), 5, ndINT8_CLASS);
+    EXPECT_THAT(create_converted_copy(no_number.get(), ndINT8_CLASS), EqualsArray(arr("int8", {0})));
+    EXPECT_THROW(create_converted_copy(no_number.get(), ndLOGICAL_CLASS),
+                 error_of<TARVEL::legacy_two_part::nologicalnan>);
 }
 
 TEST_F(ConvertedCopy, KeepsWhatBelongsToTheUserAndLosesWhatBelongsToTheBlock) {

@@ -9,6 +9,7 @@
 #include "support/array_matchers.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
+#include <nd/colon.hpp>
 #include <nd/containers.hpp>
 #include <nd/sizes.hpp>
 
@@ -17,6 +18,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <type_traits>
 
 namespace test {
 namespace {
@@ -194,6 +196,24 @@ representation shared_with_another_class(const ndArray_tag* value) {
     return made;
 }
 
+// start and step as the first elements have them; whether the others follow is for the expansion to tell.
+template <class T>
+array_ptr range_like(const ndArray_tag* value) {
+    const auto* const elements = static_cast<const T*>(value->pdata);
+    const std::size_t count = element_count(value);
+    const auto id = static_cast<ndClassID>(value->class_id);
+    const T first = elements[0];
+    const T last = elements[count - 1];
+    const auto at = [](T x) { return static_cast<double>(x); };
+    const double step = count == 1 ? 1.0 : at(elements[1]) - at(first);
+    if constexpr (sizeof(T) == sizeof(long long) && std::is_integral_v<T>) {
+        using operand = std::conditional_t<std::is_signed_v<T>, long long, unsigned long long>;
+        return matrix::create_int_colon_object(operand{first}, step, operand{last}, id);
+    } else {
+        return matrix::create_colon_object(at(first), step, at(last), id);
+    }
+}
+
 bool always(const ndArray_tag*) { return true; }
 
 constexpr variation table[] = {
@@ -215,6 +235,26 @@ constexpr variation table[] = {
 } // namespace
 
 std::span<const variation> all_variations() { return table; }
+
+array_ptr as_colon_object(const ndArray_tag* value) {
+    constexpr std::uint32_t other_storage = matrix::flag_sparse | matrix::flag_colon_object;
+    if (!has_data(value) || element_count(value) == 0 || (value->flags & other_storage) != 0) return nullptr;
+    if (value->class_id == ndLOGICAL_CLASS || !matrix::internal::has_plain_elements(value->class_id))
+        return nullptr;
+    array_ptr object;
+    matrix::internal::with_element_type(
+        value->class_id, [&]<class Row>(Row) { object = range_like<typename Row::type>(value); });
+    return object && same_value(matrix::expand_colon_object(object.get()).get(), value) ? std::move(object)
+                                                                                        : nullptr;
+}
+
+void for_each_variation_of_value(const ndArray_tag* value, const variation_body& body) {
+    for_each_variation(value, body);
+    array_ptr object = as_colon_object(value);
+    if (!object) return;
+    SCOPED_TRACE("representation: colon object");
+    body(object);
+}
 
 void for_each_variation(const ndArray_tag* value, const variation_body& body) {
     for (const variation& row : all_variations()) {

@@ -45,4 +45,13 @@ inline void for_each_variation(const matrix::array_ptr& value, const variation_b
     for_each_variation(value.get(), body);
 }
 
+/// The colon object that stands for the value; null where the value is no range.
+matrix::array_ptr as_colon_object(const ndArray_tag* value);
+
+/// The same for operations that take a value and not its data: also as a colon object, where the value is a range.
+void for_each_variation_of_value(const ndArray_tag* value, const variation_body& body);
+inline void for_each_variation_of_value(const matrix::array_ptr& value, const variation_body& body) {
+    for_each_variation_of_value(value.get(), body);
+}
+
 } // namespace test

@@ -7,6 +7,8 @@
 #include "support/classes.hpp"
 #include "support/fixture.hpp"
 
+#include <nd/colon.hpp>
+
 #include <gtest/gtest-spi.h>
 
 #include <set>
@@ -39,6 +41,37 @@ TEST_F(Variations, HoldTheValueForEveryClassAndShape) {
             EXPECT_THAT(value, EqualsArray(numbered(c.name + " " + dims)));
         }
     });
+}
+
+// A colon object comes last, where the value is a range: not for columns, complex values, and elements at uneven distances.
+TEST_F(Variations, OfAValueMayBeAColonObject) {
+    struct {
+        const char* description;
+        bool is_range;
+    } const rows[] = {
+        {"double 1x5", true},  {"single 1x1", true},  {"char 1x4", true},     {"int8 1x3", true},
+        {"uint16 1x2", true},  {"int64 1x5", true},   {"uint64 1x5", true},   {"double 5x1", false},
+        {"double 2x3", false}, {"double 1x0", false}, {"logical 1x3", false}, {"complex double 1x3", false},
+        {"cell 1x2", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.description);
+        const auto value = numbered(row.description);
+        std::size_t plain = 0;
+        std::size_t lazy = 0;
+        test::for_each_variation_of_value(value, [&](matrix::array_ptr& x) {
+            const bool object = (x->flags & matrix::flag_colon_object) != 0;
+            (object ? lazy : plain) += 1;
+            if (object) {
+                EXPECT_THAT(matrix::expand_colon_object(x.get()), EqualsArray(value.get()));
+            }
+        });
+        EXPECT_GE(plain, 3U);
+        EXPECT_EQ(lazy, row.is_range ? 1U : 0U);
+    }
+    EXPECT_EQ(test::as_colon_object(arr("double 1x3", {1, 2, 4}).get()), nullptr);
+    EXPECT_NE(test::as_colon_object(arr("uint64 1x3", {9, 6, 3}).get()), nullptr);
+    EXPECT_EQ(test::as_colon_object(test::as_colon_object(arr("double", {1}).get()).get()), nullptr);
 }
 
 TEST_F(Variations, HoldCells) {

@@ -8,6 +8,8 @@
  *   to floating point    the nearest number; beyond single's range that is infinity
  *   to logical           anything but 0 gives 1; NaN raises TARVEL:legacy_two_part:nologicalnan
  *
+ * Arrays: a colon object counts as the vector that it stands for, and is never the result, whatever its class.
+ *
  * Identifiers of the catalog TARVEL:legacy_two_part are shown without it: TARVEL:nologicalnan.
  *
  * A conversion runs on the thread that calls it, which may be any that owns the array. Only the question whether a long complex
@@ -29,8 +31,7 @@ namespace matrix {
 ///   logical, char, numeric   element by element; complex stays complex, but for char, and becomes real when every imaginary part
 ///                            comes out as 0. To char a complex array gives its real and imaginary parts as they lie, the first
 ///                            half of them. An int8 or uint8 array of zeros and ones becomes logical without a copy: the two
-///                            share their data. Not from logical to char. An array without elements can have any class.
-///                            A colon object stands for its elements, but as a copy of the same class it stays one
+///                            share their data. Not from logical to char. An array without elements can have any class
 ///   struct                   to cell: fields become the first dimension, and the two share their elements
 ///   object                   the same, and to struct: the object's fields, shared one by one
 ///   opaque                   what its class says

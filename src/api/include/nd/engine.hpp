@@ -7,6 +7,7 @@
 #include <nd/access.hpp>
 #include <nd/array.hpp>
 #include <nd/cache.hpp>
+#include <nd/colon.hpp>
 #include <nd/containers.hpp>
 #include <nd/convert.hpp>
 #include <nd/create.hpp>

@@ -35,7 +35,8 @@ ND_EXPORT array_ptr create_empty_copy(const ndArray_tag* source);
 /// the array's data change. Nothing below it belongs to it. dims have as many elements as the array and, for a sparse array, as
 /// many columns. Writing through the view's pointer writes to the array; unsharing gives the view a block of its own. Shared copies
 /// of the view must end as early as itself; what makes copies without being asked to share, such as setters of copies and
-/// conversions, copies the data of a view. Null gives null. Raises std::bad_alloc.
+/// conversions, copies the data of a view. Of a colon object the result is no view, but the vector that it stands for. Null gives
+/// null. Raises std::bad_alloc, and of a colon object as a creator does.
 ND_EXPORT array_ptr createReshapedView(ndArray_tag* array, std::span<const kvSize> dims);
 ND_EXPORT std::unique_ptr<const ndArray_tag, detail::ndDestroy_deleter>
 createReshapedView(const ndArray_tag* array, std::span<const kvSize> dims);
