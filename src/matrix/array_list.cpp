@@ -74,7 +74,7 @@ bool ArrayList::add(ndArray_tag* array) {
 
 void ArrayList::remove(ndArray_tag* array) noexcept {
     forget_debug_record(array);
-    if (stack_.remove_newest(array)) return;
+    if (stack_.remove_newest(array) || stack_.remove_newest_below_contexts(array)) return;
     if (stack_.has_hint()) {
         if (const std::size_t found = stack_.find_from_hint(array); found != stack_.not_found)
             stack_.make_hole(found);
@@ -103,29 +103,37 @@ void ArrayList::keep_in_outer_context(std::span<ndArray_tag* const> keep) noexce
     const kept_arrays kept(keep);
     const std::size_t old_start = stack_.start();
     stack_.give_to_outer([&](const array_entry& entry) noexcept { return kept.contain(entry.pointer); });
+    record_context(old_start, stack_.start(), stack_.depth() - 1);
+}
+
+// Entries that have moved to another context take their records along.
+void ArrayList::record_context(std::size_t first, std::size_t end, std::size_t context) noexcept {
     if (m_arrayDebug.empty()) return;
-    for (std::size_t i = old_start; i < stack_.start(); ++i) {
+    for (std::size_t i = first; i < end; ++i) {
         if (const auto record = m_arrayDebug.find(stack_[i].pointer); record != m_arrayDebug.end()) {
-            record->second.context = stack_.depth() - 1;
+            record->second.context = context;
         }
     }
+}
+
+void ArrayList::bring_back_context(std::size_t depth, std::size_t start) noexcept {
+    if (stack_.depth() == depth) return;
+    stack_.bring_back_depth(depth, start);
+    record_context(stack_.start(), stack_.size(), depth);
 }
 
 void ArrayList::pop_context(std::span<ndArray_tag* const> keep, bool quiet) noexcept {
     check(stack_.has_context(), "m_hasCurrentContext");
     if (!stack_.has_context()) return;
     if (!keep.empty()) keep_in_outer_context(keep);
-    const std::size_t outer_depth = stack_.depth() - 1;
     clearContextImpl(quiet);
-    stack_.bring_back_depth(outer_depth);
+    stack_.pop();
 }
 
 void ArrayList::clear_context(bool quiet) noexcept {
     check(stack_.has_context(), "m_hasCurrentContext");
     if (!stack_.has_context()) return;
-    const std::size_t depth = stack_.depth();
     clearContextImpl(quiet);
-    stack_.bring_back_depth(depth);
 }
 
 bool ArrayList::is_context_empty() const noexcept {
@@ -153,10 +161,12 @@ void ArrayList::clearContextImpl(bool quiet) noexcept {
 
 // Destroying an orphan can call back into the list: deleters and hooks may destroy other temporaries, or make some, which then
 // go too, for as long as there are any. So the list is looked at anew each time, and an array has left it before it dies.
-// Contexts that they open and leave open, or close and haven't opened, are the affair of whoever closes this one.
+// Contexts that one leaves open are closed, and those that it closed without having opened them are opened again, before the next
+// dies.
 void ArrayList::destroy_orphans() noexcept {
+    const std::size_t depth = stack_.depth();
     const std::size_t start = stack_.start();
-    while (stack_.size() > start) {
+    while (stack_.size() > stack_.start()) {
         ndArray_tag* const orphan = stack_.take_last();
         if (orphan == nullptr) continue;
         forget_debug_record(orphan);
@@ -165,6 +175,7 @@ void ArrayList::destroy_orphans() noexcept {
         orphan->ref_count = 1;
         orphan->internal_ref_count = 0;
         destroyArray(orphan);
+        bring_back_context(depth, start);
     }
     stack_.drop_hint();
 }

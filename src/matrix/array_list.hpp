@@ -93,6 +93,8 @@ private:
     void forget_debug_record(const ndArray_tag* array);
     void destroy_orphans() noexcept;
     void keep_in_outer_context(std::span<ndArray_tag* const> keep) noexcept;
+    void record_context(std::size_t first, std::size_t end, std::size_t context) noexcept;
+    void bring_back_context(std::size_t depth, std::size_t start) noexcept;
     void addArrayDebug(const ndArray_tag* array);
     void removeArrayDebug(const ndArray_tag* array);
     [[gnu::always_inline]] bool stacks_are_on() const noexcept { return stacks_channel_.is_on_at_all(); }

@@ -33,11 +33,7 @@ public:
     const Entry& operator[](std::size_t i) const noexcept { return m_data[i]; }
 
     /// Opens a context at the end of the list. Raises std::bad_alloc.
-    void push() {
-        m_contexts.push_back(m_data.size());
-        follow_current_context();
-        hint_ = not_found;
-    }
+    void push() { push_at(m_data.size()); }
 
     /// Closes the current context, whose entries are gone.
     void pop() noexcept {
@@ -57,10 +53,12 @@ public:
         follow_current_context();
     }
 
-    /// Opens or closes contexts till there are as many as told. None that is opened needs memory where there were as many before.
-    void bring_back_depth(std::size_t depth) noexcept {
+    /// Opens or closes contexts till there are as many as told; entries of those that it closes belong to the outer ones. What it
+    /// opens begins at latest_start, or where the list or the outer context leaves room for that. None needs memory where there
+    /// were as many before.
+    void bring_back_depth(std::size_t depth, std::size_t latest_start) noexcept {
         while (this->depth() > depth) pop();
-        while (this->depth() < depth) push();
+        while (this->depth() < depth) push_at(std::max(start(), std::min(latest_start, m_data.size())));
     }
 
     /// True when a context is open and an append to it needs no memory.
@@ -117,6 +115,15 @@ public:
         return true;
     }
 
+    /// The same where no context is left, for what lies below them all.
+    bool remove_newest_below_contexts(pointer p) noexcept {
+        if (has_context() || m_data.empty() || m_data.back().pointer != p) return false;
+        hint_ = not_found;
+        m_data.pop_back();
+        while (!m_data.empty() && m_data.back().pointer == nullptr) m_data.pop_back();
+        return true;
+    }
+
     /// True when p stands right behind the hint, where a run in order of creation goes on; it is then gone.
     [[gnu::always_inline]] bool remove_behind_hint(pointer p) noexcept {
         const std::size_t next = hint_ + 1; // 0 without a hint
@@ -164,7 +171,6 @@ public:
         if (!std::is_sorted(m_contexts.begin(), m_contexts.end()))
             return "a context begins where its outer one does, or behind that";
         if (start() > m_data.size()) return "the current context begins within the list";
-        if (has_context() && m_contexts.front() != 0) return "the base context begins at the list's bottom";
         if (!has_hint()) return nullptr;
         if (hint_ >= m_data.size() || hint_ + 1 < start())
             return "the hint lies in the current context, or just below it";
@@ -172,6 +178,12 @@ public:
     }
 
 private:
+    void push_at(std::size_t begin) {
+        m_contexts.push_back(begin);
+        follow_current_context();
+        hint_ = not_found;
+    }
+
     // To be called whenever m_contexts or the capacity of m_data has changed.
     void follow_current_context() noexcept {
         first_removable_ = m_contexts.empty() ? not_found : m_contexts.back();

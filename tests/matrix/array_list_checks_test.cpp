@@ -95,6 +95,21 @@ TEST_F(ArrayLists, KeepBelowTheBaseContextWithChecksOff) {
     EXPECT_TRUE(isArrayListContextEmpty()) << "a new base context";
 }
 
+TEST_F(ArrayLists, AreInOrderWithArraysBelowTheBaseContext) {
+    const diagnostics_switched_off off;
+    EngineInstance engine;
+    const EngineActivation active(&engine);
+    ndArray_tag* const array = temporary();
+    pop_keeping({array});
+    EXPECT_EQ(matrix::internal::validate_array_list(), "");
+    pushArrayListContext();
+    EXPECT_TRUE(isArrayListContextEmpty());
+    EXPECT_EQ(matrix::internal::validate_array_list(), "");
+    pop_all();
+    api::ndDestroyArray(array);
+    EXPECT_TRUE(listed_everywhere().empty());
+}
+
 // What stands below every context when the list ends, or has a record and stands nowhere.
 TEST_F(ArrayLists, EndTheProcessWhenSomethingIsLeftAtTheirEnd) {
     GTEST_FLAG_SET(death_test_style, "fast");

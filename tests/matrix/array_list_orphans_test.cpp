@@ -5,6 +5,7 @@
 #include "matrix/array_lists_fixture.hpp"
 #include "matrix/heap_watch.hpp"
 #include "matrix/library_context.hpp"
+#include "matrix/validate.hpp"
 #include "support/death.hpp"
 
 #include <foundation/core/mem/aligned_heap.hpp>
@@ -187,36 +188,47 @@ TEST_F(ArrayLists, StandWhatDeletersDoWhereSomeAreKept) {
     }
 }
 
-// Contexts that a deleter opens or closes too many are put right: the others are as they were.
+// Contexts that a deleter opens or closes too many are put right before the next orphan dies: the others are as they were, and
+// each array leaves the list in the context of its record.
+const callback_row depth_callbacks[] = {
+    {"opens a context", [] { pushArrayListContext(); }, 4},
+    {"opens a context and fills it", [] { pushArrayListContext(), temporaries(20); }, 24},
+    {"opens many",
+     [] {
+         for (int i = 0; i < 50; ++i) pushArrayListContext();
+     },
+     4},
+    {"closes the context", [] { pop_all(); }, 4},
+    {"closes the context and makes arrays", [] { pop_all(), temporaries(5); }, 9},
+    {"closes the context and opens another", [] { pop_all(), pushArrayListContext(), temporaries(5); }, 9},
+};
+
 TEST_F(ArrayLists, KeepTheirDepthWhateverDeletersLeaveOpenOrClose) {
-    const callback_row rows[] = {
-        {"opens a context", [] { pushArrayListContext(); }, 1},
-        {"opens a context and fills it", [] { pushArrayListContext(), temporaries(20); }, 21},
-        {"opens many",
-         [] {
-             for (int i = 0; i < 50; ++i) pushArrayListContext();
-         },
-         1},
-        {"closes the context", [] { pop_all(); }, 1},
-    };
-    for (const callback_row& row : rows) {
+    for (const callback_row& row : depth_callbacks) {
         for (const bool close : {true, false}) {
-            SCOPED_TRACE(row.name);
-            pushArrayListContext();
-            ndArray_tag* const outer = temporary();
-            pushArrayListContext();
-            add_array_with_deleter();
-            deleter_work = row.work;
-            forget_ended();
-            close ? pop_all() : clearArrayListContext(true);
-            EXPECT_EQ(ended().size(), row.ended);
-            EXPECT_EQ(matrix::internal::find_context()->array_list.depth(), close ? 2U : 3U);
-            EXPECT_EQ(isArrayListContextEmpty(), !close);
-            EXPECT_EQ(listed_everywhere(), (array_pointers{outer}));
-            temporaries(3);
-            EXPECT_EQ(listed_here().size(), close ? 4U : 3U);
-            pop_all();
-            if (!close) pop_all();
+            for (const bool with_records : {true, false}) {
+                SCOPED_TRACE(row.name);
+                const channel_mask stacks("matrix::arraylist_stacks",
+                                          with_records ? foundation::log::severity_debug : 0);
+                pushArrayListContext();
+                ndArray_tag* const outer = temporary();
+                pushArrayListContext();
+                temporaries(2);
+                add_array_with_deleter();
+                temporary();
+                deleter_work = row.work;
+                forget_ended();
+                close ? pop_all() : clearArrayListContext(true);
+                EXPECT_EQ(ended().size(), row.ended);
+                EXPECT_EQ(matrix::internal::find_context()->array_list.depth(), close ? 2U : 3U);
+                EXPECT_EQ(isArrayListContextEmpty(), !close);
+                EXPECT_EQ(listed_everywhere(), (array_pointers{outer}));
+                EXPECT_EQ(matrix::internal::validate_array_list(), "");
+                temporaries(3);
+                EXPECT_EQ(listed_here().size(), close ? 4U : 3U);
+                pop_all();
+                if (!close) pop_all();
+            }
         }
     }
 }

@@ -148,10 +148,26 @@ TEST_F(ContextStack, BringsBackItsDepth) {
         s.push();
         s.push();
         append(s, {1});
-        s.bring_back_depth(depth);
+        s.bring_back_depth(depth, 9);
         EXPECT_EQ(s.depth(), depth);
         EXPECT_EQ(s.has_context(), depth != 0);
         EXPECT_EQ(s.start(), depth < 2 ? 0U : depth == 3 ? 1U : 2U);
+    }
+}
+
+TEST_F(ContextStack, OpensWhatItBringsBackAsLateAsToldWithinTheList) {
+    const std::size_t rows[][2] = {
+        {0, 2}, {2, 2}, {3, 3}, {4, 4}, {9, 4}}; // told, and where the context begins
+    for (const auto& [latest_start, begin] : rows) {
+        stack s;
+        append(s, {0, 1});
+        s.push();
+        append(s, {2, 3});
+        s.bring_back_depth(4, latest_start);
+        EXPECT_EQ(s.start(), begin) << latest_start;
+        EXPECT_EQ(s.context_of(begin - 1), begin == 2 ? 1U : 2U);
+        EXPECT_EQ(s.count_current(), 4 - begin);
+        EXPECT_EQ(s.broken_rule(), nullptr);
     }
 }
 
@@ -194,7 +210,12 @@ TEST_F(ContextStack, TellsWhichRuleIsBroken) {
         {nullptr, [](stack&) {}},
         {nullptr, [](stack& s) { remove(s, places + 1); }},
         {nullptr, [](stack& s) { s.make_hole(s.start() - 1); }},
-        {nullptr, [](stack& s) { s.bring_back_depth(0); }},
+        {nullptr, [](stack& s) { s.bring_back_depth(0, 0); }},
+        {nullptr, // the base context begins above what is kept below every context
+         [](stack& s) {
+             s.bring_back_depth(0, 0);
+             s.push();
+         }},
         {"the current context begins within the list",
          [](stack& s) {
              while (s.size() >= s.start()) s.take_last();
@@ -202,11 +223,6 @@ TEST_F(ContextStack, TellsWhichRuleIsBroken) {
         {"a context begins where its outer one does, or behind that",
          [](stack& s) {
              while (s.size() != 0) s.take_last();
-             s.push();
-         }},
-        {"the base context begins at the list's bottom",
-         [](stack& s) {
-             s.bring_back_depth(0);
              s.push();
          }},
         {"the hint lies in the current context, or just below it", [](stack& s) { s.make_hole(0); }},
@@ -235,7 +251,7 @@ TEST_F(ContextStack, NumbersTheContextsOfEntries) {
     EXPECT_EQ(s.context_of(0), 1U);
     EXPECT_EQ(s.context_of(1), 1U);
     EXPECT_EQ(s.context_of(2), 3U);
-    s.bring_back_depth(0);
+    s.bring_back_depth(0, 0);
     EXPECT_EQ(s.context_of(0), 0U);
 }
 
