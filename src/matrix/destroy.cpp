@@ -116,6 +116,9 @@ bool needs_walk(ndArray_tag* element) noexcept {
         return false;
     }
     if (!is_container_class(element->class_id)) {
+        // A pair keeps its scope in the bin: who holds a pointer to this one can see that it has ended.
+        if (element->scope == ndMEMBER_SCOPE && element->internal_ref_count == 0)
+            element->scope = ndUNKNOWN_SCOPE;
         destroyArray(element);
         return false;
     }

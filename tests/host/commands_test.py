@@ -60,7 +60,9 @@ class Loading(ToolTest):
                      "but this library calls addons of version 0x08000000 (Interleaved Complex); "
                      "put ND_ADDON_FUNCTION; once beside ndAddonFunction\n")
         self.refused(addon("test_no_entry"), NO_ADDON, "it has no function 'ndAddonFunction'")
-        self.refused(addon("test_copies"), NO_ADDON, "it has no function 'other'", "--entry", "other")
+        self.refused(addon("test_borrowed_stamp"), NO_ADDON, "it has no interface version (ndAddonInterfaceVersion)")
+        for entry in ("other", "free", "ndCreateDoubleScalar", "ndAddonInterfaceVersion"):
+            self.refused(addon("test_copies"), NO_ADDON, f"it has no function '{entry}'", "--entry", entry)
 
     def test_a_file_cut_off_anywhere_ends_in_no_signal(self):
         whole = Path(addon("test_copies")).read_bytes()

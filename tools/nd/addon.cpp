@@ -4,6 +4,7 @@
 #include "failure.hpp"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <array>
 #include <cstdio>
@@ -52,9 +53,38 @@ void* load(const std::string& path) {
     return handle;
 }
 
+// What the addon itself calls so: the loader would go on in the libraries that it needs. Null when there is nothing.
+void* find_own(void* handle, const char* name) {
+    void* const found = dlsym(handle, name);
+    link_map* map = nullptr;
+    if (found == nullptr || dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0) {
+        return nullptr;
+    }
+    Dl_info of_found{};
+    Dl_info of_addon{};
+    const bool is_own = dladdr(found, &of_found) != 0 && dladdr(map->l_ld, &of_addon) != 0 &&
+                        of_found.dli_fbase == of_addon.dli_fbase;
+    return is_own ? found : nullptr;
+}
+
+// The same for a function: what stands there under that name is no variable.
+addon::function find_function(void* handle, const char* name) {
+    void* const found = find_own(handle, name);
+    if (found == nullptr) {
+        return nullptr;
+    }
+    Dl_info where{};
+    void* entry = nullptr; // of the symbol table
+    if (dladdr1(found, &where, &entry, RTLD_DL_SYMENT) != 0 && entry != nullptr && where.dli_saddr == found &&
+        ELF64_ST_TYPE(static_cast<const ElfW(Sym)*>(entry)->st_info) == STT_OBJECT) {
+        return nullptr;
+    }
+    return reinterpret_cast<addon::function>(found);
+}
+
 void check_stamp(const std::string& path, void* handle) {
     const std::string ours = ", but this library calls addons of version " + version_text(current_interface);
-    const auto* stamp = static_cast<const std::uint32_t*>(dlsym(handle, stamp_name));
+    const auto* stamp = static_cast<const std::uint32_t*>(find_own(handle, stamp_name));
     if (stamp == nullptr) {
         refuse(path, std::string("it has no interface version (") + stamp_name + ")" + ours +
                          "; put ND_ADDON_FUNCTION; once beside ndAddonFunction");
@@ -82,7 +112,7 @@ addon::addon(const std::string& path, const std::string& entry)
     : path_(path), name_(entry == usual_entry ? path : path + " (" + entry + ")"), entry_(nullptr) {
     void* handle = load(path);
     check_stamp(path, handle);
-    entry_ = reinterpret_cast<function>(dlsym(handle, entry.c_str()));
+    entry_ = find_function(handle, entry.c_str());
     if (entry_ == nullptr) {
         refuse(path, "it has no function '" + entry + "'");
     }

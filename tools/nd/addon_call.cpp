@@ -2,6 +2,8 @@
 #include "addon_call.hpp"
 
 #include "failure.hpp"
+#include "lent_inputs.hpp"
+#include "list_contexts.hpp"
 #include "outputs.hpp"
 
 #include <nd/host.h>
@@ -9,6 +11,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -20,6 +23,8 @@ using matrix::detail::noninlined::nd_array_api::ndErrMsgIdAndTxt;
 
 // Slots behind those that were asked for: an addon that fills too many is told so, instead of overwriting what is not its own.
 constexpr std::size_t spare_slots = 64;
+
+constexpr int most_values = 1000000; // results of a call within a call, and arguments: more are a mistake
 
 constexpr int deepest_call = 256; // functions that run one within the other; the stack has room for far more
 
@@ -53,57 +58,104 @@ thread_local const running_call* running_call::innermost_ = nullptr;
 
 std::size_t slots_allowed(int nlhs) { return static_cast<std::size_t>(std::max(nlhs, 1)); }
 
-// After an error nothing is taken: what the function left on the list ends with the brackets.
-taken_outputs run(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs) {
-    std::vector<const ndArray_tag*> prhs = inputs; // the function may write to its argument vector
-    std::vector<ndArray_tag*> plhs(slots_allowed(nlhs) + spare_slots, nullptr);
-    taken_outputs taken(plhs.size());
-    const lent_inputs lent(inputs);
-    function.entry()(nlhs, plhs.data(), static_cast<int>(prhs.size()), prhs.data());
-    taken.take(plhs, inputs);
-    taken.ended_input = lent.first_ended();
-    return taken;
+// What a call came to, once the function has returned.
+struct finished_call {
+    taken_outputs outputs;
+    std::optional<broken_input> input;
+    context_changes contexts;
+};
+
+// Whether the function closed a context of its caller too: the arrays there are gone, and inputs may have been among them.
+bool has_closed_callers(const context_changes& changes) noexcept { return changes.arrays < -1; }
+
+// Runs the function and puts the contexts right, however it ends.
+context_changes run_entry(const addon& function, int nlhs, std::vector<ndArray_tag*>& plhs,
+                          std::vector<const ndArray_tag*>& prhs, lent_inputs& lent,
+                          lent_temporaries& temporaries) {
+    const list_contexts contexts;
+    const auto put_right = [&] {
+        const context_changes changes = contexts.bring_back(plhs);
+        if (has_closed_callers(changes)) {
+            lent.forget_temporaries();
+            temporaries.forget();
+        }
+        return changes;
+    };
+    try {
+        function.entry()(nlhs, plhs.data(), static_cast<int>(prhs.size()), prhs.data());
+    } catch (...) {
+        put_right();
+        throw;
+    }
+    return put_right();
 }
 
-void tell(const forgotten_observer& observer, const addon& function,
-          const std::vector<matrix::array_ptr>& outputs) {
-    forgotten found{function.name(), matrix::listCurrentArrays(), !matrix::isAllocListContextEmpty()};
+// After an error nothing is taken: what the function left on the list ends with the brackets.
+finished_call run(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs,
+                  lent_temporaries& temporaries) {
+    std::vector<const ndArray_tag*> prhs = inputs; // the function may write to its argument vector
+    std::vector<ndArray_tag*> plhs(slots_allowed(nlhs) + spare_slots, nullptr);
+    finished_call call{taken_outputs(plhs.size(), inputs), {}, {}};
+    lent_inputs lent(inputs);
+    call.contexts = run_entry(function, nlhs, plhs, prhs, lent, temporaries);
+    if (has_closed_callers(call.contexts)) {
+        call.outputs.forget_inputs();
+    }
+    call.outputs.take(plhs);
+    call.input = lent.first_broken();
+    return call;
+}
+
+void tell(const forgotten_observer& observer, const addon& function, const finished_call& call) {
+    const context_changes& contexts = call.contexts;
+    forgotten found{function.name(), matrix::listCurrentArrays(),
+                    contexts.freed || !matrix::isAllocListContextEmpty(), std::max(contexts.arrays, 0),
+                    std::max(contexts.blocks, 0)};
+    std::vector<const ndArray_tag*> outputs;
+    for (const matrix::array_ptr& output : call.outputs.arrays) {
+        outputs.push_back(output.get());
+    }
+    std::sort(outputs.begin(), outputs.end(), std::less<>());
     const auto is_output = [&](const matrix::listed_array& listed) {
-        return std::any_of(outputs.begin(), outputs.end(),
-                           [&](const matrix::array_ptr& output) { return output.get() == listed.array; });
+        return std::binary_search(outputs.begin(), outputs.end(), listed.array, std::less<>());
     };
     found.arrays.erase(std::remove_if(found.arrays.begin(), found.arrays.end(), is_output),
                        found.arrays.end());
     observer(found);
 }
 
-taken_outputs run_in_brackets(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs,
+finished_call run_in_brackets(const addon& function, int nlhs, const std::vector<const ndArray_tag*>& inputs,
                               const forgotten_observer& observer) {
     const running_call running(function, observer);
+    lent_temporaries temporaries(inputs);
     std::optional<matrix::arraylist_alloclist_errormode_guard> brackets(
         matrix::getErrorMode()); // the host has one mode only
-    taken_outputs taken = run(function, nlhs, inputs);
-    for (const matrix::array_ptr& output : taken.arrays) {
+    finished_call call = run(function, nlhs, inputs, temporaries);
+    for (const matrix::array_ptr& output : call.outputs.arrays) {
         if (output) {
             brackets->keep(output.get());
         }
     }
     if (observer) {
-        tell(observer, function, taken.arrays);
+        tell(observer, function, call);
     }
     const matrix::list_reports_go_on however_severe; // the host outlives what it reports
     brackets.reset();
-    return taken;
+    return call;
 }
 
-void check_outputs(const addon& function, int nlhs, const taken_outputs& taken) {
+void check_call(const addon& function, int nlhs, const finished_call& call) {
+    const taken_outputs& taken = call.outputs;
     const auto broken = [&](const std::string& what) {
         throw failure(exit_status::broken_outputs, function.name() + ": " + what);
     };
     const auto output = [](std::size_t place) { return "output " + std::to_string(place + 1) + " "; };
-    if (taken.ended_input) {
-        broken("input " + std::to_string(*taken.ended_input + 1) +
-               " was ended by the addon, or put into an array of its own; an addon takes a copy");
+    if (call.contexts.arrays < 0 || call.contexts.blocks < 0) {
+        broken(std::string("the addon closed a context of the ") +
+               (call.contexts.arrays < 0 ? "array list" : "alloc list") + " that it hadn't opened");
+    }
+    if (call.input) {
+        broken("input " + std::to_string(call.input->place + 1) + " " + call.input->what);
     }
     if (taken.why != nullptr) {
         broken(output(taken.refused) + taken.why);
@@ -138,7 +190,7 @@ const running_call& calling_function(const char* addon, int nlhs, const void* pl
         ndErrMsgIdAndTxt("nd:callAddon:depth", "%d addon functions are running, one called by the other.",
                          caller->depth());
     }
-    if (nlhs < 0 || nrhs < 0) {
+    if (nlhs < 0 || nrhs < 0 || nlhs > most_values || nrhs > most_values) {
         ndErrMsgIdAndTxt("nd:callAddon:count", "There can't be %d results and %d arguments.", nlhs, nrhs);
     }
     if (addon == nullptr || (plhs == nullptr && nlhs > 0) || (prhs == nullptr && nrhs > 0)) {
@@ -155,11 +207,12 @@ const running_call& calling_function(const char* addon, int nlhs, const void* pl
 std::vector<matrix::array_ptr> call_addon(const addon& function, int nlhs,
                                           const std::vector<const ndArray_tag*>& inputs,
                                           const forgotten_observer& observer) {
-    taken_outputs taken = run_in_brackets(function, nlhs, inputs, observer);
-    check_outputs(function, nlhs, taken);
+    finished_call call = run_in_brackets(function, nlhs, inputs, observer);
+    check_call(function, nlhs, call);
+    std::vector<matrix::array_ptr> outputs = std::move(call.outputs.arrays);
     // Without a first output, nlhs is 0 and there is no answer.
-    taken.arrays.resize(taken.arrays.front() ? slots_allowed(nlhs) : 0);
-    return std::move(taken.arrays);
+    outputs.resize(outputs.front() ? slots_allowed(nlhs) : 0);
+    return outputs;
 }
 
 } // namespace nd_host

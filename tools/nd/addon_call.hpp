@@ -4,10 +4,11 @@
  *
  *   1. the brackets open       a context on the array list and on the alloc list
  *   2. the function runs       inputs are held; errors go on to the caller, and the brackets then close without a word
- *   3. outputs are taken       owned from here on, and kept when the brackets close (outputs.hpp)
- *   4. the observer is told    what stands in the context beside the outputs: it was forgotten
- *   5. the brackets close      what was forgotten is destroyed and freed; no log channel ends the process for it
- *   6. outputs are checked     last, so that an array that should have been an output is told as forgotten, too
+ *   3. contexts are put right  those that it left open are closed, and what stands in them moves to the call's (list_contexts.hpp)
+ *   4. outputs are taken       owned from here on, and kept when the brackets close (outputs.hpp)
+ *   5. the observer is told    what stands in the context beside the outputs: it was forgotten
+ *   6. the brackets close      what was forgotten is destroyed and freed; no log channel ends the process for it
+ *   7. outputs are checked     last, so that an array that should have been an output is told as forgotten, too
  */
 #ifndef ND_TOOLS_ADDON_CALL_HPP
 #define ND_TOOLS_ADDON_CALL_HPP
@@ -27,6 +28,8 @@ struct forgotten {
     std::string function;                     ///< its addon, and its name when that isn't the usual one
     std::vector<matrix::listed_array> arrays; ///< oldest first; they end when the observer returns
     bool blocks;                              ///< whether there is memory of ndMalloc and its kin
+    int array_contexts;                       ///< how many contexts of the array list were left open
+    int block_contexts;                       ///< how many of the alloc list
 };
 
 /// Told at the end of every call that wasn't ended by an error, also when nothing was forgotten. Empty for nobody.

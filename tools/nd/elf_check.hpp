@@ -9,7 +9,8 @@
 
 namespace nd_host {
 
-/// Why path can't be a shared object for this machine, as the end of a sentence; empty when the loader may try.
+/// Why path can't be a shared object for this machine, as the end of a sentence; empty when the loader may
+/// try. Raises std::bad_alloc.
 std::string why_not_loadable(const std::string& path);
 
 } // namespace nd_host

@@ -11,12 +11,20 @@ constexpr std::size_t limit = 20;
 constexpr std::size_t head = 15;
 constexpr std::size_t tail = 4;
 
+std::string contexts_text(const std::string& begin, int count, const char* list) {
+    if (count == 0) {
+        return {};
+    }
+    const std::string contexts = count == 1 ? "a context" : std::to_string(count) + " contexts";
+    return begin + "left " + contexts + " of the " + list + " open\n";
+}
+
 } // namespace
 
 std::string forgotten_text(const forgotten& found, bool whole) {
     const std::string begin = "nd: " + found.function + ": ";
     const std::size_t count = found.arrays.size();
-    if (count == 0 && !found.blocks) {
+    if (count == 0 && !found.blocks && found.array_contexts == 0 && found.block_contexts == 0) {
         return begin + "nothing forgotten\n";
     }
     std::string text;
@@ -36,6 +44,8 @@ std::string forgotten_text(const forgotten& found, bool whole) {
     if (found.blocks) {
         text += begin + "forgot memory of ndMalloc, ndCalloc or ndRealloc\n";
     }
+    text += contexts_text(begin, found.array_contexts, "array list");
+    text += contexts_text(begin, found.block_contexts, "alloc list");
     return text;
 }
 

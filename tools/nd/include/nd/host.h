@@ -23,7 +23,7 @@ ND_EXTERN_C_BEGIN
  * in every mode and plhs is then unchanged: what the called function raised, and
  *     nd:callAddon:outside  when no addon function is running on this thread
  *     nd:callAddon:depth    when 256 addon functions are running already, one called by the other
- *     nd:callAddon:count    when nlhs or nrhs is negative
+ *     nd:callAddon:count    when nlhs or nrhs is negative, or above 1000000
  *     nd:callAddon:null     when addon is null, or plhs or prhs is where something is to stand there
  *     std::exception        when there is no such addon, or its results aren't as asked for
  */
