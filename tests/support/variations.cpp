@@ -244,8 +244,12 @@ array_ptr as_colon_object(const ndArray_tag* value) {
     array_ptr object;
     matrix::internal::with_element_type(
         value->class_id, [&]<class Row>(Row) { object = range_like<typename Row::type>(value); });
-    return object && same_value(matrix::expand_colon_object(object.get()).get(), value) ? std::move(object)
-                                                                                        : nullptr;
+    // Counted first: two elements and a far last one may make a range that is too long to expand.
+    const bool alike =
+        object != nullptr &&
+        matrix::detail::noninlined::nd_array_api::ndCountColonObj(object.get()) == element_count(value) &&
+        same_value(matrix::expand_colon_object(object.get()).get(), value);
+    return alike ? std::move(object) : nullptr;
 }
 
 void for_each_variation_of_value(const ndArray_tag* value, const variation_body& body) {
