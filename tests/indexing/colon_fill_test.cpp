@@ -2,7 +2,7 @@
 // instruction set.
 #include "indexing/colon_oracle.hpp"
 #include "indexing/random_ranges.hpp"
-#include "ops/instruction_sets.hpp"
+#include "support/instruction_sets.hpp"
 #include "support/fixture.hpp"
 
 #include "indexing/colon_fill.hpp"
