@@ -8,7 +8,7 @@ A catalog file `a.b.msg` is the catalog "TARVEL:a:b". Its rows are the one place
         The text, indented, with {0} and {1} for the arguments. Its lines are joined by one blank.
 
 An identifier without arguments has no parentheses. Argument types: string (UTF-8), ustring (UTF-16), int64, uint64,
-double. The text is an ICU message pattern. Escapes: \\n a new line, \\s a blank at the start or end, \\\\ a backslash.
+double. The last arguments may have defaults, a word or a number: `uint64 limit = 0`. The text is an ICU message pattern. Escapes: \\n a new line, \\s a blank at the start or end, \\\\ a backslash.
 
 A row that doesn't follow these rules stops the build with one sentence that names its place.
 """
@@ -29,7 +29,7 @@ CPP_TYPES = {
 NUMBER_TYPES = {"int64", "uint64", "double"}
 STEM = re.compile(r"[A-Za-z]\w*(\.[A-Za-z]\w*)*", re.ASCII)
 ROW = re.compile(r"([A-Za-z]\w*)(?:\(([^()]*)\))?", re.ASCII)
-ARGUMENT = re.compile(r"(\w+) ([A-Za-z]\w*)", re.ASCII)
+ARGUMENT = re.compile(r"(\w+) ([A-Za-z]\w*)(?: = (\w+))?", re.ASCII)
 ESCAPES = {"n": "\n", "s": " ", "\\": "\\"}
 
 
@@ -40,7 +40,7 @@ class CatalogError(Exception):
 @dataclass
 class Row:
     key: str
-    arguments: list  # of (type, name)
+    arguments: list  # of (type, name, default or None)
     place: str  # file and line, for complaints
     text: str = ""
 
@@ -67,9 +67,13 @@ def parse_arguments(text, place):
             raise CatalogError(f'{place}: "{piece.strip()}" isn\'t an argument; write a type and a name.')
         if match[1] not in CPP_TYPES:
             raise CatalogError(f'{place}: "{match[1]}" isn\'t an argument type; there are {", ".join(CPP_TYPES)}.')
-        if match[2] in (name for _, name in arguments):
+        if match[2] in (name for _, name, _ in arguments):
             raise CatalogError(f'{place}: the argument name "{match[2]}" is used twice.')
-        arguments.append((match[1], match[2]))
+        if match[3] is None and any(default for _, _, default in arguments):
+            raise CatalogError(f'{place}: "{match[2]}" follows an argument with a default and has none.')
+        if match[3] and match[1] in NUMBER_TYPES and not match[3].isdecimal():
+            raise CatalogError(f'{place}: the default of "{match[2]}" must be a number.')
+        arguments.append(match.groups())
     return arguments
 
 
@@ -189,16 +193,23 @@ def comment_lines(text):
     return [f"/// {line}" for line in lines]
 
 
+def parameter(kind, name, default):
+    text = f"{CPP_TYPES[kind]} {name}"
+    if default is None:
+        return text
+    return f"{text} = " + (default if kind in NUMBER_TYPES else ("u" if kind == "ustring" else "") + c_string(default))
+
+
 def class_lines(catalog, row):
     base = f'BaseMsgID({c_string(catalog.name)}, {c_string(row.key)}'
-    tuple_types = ", ".join(CPP_TYPES[kind] for kind, _ in row.arguments)
+    tuple_types = ", ".join(CPP_TYPES[kind] for kind, _, _ in row.arguments)
     yield from comment_lines(row.text)
     yield f"class ND_EXPORT {row.key} : public resource_core::BaseMsgID {{"
     yield "public:"
     yield f"    using argument_types = std::tuple<{tuple_types}>;"
     if row.arguments:
-        parameters = ", ".join(f"{CPP_TYPES[kind]} {name}" for kind, name in row.arguments)
-        values = ", ".join(f"std::move({name})" if "string" in kind else name for kind, name in row.arguments)
+        parameters = ", ".join(parameter(*argument) for argument in row.arguments)
+        values = ", ".join(f"std::move({name})" if "string" in kind else name for kind, name, _ in row.arguments)
         yield f"    explicit {row.key}({parameters})"
         yield f"        : {base}, {values}) {{}}"
     else:

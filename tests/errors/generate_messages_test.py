@@ -32,6 +32,8 @@ REFUSED = {
     "key(text a)\n  {0}\n": 'sample.msg:1: "text" isn\'t an argument type',
     "key(string)\n  {0}\n": '"string" isn\'t an argument',
     "key(string a, string a)\n  {0}\n": 'the argument name "a" is used twice',
+    "key(string a = x, string b)\n  {0}\n": '"b" follows an argument with a default and has none',
+    "key(uint64 a = x)\n  {0}\n": 'the default of "a" must be a number',
     "key(string a\n  {0}\n": "isn't a key",
     "1key\n  Text.\n": "isn't a key",
     "  Text.\nkey\n  Text.\n": "there is text before the first key",
@@ -73,6 +75,10 @@ class Generator(unittest.TestCase):
         self.assertIn("class ND_EXPORT key : public resource_core::BaseMsgID", header)
         self.assertIn("(std::string name, std::u16string wide, std::int64_t i, std::uint64_t u, double d)", header)
         self.assertIn('{"TARVEL:some:where", "key", "A \\"text\\" of {0}\\n{4}. "}', source)
+
+    def test_writes_defaults(self):
+        header = generate("key(int64 i, string name = none, ustring wide = x, uint64 u = 0)\n  {0}\n")[2]
+        self.assertIn('(std::int64_t i, std::string name = "none", std::u16string wide = u"x", std::uint64_t u = 0)', header)
 
 
 unittest.main()

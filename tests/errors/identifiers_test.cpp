@@ -65,7 +65,8 @@ constexpr Row contract[] = {
      "nonIntegerInput nonRealInput object_wont_fit_down_pipe singleSubscriptNumelMismatch "
      "warning_unexpected_end_of_file warning_message_prefix",
      ""},
-    {"TARVEL:matrix", "badTypeIndices indexExceedsDims", "us"},
+    {"TARVEL:matrix", "badTypeIndices", "ussu"},
+    {"TARVEL:matrix", "indexExceedsDims", "ussus"},
     {"TARVEL:matrix", "badUndocumentedFunctionInput", "s"},
     {"TARVEL:matrix", "namelengthmaxexceeded", "sus"},
     {"TARVEL:mtasks:constraints", "NonConcurrentLibrary", "s"},
@@ -277,7 +278,7 @@ TEST_F(Identifiers, ThatAreShownUnderAnotherIdKeepTheirOwnMessage) {
          "nonIntegerInput"},
         {"TARVEL:badsubscript",
          [](const char* shown) {
-             matrix::errors::raise_as<TARVEL::matrix::badTypeIndices>(shown, 2u, "3x4");
+             matrix::errors::raise_as<TARVEL::matrix::badTypeIndices>(shown, 2u, "3x4", "1.5", 3u);
          },
          "badTypeIndices"},
         {"TARVEL:namelengthmaxexceeded",
@@ -318,9 +319,10 @@ TEST_F(Identifiers, NameASubscriptWhenItsPositionIsKnown) {
         return fl::i18n::codecvt_ustring_to_string(
             fl::i18n::MessageCatalog::get_message(id, fl::i18n::KvLocale::global()));
     };
-    EXPECT_THAT(text_of(TARVEL::matrix::indexExceedsDims(2, "3x4")),
-                testing::AllOf(testing::HasSubstr("2"), testing::HasSubstr("3x4")));
-    EXPECT_THAT(text_of(TARVEL::matrix::indexExceedsDims(0, "")), testing::Not(testing::HasSubstr("0")));
+    EXPECT_THAT(text_of(TARVEL::matrix::indexExceedsDims(2, "3x4", "7", 3, "numeric")),
+                testing::AllOf(testing::HasSubstr("2"), testing::HasSubstr("3x4"), testing::HasSubstr("7")));
+    EXPECT_THAT(text_of(TARVEL::matrix::indexExceedsDims(0, "", "none", 0, "numeric")),
+                testing::Not(testing::HasSubstr("0")));
 }
 
 TEST_F(Identifiers, ThatArePiecesOfOtherTextsFitInThere) {

@@ -23,6 +23,7 @@
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
 #include <nd/sparse.hpp>
+#include <nd/subscripts.hpp>
 #include <nd/text.hpp>
 #include <nd/typed.hpp>
 #include <nd/types.h>

@@ -1,0 +1,8 @@
+// The loops of subscripts for the instruction set that the name of this file tells.
+#include "indexing/subscript_kernels.hpp"
+
+namespace matrix::internal {
+
+constinit const subscript_kernels subscript_kernels_avx2 = subscript_kernels_of<avx2_subscript_registers>;
+
+} // namespace matrix::internal

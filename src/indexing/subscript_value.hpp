@@ -1,0 +1,34 @@
+// One value as an index: the rule that every conversion of subscripts follows.
+#pragma once
+
+#include "matrix/size_check.hpp"
+
+#include <cmath>
+#include <cstdint>
+#include <type_traits>
+
+namespace matrix::internal {
+
+/// The largest index, counted from 1, and the largest dimension.
+inline constexpr std::uint64_t index_limit = address_ceiling;
+
+enum class index_verdict : std::uint8_t {
+    valid,    ///< a whole number from 1 to index_limit
+    invalid,  ///< no index at all: zero, negative, with a fraction, infinite, NaN
+    too_large ///< a whole number above index_limit
+};
+
+template <class T>
+index_verdict judge_index(T value) noexcept {
+    if (!(value >= 1)) return index_verdict::invalid;
+    if constexpr (std::is_floating_point_v<T>) {
+        const auto x = static_cast<double>(value);
+        if (std::trunc(x) != x || std::isinf(x)) return index_verdict::invalid;
+        return x <= static_cast<double>(index_limit) ? index_verdict::valid : index_verdict::too_large;
+    } else {
+        return static_cast<std::uint64_t>(value) <= index_limit ? index_verdict::valid
+                                                                : index_verdict::too_large;
+    }
+}
+
+} // namespace matrix::internal
