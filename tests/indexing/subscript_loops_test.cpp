@@ -2,10 +2,10 @@
 #include "indexing/raised_error.hpp"
 #include "indexing/slot_text.hpp"
 #include "indexing/subscript_value.hpp"
-#include "ops/instruction_sets.hpp"
 #include "support/arr.hpp"
 #include "support/classes.hpp"
 #include "support/fixture.hpp"
+#include "support/instruction_sets.hpp"
 
 #include <algorithm>
 #include <cmath>
