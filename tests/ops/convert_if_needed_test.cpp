@@ -81,7 +81,10 @@ TEST_F(ConvertIfNeeded, AColonObjectIsAlwaysExpanded) {
         EXPECT_EQ(object.get(), same);
     }
     EXPECT_THAT(matrix::convert_to_full_if_needed(same).get(), EqualsArray(arr("double 1x3", {1, 3, 5})));
-    EXPECT_EQ(matrix::convert_to_sparse_if_needed(same)->flags & matrix::flag_colon_object, 0U);
+    const counted_ptr sparse = matrix::convert_to_sparse_if_needed(same);
+    EXPECT_TRUE(api::ndIsSparse(sparse.get()));
+    EXPECT_THAT(matrix::convert_to_full_if_needed(sparse.get()).get(),
+                EqualsArray(arr("double 1x3", {1, 3, 5})));
     EXPECT_TRUE(api::ndIsColonObj(same));
 }
 

@@ -70,6 +70,8 @@ TEST_F(Variations, OfAValueMayBeAColonObject) {
         EXPECT_EQ(lazy, row.is_range ? 1U : 0U);
     }
     EXPECT_EQ(test::as_colon_object(arr("double 1x3", {1, 2, 4}).get()), nullptr);
+    EXPECT_EQ(test::as_colon_object(arr("double 1x3", {1, 0, 1e300}).get()), nullptr);
+    EXPECT_EQ(test::as_colon_object(arr("double 1x3", {1, 2, 1e300}).get()), nullptr);
     EXPECT_NE(test::as_colon_object(arr("uint64 1x3", {9, 6, 3}).get()), nullptr);
     EXPECT_EQ(test::as_colon_object(test::as_colon_object(arr("double", {1}).get()).get()), nullptr);
 }
