@@ -22,7 +22,7 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 
 // Blocks above this aren't really made: the heap answers that memory ran out.
-constexpr std::size_t largest_real_block = 1 << 20;
+constexpr std::size_t largest_real_block = 1 << 16;
 constexpr std::uint64_t user_limit = 50'000'000;
 
 struct request {
@@ -93,7 +93,7 @@ using SparseSizes = NdTest;
 
 TEST_F(SparseSizes, AgreeWithAReckoningIn128Bits) {
     constexpr ndClassID classes[] = {ndDOUBLE_CLASS, ndSINGLE_CLASS, ndLOGICAL_CLASS};
-    constexpr long rounds = 10'000;
+    constexpr long rounds = 5000;
     tally counts;
     dims_maker make(18);
     for (const std::uint64_t limit : {std::uint64_t{0}, user_limit}) {
