@@ -65,17 +65,15 @@ struct finished_call {
     context_changes contexts;
 };
 
-// Whether the function closed a context of its caller too: the arrays there are gone, and inputs may have been among them.
-bool has_closed_callers(const context_changes& changes) noexcept { return changes.arrays < -1; }
-
-// Runs the function and puts the contexts right, however it ends.
+// Runs the function and puts the contexts right, however it ends. Where it closed one of its caller's besides its own, the arrays
+// there are gone, and inputs may have been among them.
 context_changes run_entry(const addon& function, int nlhs, std::vector<ndArray_tag*>& plhs,
                           std::vector<const ndArray_tag*>& prhs, lent_inputs& lent,
                           lent_temporaries& temporaries) {
     const list_contexts contexts;
     const auto put_right = [&] {
         const context_changes changes = contexts.bring_back(plhs);
-        if (has_closed_callers(changes)) {
+        if (changes.arrays < -1) {
             lent.forget_temporaries();
             temporaries.forget();
         }
@@ -98,10 +96,9 @@ finished_call run(const addon& function, int nlhs, const std::vector<const ndArr
     finished_call call{taken_outputs(plhs.size(), inputs), {}, {}};
     lent_inputs lent(inputs);
     call.contexts = run_entry(function, nlhs, plhs, prhs, lent, temporaries);
-    if (has_closed_callers(call.contexts)) {
-        call.outputs.forget_inputs();
+    if (call.contexts.arrays >= 0) {
+        call.outputs.take(plhs);
     }
-    call.outputs.take(plhs);
     call.input = lent.first_broken();
     return call;
 }

@@ -8,7 +8,8 @@
  *   one that other owners have as well, a reference to such an element, say   is taken as a shared copy, for the reference
  *   any other, an element that was taken out of its container too             is taken as it is
  *
- * After an error nobody's word is taken: functions clean up before they raise, and leave the pointers.
+ * After an error nobody's word is taken: functions clean up before they raise, and leave the pointers. Nor is it when contexts were
+ * closed too many, which ends arrays.
  */
 #ifndef ND_TOOLS_OUTPUTS_HPP
 #define ND_TOOLS_OUTPUTS_HPP
@@ -30,9 +31,6 @@ public:
 
     /// Makes ready to take from so many slots. Raises std::bad_alloc.
     taken_outputs(std::size_t slots, const std::vector<const ndArray_tag*>& inputs);
-
-    /// Inputs may have ended meanwhile: they aren't looked into.
-    void forget_inputs() noexcept { inputs_.clear(); }
 
     /// Takes what stands in the slots when the function has returned. Raises std::bad_alloc; of what stands on no list, all but
     /// elements is taken then.
