@@ -2,8 +2,8 @@
 // instruction set.
 #include "indexing/colon_oracle.hpp"
 #include "indexing/random_ranges.hpp"
-#include "support/instruction_sets.hpp"
 #include "support/fixture.hpp"
+#include "support/instruction_sets.hpp"
 
 #include "indexing/colon_fill.hpp"
 #include "indexing/numbers.hpp"
