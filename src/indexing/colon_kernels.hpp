@@ -6,6 +6,8 @@
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
+#include <foundation/core/cpu/registers.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -30,17 +32,6 @@ struct colon_kernels {
     void (*whole_16)(void* out, std::size_t count, std::uint64_t start, std::uint64_t step) noexcept;
     void (*whole_32)(void* out, std::size_t count, std::uint64_t start, std::uint64_t step) noexcept;
     void (*whole_64)(void* out, std::size_t count, std::uint64_t start, std::uint64_t step) noexcept;
-};
-
-// What the loops have to know of an instruction set: bytes of a register.
-struct baseline_colon_registers {
-    static constexpr std::size_t bytes = 16;
-};
-struct avx2_colon_registers {
-    static constexpr std::size_t bytes = 32;
-};
-struct avx512_colon_registers {
-    static constexpr std::size_t bytes = 64;
 };
 
 template <class Registers>
@@ -114,11 +105,7 @@ public:
 
 private:
     template <class T, std::size_t Lanes>
-    struct vector_of {
-        typedef T type __attribute__((vector_size(sizeof(T) * Lanes)));
-    };
-    template <class T, std::size_t Lanes>
-    using vector = typename vector_of<T, Lanes>::type;
+    using vector = foundation::core::cpu::vector<T, Lanes>;
 
     // 0, 1, 2, ...
     template <class T, std::size_t Lanes>

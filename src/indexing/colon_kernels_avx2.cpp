@@ -3,6 +3,6 @@
 
 namespace matrix::internal {
 
-constinit const colon_kernels colon_kernels_avx2 = colon_kernels_of<avx2_colon_registers>;
+constinit const colon_kernels colon_kernels_avx2 = colon_kernels_of<foundation::core::cpu::avx2_registers>;
 
 } // namespace matrix::internal

@@ -3,6 +3,7 @@
 
 namespace matrix::internal {
 
-constinit const colon_kernels colon_kernels_avx512 = colon_kernels_of<avx512_colon_registers>;
+constinit const colon_kernels colon_kernels_avx512 =
+    colon_kernels_of<foundation::core::cpu::avx512_registers>;
 
 } // namespace matrix::internal

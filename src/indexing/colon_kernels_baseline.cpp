@@ -3,6 +3,7 @@
 
 namespace matrix::internal {
 
-constinit const colon_kernels colon_kernels_baseline = colon_kernels_of<baseline_colon_registers>;
+constinit const colon_kernels colon_kernels_baseline =
+    colon_kernels_of<foundation::core::cpu::baseline_registers>;
 
 } // namespace matrix::internal

@@ -11,6 +11,8 @@
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
+#include <foundation/core/cpu/registers.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -39,25 +41,10 @@ struct subscript_kernels {
     void (*true_positions)(const std::uint8_t* bytes, std::uint64_t* positions, std::size_t wanted) noexcept;
 };
 
-// What the loops have to know of an instruction set: bytes of a register.
-struct baseline_subscript_registers {
-    static constexpr std::size_t bytes = 16;
-};
-struct avx2_subscript_registers {
-    static constexpr std::size_t bytes = 32;
-};
-struct avx512_subscript_registers {
-    static constexpr std::size_t bytes = 64;
-};
-
 template <class Registers>
 class subscript_loops {
     template <class T, std::size_t Count>
-    struct vector_of {
-        typedef T type __attribute__((vector_size(sizeof(T) * Count)));
-    };
-    template <class T, std::size_t Count>
-    using vector = typename vector_of<T, Count>::type;
+    using vector = foundation::core::cpu::vector<T, Count>;
 
     static constexpr std::size_t lanes = Registers::bytes / sizeof(double);
     using doubles = vector<double, lanes>;

@@ -3,6 +3,7 @@
 
 namespace matrix::internal {
 
-constinit const subscript_kernels subscript_kernels_avx2 = subscript_kernels_of<avx2_subscript_registers>;
+constinit const subscript_kernels subscript_kernels_avx2 =
+    subscript_kernels_of<foundation::core::cpu::avx2_registers>;
 
 } // namespace matrix::internal

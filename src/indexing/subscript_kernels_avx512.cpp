@@ -3,6 +3,7 @@
 
 namespace matrix::internal {
 
-constinit const subscript_kernels subscript_kernels_avx512 = subscript_kernels_of<avx512_subscript_registers>;
+constinit const subscript_kernels subscript_kernels_avx512 =
+    subscript_kernels_of<foundation::core::cpu::avx512_registers>;
 
 } // namespace matrix::internal

@@ -4,6 +4,6 @@
 namespace matrix::internal {
 
 constinit const subscript_kernels subscript_kernels_baseline =
-    subscript_kernels_of<baseline_subscript_registers>;
+    subscript_kernels_of<foundation::core::cpu::baseline_registers>;
 
 } // namespace matrix::internal

@@ -26,19 +26,16 @@ struct conversion_kernels {
 };
 
 // What the loops have to know of an instruction set.
-struct baseline_registers {
-    static constexpr std::size_t bytes = 16;
+struct baseline_registers : foundation::core::cpu::baseline_registers {
     static constexpr bool round_in_vectors = false; // its vectors serve scans for NaN only
     static constexpr bool convert_64_bit_numbers =
         false; // between doubles and 64-bit whole numbers, either way
 };
-struct avx2_registers {
-    static constexpr std::size_t bytes = 32;
+struct avx2_registers : foundation::core::cpu::avx2_registers {
     static constexpr bool round_in_vectors = true;
     static constexpr bool convert_64_bit_numbers = false;
 };
-struct avx512_registers {
-    static constexpr std::size_t bytes = 64;
+struct avx512_registers : foundation::core::cpu::avx512_registers {
     static constexpr bool round_in_vectors = true;
     static constexpr bool convert_64_bit_numbers = true;
 };

@@ -7,17 +7,14 @@
 
 #include "ops/conversion_rules.hpp"
 
+#include <foundation/core/cpu/registers.hpp>
+
 #include <cstddef>
 #include <utility>
 
 namespace matrix::internal::lanes {
 
-template <class T, std::size_t Count>
-struct vector_of {
-    typedef T type __attribute__((vector_size(sizeof(T) * Count)));
-};
-template <class T, std::size_t Count>
-using vector = typename vector_of<T, Count>::type;
+using foundation::core::cpu::vector;
 
 /// The whole number as wide as a scalar: its bits, and the lanes of a comparison.
 template <class T>

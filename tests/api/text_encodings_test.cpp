@@ -1,10 +1,10 @@
 // Text of addon functions in systems with other encodings than UTF-8: what Unicode has for an encoding goes there and back.
 #include "api/text_probe.h"
-#include "platform/test_hooks.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
+#include "support/system_encoding.hpp"
 
 #include <nd/memory.hpp>
 #include <nd/text.hpp>
@@ -22,14 +22,7 @@ namespace {
 using matrix::array_ptr;
 using test::arr;
 using test::EqualsArray;
-
-class system_encoding {
-public:
-    explicit system_encoding(const char* name) { foundation::test_hooks::set_system_encoding(name); }
-    ~system_encoding() { foundation::test_hooks::set_system_encoding(nullptr); }
-    system_encoding(const system_encoding&) = delete;
-    system_encoding& operator=(const system_encoding&) = delete;
-};
+using test::system_encoding;
 
 class TextOfAddons : public test::NdTest, public testing::WithParamInterface<const text_probe*> {
 protected:

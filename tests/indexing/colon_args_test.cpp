@@ -19,8 +19,6 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 using matrix::create_colon_object;
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double untouched = -77;
 
 using operand_list = std::vector<array_ptr>;

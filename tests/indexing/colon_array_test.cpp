@@ -16,9 +16,6 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 using matrix::create_colon_array;
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-
 using ColonArray = NdTest;
 
 TEST_F(ColonArray, HasTheElementsInItsClass) {

@@ -16,8 +16,6 @@ using matrix::array_ptr;
 
 using ColonFaults = NdTest;
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-
 struct creator {
     const char* name;
     ndArray_tag* (*make)();

@@ -25,15 +25,6 @@ using matrix::create_colon_object;
 using matrix::create_int_colon_object;
 using matrix::expand_colon_object;
 
-using i64 = long long;
-using u64 = unsigned long long;
-
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr i64 lowest = std::numeric_limits<i64>::min();
-constexpr i64 highest = std::numeric_limits<i64>::max();
-constexpr u64 most = std::numeric_limits<u64>::max();
-
 // The bytes of the operands, one behind the other.
 template <class... Operands>
 std::vector<std::byte> bytes_of(Operands... operands) {
@@ -91,14 +82,14 @@ TEST_F(ColonObject, StoresStepStartAndStopInItsClass) {
     expect_object(create_colon_object(3, step, 4294967295.0, ndUINT32_CLASS), ndUINT32_CLASS, 4,
                   bytes_of(step, std::uint32_t{3}, std::uint32_t{4294967295}));
     const u64 zero = 0;
-    expect_object(create_int_colon_object(lowest, i64{7}, highest, ndINT64_CLASS), ndINT64_CLASS, 4,
-                  bytes_of(zero, lowest, highest, i64{7}));
-    expect_object(create_int_colon_object(lowest, step, highest, ndINT64_CLASS), ndINT64_CLASS, 3,
-                  bytes_of(step, lowest, highest));
-    expect_object(create_int_colon_object(u64{3}, most, most, ndUINT64_CLASS), ndUINT64_CLASS, 4,
-                  bytes_of(zero, u64{3}, most, most));
-    expect_object(create_int_colon_object(u64{3}, step, most, ndUINT64_CLASS), ndUINT64_CLASS, 3,
-                  bytes_of(step, u64{3}, most));
+    expect_object(create_int_colon_object(lowest_i64, i64{7}, highest_i64, ndINT64_CLASS), ndINT64_CLASS, 4,
+                  bytes_of(zero, lowest_i64, highest_i64, i64{7}));
+    expect_object(create_int_colon_object(lowest_i64, step, highest_i64, ndINT64_CLASS), ndINT64_CLASS, 3,
+                  bytes_of(step, lowest_i64, highest_i64));
+    expect_object(create_int_colon_object(u64{3}, highest_u64, highest_u64, ndUINT64_CLASS), ndUINT64_CLASS,
+                  4, bytes_of(zero, u64{3}, highest_u64, highest_u64));
+    expect_object(create_int_colon_object(u64{3}, step, highest_u64, ndUINT64_CLASS), ndUINT64_CLASS, 3,
+                  bytes_of(step, u64{3}, highest_u64));
 }
 
 TEST_F(ColonObject, HoldsOperandsToTheClass) {
@@ -145,9 +136,9 @@ TEST_F(ColonObject, TellsItsOperandsAsDoubles) {
         {create_colon_object(0.5, 0.1, 9, ndSINGLE_CLASS), {0.5, 0.1, 9}},
         {create_colon_object(65, -2, 0, ndCHAR_CLASS), {65, -2, 0}},
         {create_colon_object(-128, 1000, 127, ndINT8_CLASS), {-128, 1000, 127}},
-        {create_int_colon_object(lowest, i64{-3}, highest, ndINT64_CLASS), {-0x1p63, -3, 0x1p63}},
+        {create_int_colon_object(lowest_i64, i64{-3}, highest_i64, ndINT64_CLASS), {-0x1p63, -3, 0x1p63}},
         {create_int_colon_object(i64{4}, -3.25, i64{-4}, ndINT64_CLASS), {4, -3.25, -4}},
-        {create_int_colon_object(u64{4}, u64{1} << 63, most, ndUINT64_CLASS), {4, 0x1p63, 0x1p64}},
+        {create_int_colon_object(u64{4}, u64{1} << 63, highest_u64, ndUINT64_CLASS), {4, 0x1p63, 0x1p64}},
         {create_int_colon_object(u64{4}, -0.5, u64{1}, ndUINT64_CLASS), {4, -0.5, 1}},
     };
     for (const auto& row : rows) {
@@ -178,13 +169,15 @@ struct wide_values {
 };
 
 TEST_F(ColonObject, Of64BitsTellsItsOperandsExactly) {
-    EXPECT_EQ(wide_values<i64>(create_int_colon_object(lowest, i64{-7}, highest, ndINT64_CLASS)).text(),
-              "-9223372036854775808 -7 9223372036854775807 0.000000");
-    EXPECT_EQ(wide_values<i64>(create_int_colon_object(lowest, -7.5, highest, ndINT64_CLASS)).text(),
+    EXPECT_EQ(
+        wide_values<i64>(create_int_colon_object(lowest_i64, i64{-7}, highest_i64, ndINT64_CLASS)).text(),
+        "-9223372036854775808 -7 9223372036854775807 0.000000");
+    EXPECT_EQ(wide_values<i64>(create_int_colon_object(lowest_i64, -7.5, highest_i64, ndINT64_CLASS)).text(),
               "-9223372036854775808 0 9223372036854775807 -7.500000");
-    EXPECT_EQ(wide_values<u64>(create_int_colon_object(u64{1}, most, most, ndUINT64_CLASS)).text(),
-              "1 18446744073709551615 18446744073709551615 0.000000");
-    EXPECT_EQ(wide_values<u64>(create_int_colon_object(u64{1}, 0.25, most, ndUINT64_CLASS)).text(),
+    EXPECT_EQ(
+        wide_values<u64>(create_int_colon_object(u64{1}, highest_u64, highest_u64, ndUINT64_CLASS)).text(),
+        "1 18446744073709551615 18446744073709551615 0.000000");
+    EXPECT_EQ(wide_values<u64>(create_int_colon_object(u64{1}, 0.25, highest_u64, ndUINT64_CLASS)).text(),
               "1 0 18446744073709551615 0.250000");
 }
 
@@ -256,12 +249,12 @@ TEST_F(ColonObject, CountsItsElements) {
         {create_int_colon_object(i64{1}, i64{2}, i64{9}, ndINT64_CLASS), 5},
         {create_int_colon_object(i64{9}, i64{2}, i64{1}, ndINT64_CLASS), 0},
         {create_int_colon_object(i64{9}, i64{0}, i64{9}, ndINT64_CLASS), 0},
-        {create_int_colon_object(lowest, i64{1}, highest, ndINT64_CLASS), 0xFFFFFFFFFFFF},
-        {create_int_colon_object(lowest, 0x1p63, highest, ndINT64_CLASS), 2},
-        {create_int_colon_object(lowest, nan, highest, ndINT64_CLASS), 0},
+        {create_int_colon_object(lowest_i64, i64{1}, highest_i64, ndINT64_CLASS), 0xFFFFFFFFFFFF},
+        {create_int_colon_object(lowest_i64, 0x1p63, highest_i64, ndINT64_CLASS), 2},
+        {create_int_colon_object(lowest_i64, nan, highest_i64, ndINT64_CLASS), 0},
         {create_int_colon_object(u64{9}, -2.0, u64{1}, ndUINT64_CLASS), 5},
-        {create_int_colon_object(u64{0}, most, most, ndUINT64_CLASS), 2},
-        {create_int_colon_object(u64{0}, 0.5, most, ndUINT64_CLASS), 0},
+        {create_int_colon_object(u64{0}, highest_u64, highest_u64, ndUINT64_CLASS), 2},
+        {create_int_colon_object(u64{0}, 0.5, highest_u64, ndUINT64_CLASS), 0},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(api::ndCountColonObj(row.object.get()), row.wanted);
@@ -338,7 +331,7 @@ TEST_F(ColonObject, Of64BitsExpandsToTheVectorOfTheSameOperands) {
 TEST_F(ColonObject, ThatIsTooLargeToExpandRaises) {
     const std::string too_large = "TARVEL:pmaxsize, pmaxsize";
     const array_ptr endless = create_colon_object(1, 1, inf);
-    const array_ptr wide = create_int_colon_object(lowest, i64{1}, highest, ndINT64_CLASS);
+    const array_ptr wide = create_int_colon_object(lowest_i64, i64{1}, highest_i64, ndINT64_CLASS);
     EXPECT_EQ(raised_by([&] { expand_colon_object(endless.get()); }), too_large);
     EXPECT_EQ(raised_by([&] { expand_colon_object(wide.get()); }), too_large);
     for_each_module_mode([&](int mode) {

@@ -23,8 +23,6 @@ using matrix::array_ptr;
 using matrix::create_colon_object;
 using matrix::create_int_colon_object;
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double lowest_32 = -2147483648.0;
 constexpr double highest_32 = 2147483647.0;
 constexpr const char* not_finite = "TARVEL:colon:nonFiniteEndpoint, nonFiniteEndpoint";

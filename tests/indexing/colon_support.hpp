@@ -1,4 +1,4 @@
-// What the tests of ranges share: elements as exact numbers, and what a call raised.
+// What the tests of ranges share: limits, elements as exact numbers, and what a call raised.
 #pragma once
 
 #include "indexing/colon_oracle.hpp"
@@ -15,10 +15,20 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
 namespace test {
+
+using i64 = long long;
+using u64 = unsigned long long;
+
+inline constexpr double inf = std::numeric_limits<double>::infinity();
+inline constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+inline constexpr i64 lowest_i64 = std::numeric_limits<i64>::min();
+inline constexpr i64 highest_i64 = std::numeric_limits<i64>::max();
+inline constexpr u64 highest_u64 = std::numeric_limits<u64>::max();
 
 /// "shown id, catalog key" of what the call raises; empty when it raises nothing.
 template <class Call>

@@ -19,15 +19,6 @@ using matrix::create_colon_array;
 using matrix::create_int_colon_array;
 using matrix::internal::whole_range_of;
 
-using i64 = long long;
-using u64 = unsigned long long;
-
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr i64 lowest = std::numeric_limits<i64>::min();
-constexpr i64 highest = std::numeric_limits<i64>::max();
-constexpr u64 most = std::numeric_limits<u64>::max();
-
 template <class T>
 constexpr ndClassID class_of = std::is_signed_v<T> ? ndINT64_CLASS : ndUINT64_CLASS;
 
@@ -89,16 +80,17 @@ TEST_F(WideRange, OfSmallOperandsWithAFractionalStepCountsWithoutTheFraction) {
 }
 
 TEST_F(WideRange, AtTheLimits) {
-    const i64 ends[] = {lowest, lowest + 1, -2, -1, 0, 1, 2, highest - 1, highest};
+    const i64 ends[] = {lowest_i64, lowest_i64 + 1, -2, -1, 0, 1, 2, highest_i64 - 1, highest_i64};
     for (const i64 start : ends)
         for (const i64 stop : ends)
-            for (const i64 step : {lowest, lowest + 1, -(highest / 3), i64{-2}, i64{-1}, i64{0}, i64{1},
-                                   i64{2}, highest / 7, highest - 1, highest})
+            for (const i64 step : {lowest_i64, lowest_i64 + 1, -(highest_i64 / 3), i64{-2}, i64{-1}, i64{0},
+                                   i64{1}, i64{2}, highest_i64 / 7, highest_i64 - 1, highest_i64})
                 expect_exact(start, step, stop);
-    const u64 unsigned_ends[] = {0, 1, 2, most / 2, most / 2 + 1, most - 1, most};
+    const u64 unsigned_ends[] = {0, 1, 2, highest_u64 / 2, highest_u64 / 2 + 1, highest_u64 - 1, highest_u64};
     for (const u64 start : unsigned_ends)
         for (const u64 stop : unsigned_ends)
-            for (const u64 step : {u64{0}, u64{1}, u64{2}, most / 5, most / 2, most / 2 + 1, most - 1, most})
+            for (const u64 step : {u64{0}, u64{1}, u64{2}, highest_u64 / 5, highest_u64 / 2,
+                                   highest_u64 / 2 + 1, highest_u64 - 1, highest_u64})
                 expect_exact(start, step, stop);
 }
 
@@ -128,8 +120,10 @@ TEST_F(WideRange, ByStepsThatAreTooLargeForTheClass) {
                             inf,
                             -inf,
                             nan};
-    const i64 ends[] = {lowest, lowest + 1, lowest / 2, -1, 0, 1, highest / 2, highest - 1, highest};
-    const u64 unsigned_ends[] = {0, 1, most / 2, most / 2 + 1, most - 2048, most - 1, most};
+    const i64 ends[] = {lowest_i64, lowest_i64 + 1,  lowest_i64 / 2,  -1,         0,
+                        1,          highest_i64 / 2, highest_i64 - 1, highest_i64};
+    const u64 unsigned_ends[] = {
+        0, 1, highest_u64 / 2, highest_u64 / 2 + 1, highest_u64 - 2048, highest_u64 - 1, highest_u64};
     for (const double step : steps) {
         for (const i64 start : ends)
             for (const i64 stop : ends) expect_exact(start, step, stop);
@@ -151,10 +145,10 @@ TEST_F(WideRange, OfRandomOperandsIsExact) {
 
 TEST_F(WideRange, ThatWouldBeTooLargeRaisesBeforeItIsMade) {
     const std::string too_large = "TARVEL:pmaxsize, pmaxsize";
-    EXPECT_EQ(raised_by([] { create_int_colon_array(lowest, i64{1}, highest); }), too_large);
-    EXPECT_EQ(raised_by([] { create_int_colon_array(u64{0}, u64{1}, most); }), too_large);
+    EXPECT_EQ(raised_by([] { create_int_colon_array(lowest_i64, i64{1}, highest_i64); }), too_large);
+    EXPECT_EQ(raised_by([] { create_int_colon_array(u64{0}, u64{1}, highest_u64); }), too_large);
     EXPECT_EQ(raised_by([] { create_int_colon_array(i64{1}, 1.5, i64{1} << 45); }), too_large);
-    EXPECT_EQ(raised_by([] { create_int_colon_array(most, -1.0, u64{0}); }), too_large);
+    EXPECT_EQ(raised_by([] { create_int_colon_array(highest_u64, -1.0, u64{0}); }), too_large);
     EXPECT_EQ(raised_by([] { create_colon_array(-inf, 1, inf, ndINT64_CLASS); }), too_large);
 }
 
@@ -174,9 +168,9 @@ TEST_F(WideRange, OfDoubleOperands) {
         {{1, 0.9, 6}, ndINT64_CLASS, arr("int64 1x0")},
         {{1, 0, 6}, ndUINT64_CLASS, arr("uint64 1x0")},
         {{6, 1, 1}, ndUINT64_CLASS, arr("uint64 1x0")},
-        {{inf, 1, inf}, ndINT64_CLASS, arr("int64", {highest})},
-        {{-1e300, 1e300, 1e300}, ndINT64_CLASS, arr("int64", {lowest})},
-        {{-0x1p63, 0x1p63, 0x1p63}, ndINT64_CLASS, arr("int64 1x2", {lowest, 0})},
+        {{inf, 1, inf}, ndINT64_CLASS, arr("int64", {highest_i64})},
+        {{-1e300, 1e300, 1e300}, ndINT64_CLASS, arr("int64", {lowest_i64})},
+        {{-0x1p63, 0x1p63, 0x1p63}, ndINT64_CLASS, arr("int64 1x2", {lowest_i64, 0})},
         {{0, 0x1p63, 0x1p64}, ndUINT64_CLASS, arr("uint64 1x2", {u64{0}, u64{1} << 63})},
         {{nan, 1, 5}, ndINT64_CLASS, arr("double", {nan})},
         {{1, nan, 5}, ndUINT64_CLASS, arr("double", {nan})},
@@ -203,7 +197,7 @@ TEST_F(WideRange, OfTheInterfaceIsATemporaryOrTheError) {
         EXPECT_THAT(made[1], EqualsArray(arr("int64 1x3", {5, 3, 1})));
         EXPECT_THAT(made[2], EqualsArray(arr("uint64 1x3", {1, 3, 5})));
         EXPECT_THAT(made[3], EqualsArray(arr("uint64 1x3", {5, 3, 1})));
-        const auto too_large = [] { return api::ndExpandIntColonArray(lowest, i64{1}, highest); };
+        const auto too_large = [] { return api::ndExpandIntColonArray(lowest_i64, i64{1}, highest_i64); };
         if (mode == mode_exceptions) {
             EXPECT_EQ(raised_by(too_large), "TARVEL:pmaxsize, pmaxsize");
         } else {

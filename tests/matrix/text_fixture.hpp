@@ -3,8 +3,8 @@
 
 #include "matrix/test_hooks.hpp"
 #include "platform/environment.hpp"
-#include "platform/test_hooks.hpp"
 #include "support/fixture.hpp"
+#include "support/system_encoding.hpp"
 
 #include <nd/access.hpp>
 #include <nd/create.hpp>
@@ -20,15 +20,6 @@ namespace test {
 
 namespace api = matrix::detail::noninlined::nd_array_api;
 using dims_list = std::vector<std::size_t>;
-
-/// The system's encoding while it lives.
-class system_encoding {
-public:
-    explicit system_encoding(const char* name) { foundation::test_hooks::set_system_encoding(name); }
-    ~system_encoding() { foundation::test_hooks::set_system_encoding(nullptr); }
-    system_encoding(const system_encoding&) = delete;
-    system_encoding& operator=(const system_encoding&) = delete;
-};
 
 /// A variable of the environment that says how text is read, while it lives.
 class text_variable {

@@ -1,5 +1,5 @@
 // Converters by thread and name, against ICU's own full conversion.
-#include "platform/test_hooks.hpp"
+#include "support/system_encoding.hpp"
 
 #include <fl/i18n/conversion_errors.hpp>
 #include <fl/i18n/unicode_converter.hpp>
@@ -22,18 +22,11 @@ namespace {
 
 using I18N::FromUTF16Converter;
 using I18N::UnicodeConverterX;
+using test::system_encoding;
 
 constexpr const char* encodings[] = {"UTF-8",      "Shift_JIS", "gb18030",     "GBK",         "EUC-KR",
                                      "ISO-8859-1", "EUC-JP",    "windows-949", "ISO-2022-JP", "UTF-16BE",
                                      "US-ASCII",   "Big5",      "UTF-7"};
-
-class system_encoding {
-public:
-    explicit system_encoding(const char* name) { foundation::test_hooks::set_system_encoding(name); }
-    ~system_encoding() { foundation::test_hooks::set_system_encoding(nullptr); }
-    system_encoding(const system_encoding&) = delete;
-    system_encoding& operator=(const system_encoding&) = delete;
-};
 
 // ICU's conversion with a converter of its own.
 class Icu {

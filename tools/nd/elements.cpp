@@ -1,3 +1,4 @@
+// Walking containers with a list of what is still to be looked at, not by recursion: they may be nested to any depth.
 #include "elements.hpp"
 
 #include <nd/nd.h>

@@ -3,6 +3,8 @@
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
+#include <foundation/core/cpu/registers.hpp>
+
 #include <cstddef>
 #include <cstdint>
 
@@ -16,17 +18,6 @@ struct utf8_kernels {
     std::size_t (*utf16_length)(const char* utf8, std::size_t count) noexcept;
     std::size_t (*utf8_length)(const char16_t* text, std::size_t count) noexcept;
     std::size_t (*find_nul)(const char16_t* text, std::size_t count) noexcept;
-};
-
-// What the loops have to know of an instruction set.
-struct baseline_registers {
-    static constexpr std::size_t bytes = 16;
-};
-struct avx2_registers {
-    static constexpr std::size_t bytes = 32;
-};
-struct avx512_registers {
-    static constexpr std::size_t bytes = 64;
 };
 
 template <class Registers>

@@ -3,6 +3,6 @@
 
 namespace fl::i18n::detail {
 
-constinit const utf8_kernels utf8_kernels_avx2 = utf8_kernels_of<avx2_registers>;
+constinit const utf8_kernels utf8_kernels_avx2 = utf8_kernels_of<foundation::core::cpu::avx2_registers>;
 
 } // namespace fl::i18n::detail

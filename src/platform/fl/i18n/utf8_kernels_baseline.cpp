@@ -3,6 +3,7 @@
 
 namespace fl::i18n::detail {
 
-constinit const utf8_kernels utf8_kernels_baseline = utf8_kernels_of<baseline_registers>;
+constinit const utf8_kernels utf8_kernels_baseline =
+    utf8_kernels_of<foundation::core::cpu::baseline_registers>;
 
 } // namespace fl::i18n::detail
