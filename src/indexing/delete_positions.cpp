@@ -8,6 +8,7 @@
 
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
+#include "matrix/complexity.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/data_copy.hpp"
 #include "matrix/function_records.hpp"
@@ -17,7 +18,6 @@
 #include "matrix/sharing.hpp"
 #include "matrix/unshare.hpp"
 
-#include <nd/interleaved.hpp>
 #include <nd/share.hpp>
 
 #include <cstring>
@@ -67,12 +67,18 @@ void copy_kept(const void* source, void* target, std::size_t width, const deleti
     auto* to = static_cast<std::byte*>(target);
     if (what.keep.marks != nullptr && what.inner == 1) {
         switch (width) {
-        case 1: return squeeze<1>(from, to, what);
-        case 2: return squeeze<2>(from, to, what);
-        case 4: return squeeze<4>(from, to, what);
-        case 8: return squeeze<8>(from, to, what);
-        case 16: return squeeze<16>(from, to, what);
-        default: break;
+        case 1:
+            return squeeze<1>(from, to, what);
+        case 2:
+            return squeeze<2>(from, to, what);
+        case 4:
+            return squeeze<4>(from, to, what);
+        case 8:
+            return squeeze<8>(from, to, what);
+        case 16:
+            return squeeze<16>(from, to, what);
+        default:
+            break;
         }
     }
     for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
@@ -90,7 +96,7 @@ void delete_plain(ndArray_tag* array, const deletion& what) {
     array_ptr result = matrix::detail::do_create_uninitnumeric(what.shape, code_of(array));
     result->flags |= array->flags & kept;
     copy_kept(array->pdata, result->pdata, stored_element_size(array), what);
-    if (is_complex(result.get())) api::ndFreeImagIfZero(result.get());
+    if (is_complex(result.get())) free_imag_if_zero(result.get());
     move_onto(array, std::move(result));
 }
 
@@ -149,7 +155,7 @@ void delete_counted(ndArray_tag* array, const deletion& what) {
 void delete_positions(ndArray_tag* array, const deletion& what) {
     if (array->pdata == nullptr) {
         prepared_dims dims(what.shape, array);
-        api::ndFreeImagIfZero(array);
+        free_imag_if_zero(array);
         dims.commit_to(array);
     } else if (is_container_class(array->class_id)) {
         delete_slots(array, what);

@@ -11,6 +11,8 @@
 
 #include "errors/raise.hpp"
 
+#include <nd/memory.hpp>
+
 #include <algorithm>
 
 namespace matrix::internal {

@@ -4,7 +4,6 @@
 //   any other              a mark for each position of the dimension
 #pragma once
 
-#include <nd/memory.hpp>
 #include <nd/subscripts.hpp>
 
 #include <cstddef>
@@ -50,8 +49,7 @@ void for_each_kept_run(const keep_list& keep, Body&& body) {
         if (first == nullptr) return;
         const auto from = static_cast<kvSize>(static_cast<const std::uint8_t*>(first) - marks);
         const void* const end = std::memchr(marks + from, 0, keep.dim - from);
-        at = end == nullptr ? keep.dim
-                            : static_cast<kvSize>(static_cast<const std::uint8_t*>(end) - marks);
+        at = end == nullptr ? keep.dim : static_cast<kvSize>(static_cast<const std::uint8_t*>(end) - marks);
         body(from, at - from);
     }
 }

@@ -13,18 +13,20 @@
 
 #include "errors/raise.hpp"
 #include "matrix/class_hooks.hpp"
+#include "matrix/complexity.hpp"
 #include "matrix/containers.hpp"
 
 #include <nd/access.hpp>
 #include <nd/assignment.hpp>
 #include <nd/convert.hpp>
 #include <nd/deletion.hpp>
-#include <nd/interleaved.hpp>
 #include <nd/scalars.hpp>
 #include <nd/share.hpp>
 
+#include <algorithm>
+#include <array>
+#include <functional>
 #include <numeric>
-#include <optional>
 #include <span>
 
 namespace matrix::internal {
@@ -88,8 +90,13 @@ void delete_selected(ndArray_tag* array, subscript_list subs, std::size_t dimens
     if (keep.count == 0) return delete_everything(array, new_dims);
     const std::span<const std::size_t> all(seen.data(), seen.size());
     const std::size_t fields = is_struct_like(array->class_id) ? field_count(array) : 1;
-    delete_positions(array, {keep, fields * product(all.first(dimension)),
-                             product(all.subspan(dimension + 1)), new_dims});
+    delete_positions(
+        array, {keep, fields * product(all.first(dimension)), product(all.subspan(dimension + 1)), new_dims});
+}
+
+bool is_vector(const ndArray_tag* array) noexcept {
+    const dims_view dims = dims_of(array);
+    return std::count_if(dims.begin(), dims.end(), [](std::size_t dim) { return dim > 1; }) <= 1;
 }
 
 // A row in place of a matrix, with the elements as they lie.
@@ -100,11 +107,11 @@ void make_row(ndArray_tag* array) {
 
 void delete_from_full(ndArray_tag* array, subscript_list subs) {
     const survey found(subs);
-    if (found.any_empty && api::ndIsEmpty(array)) return api::ndFreeImagIfZero(array);
+    if (found.any_empty && api::ndIsEmpty(array)) return free_imag_if_zero(array);
     if (found.count > 1) errors::raise<TARVEL::legacy_two_part::badnullassign>();
     if (found.any_empty) {
-        api::ndFreeImagIfZero(array);
-        if (subs.size() == 1 && !api::ndIsVector(array)) make_row(array);
+        free_imag_if_zero(array);
+        if (subs.size() == 1 && !is_vector(array)) make_row(array);
         return;
     }
     if (found.count == 0) return delete_all_by_colons(array, subs.size());
@@ -138,7 +145,8 @@ using namespace internal;
 
 void ndSubscriptedDelete(ndArray_tag* a, std::size_t nsubs, const ndArray_tag* const* subs) {
     const std::span<const ndArray_tag* const> list(subs, nsubs);
-    if (a->class_id == ndUNKNOWN_CLASS && ndIsEmpty(a)) errors::raise<TARVEL::legacy_two_part::badnullindex>();
+    if (a->class_id == ndUNKNOWN_CLASS && ndIsEmpty(a))
+        errors::raise<TARVEL::legacy_two_part::badnullindex>();
     if ((a->flags & flag_indexing_opaque) != 0) return delete_from_opaque(a, list);
     if (array_ptr range = expand_if_colon_object(a)) {
         delete_from_full(range.get(), list);
