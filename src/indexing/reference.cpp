@@ -17,6 +17,7 @@
 #include "matrix/header_factory.hpp"
 #include "matrix/numeric_creation.hpp"
 #include "matrix/scaffolding.hpp"
+#include "matrix/sparse_parts.hpp"
 
 #include <nd/messages.hpp>
 #include <nd/reference.hpp>
