@@ -6,6 +6,7 @@
 //   function handle, opaque  those that stay are copied as their makers tell, since each copy counts; the old array ends as a whole
 #include "indexing/delete_positions.hpp"
 
+#include "indexing/reference.hpp"
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/complexity.hpp"
@@ -90,11 +91,9 @@ void copy_kept(const void* source, void* target, std::size_t width, const deleti
 void move_onto(ndArray_tag* array, array_ptr value) { api::ndMoveArrayOntoHeader(array, value.release()); }
 
 void delete_plain(ndArray_tag* array, const deletion& what) {
-    constexpr std::uint32_t kept =
-        flag_user_mask | flag_from_global_workspace | flag_single_threaded_sharing | flag_complex;
     bring_data_up_to_date(array);
     array_ptr result = matrix::detail::do_create_uninitnumeric(what.shape, code_of(array));
-    result->flags |= array->flags & kept;
+    result->flags |= array->flags & flags_kept_by_reference;
     copy_kept(array->pdata, result->pdata, stored_element_size(array), what);
     if (is_complex(result.get())) free_imag_if_zero(result.get());
     move_onto(array, std::move(result));

@@ -9,6 +9,7 @@
 
 #include "indexing/element_store.hpp"
 #include "indexing/growth.hpp"
+#include "indexing/reference.hpp"
 #include "indexing/structure_reference.hpp"
 
 #include "errors/raise.hpp"
@@ -30,7 +31,6 @@ namespace {
 namespace api = matrix::detail::noninlined::nd_array_api;
 using Korvane::engine::RHSInfo;
 using Korvane::indexing::utilities::BadSubscriptHandler;
-using subscript_list = std::span<const ndArray_tag* const>;
 
 RHSInfo shape_of(const ndArray_tag* rhs) noexcept {
     const dims_view dims = dims_of(rhs);
@@ -40,7 +40,7 @@ RHSInfo shape_of(const ndArray_tag* rhs) noexcept {
 // The two sides of one assignment, as the subscripts see them.
 class structure_assignment {
 public:
-    structure_assignment(ndArray_tag* lhs, subscript_list subs, const ndArray_tag* rhs, std::size_t field)
+    structure_assignment(ndArray_tag* lhs, subscript_span subs, const ndArray_tag* rhs, std::size_t field)
         : lhs_(lhs),
           rhs_(rhs),
           field_(field),
@@ -57,7 +57,7 @@ public:
 
     // Whether the left side grew or gave way.
     bool run() {
-        const dims_view reach(set_.info.max.data(), set_.info.max.size());
+        const dims_view reach = set_.info.max;
         const bool grows = grow_dimensions(dims_before(), reach.subspan(1), seen_by_subscripts(new_seen_));
         if (!grows && element_count(rhs_) == 1 && element_count(lhs_) == 0) stores_ = false;
         refuse_other_fields();
@@ -72,7 +72,6 @@ private:
     static std::span<std::size_t> seen_by_subscripts(dims_list& seen) noexcept {
         return {seen.data() + 1, seen.size() - 1};
     }
-    static dims_view view(const dims_list& dims) noexcept { return {dims.data(), dims.size()}; }
 
     bool is_unknown() const noexcept { return lhs_->class_id == ndUNKNOWN_CLASS && element_count(lhs_) == 0; }
 
@@ -88,7 +87,7 @@ private:
     }
 
     // A scalar that is assigned to nothing fits, whatever else is selected.
-    void convert(subscript_list subs) {
+    void convert(subscript_span subs) {
         stores_ = element_count(rhs_) != 0;
         const bool scalar = element_count(rhs_) == 1;
         bool to_nothing = false;
@@ -118,12 +117,12 @@ private:
     }
 
     void store(ndArray_tag* target, bool grows) {
-        if (grows) checked_element_count(view(new_seen_), sizeof(ndArray_tag*));
+        if (grows) checked_element_count(new_seen_, sizeof(ndArray_tag*));
         std::size_t count = stores_ ? 1 : 0;
         for (const std::size_t selected : set_.info.num) count *= selected;
         element_store values(target, rhs_, count);
-        if (grows) grow_left_side(target, {view(old_seen_), view(new_seen_), all_zero_, true});
-        if (count != 0 && !values.store_into(target, view(new_seen_), set_))
+        if (grows) grow_left_side(target, {old_seen_, new_seen_, all_zero_, true});
+        if (count != 0 && !values.store_into(target, new_seen_, set_))
             errors::raise<TARVEL::legacy_two_part::nomem>();
     }
 
@@ -147,6 +146,7 @@ using namespace internal;
 
 void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
                            const ndArray_tag* rhs, std::size_t field) {
+    if (nsubs == 0) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
     grew = false;
     const array_ptr own = rhs == lhs && is_struct_like(lhs->class_id) ? shallow_copy(lhs) : nullptr;
     grew = structure_assignment(lhs, {subs, nsubs}, own ? own.get() : rhs, field).run();

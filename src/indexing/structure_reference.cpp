@@ -2,8 +2,8 @@
 // slots in the same order: as a struct, where all fields are selected, or as a cell of one field's values.
 #include "indexing/structure_reference.hpp"
 
-#include "indexing/bounded_subscripts.hpp"
 #include "indexing/element_read.hpp"
+#include "indexing/reference.hpp"
 #include "indexing/reference_shape.hpp"
 
 #include "errors/raise.hpp"
@@ -34,10 +34,8 @@ dims_list dimensions_with_fields(std::size_t fields, const dims_list& seen) {
 
 namespace {
 
-using subscript_list = std::span<const ndArray_tag* const>;
-
 // The result's shape, fields left out.
-dims_list selected_dims(const ndArray_tag& source, subscript_list subs, const SubscriptSet& set,
+dims_list selected_dims(const ndArray_tag& source, subscript_span subs, const SubscriptSet& set,
                         std::size_t field) {
     if (subs.size() == 1 && field == 0)
         return linear_reference_dims(dims_of(&source), element_count(&source), subs[0],
@@ -54,22 +52,20 @@ using namespace internal;
 
 array_ptr structureReference(const ndArray_tag& s, std::span<const ndArray_tag* const> subs,
                              std::size_t field) {
+    if (subs.empty()) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
     const std::size_t fields = field_count(&s);
     const dims_list seen = dimensions_with_fields(fields, folded_dimensions(dims_of(&s), subs.size()));
-    const dims_view dims(seen.data(), seen.size());
     SubscriptSet set(subs.size() + 1, true, true);
     fill_field_slot(set, fields, field);
-    fill_within_bounds(set, subs, dims.subspan(1), s);
+    fill_within(set, &s, dims_view(seen).subspan(1), subs);
 
     array_ptr result = field == 0 ? create_empty_copy(&s) : create_cell({});
-    const std::size_t total =
-        checked_element_count({set.info.num.data(), set.info.num.size()}, sizeof(ndArray_tag*));
-    const dims_list shape = selected_dims(s, subs, set, field);
-    result->set_dimensions({shape.data(), shape.size()});
+    const std::size_t total = checked_element_count(set.info.num, sizeof(ndArray_tag*));
+    result->set_dimensions(selected_dims(s, subs, set, field));
     if (total == 0) return result;
     void* const slots = allocate_data(total * sizeof(ndArray_tag*), DataInitialization::zeroed);
     put_data(result.get(), {slots});
-    if (!read_elements(&s, dims, set, result.get())) errors::raise<TARVEL::legacy_two_part::nomem>();
+    if (!read_elements(&s, seen, set, result.get())) errors::raise<TARVEL::legacy_two_part::nomem>();
     return result;
 }
 

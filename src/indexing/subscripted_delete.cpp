@@ -1,6 +1,6 @@
 // Deletion by subscripts. Cases, in the order in which they are tried:
 //
-//   empty of class unknown         an error
+//   no subscript; empty of class unknown   errors
 //   indexing-opaque                its class is told by the assignment of an empty array
 //   colon object, sparse array     the vector or the full array that it stands for, which comes back as what it was
 //   a subscript without elements   of an empty array: nothing goes
@@ -10,6 +10,7 @@
 //   one                            the positions that it selects
 #include "indexing/delete_positions.hpp"
 #include "indexing/folded_dimensions.hpp"
+#include "indexing/reference.hpp"
 
 #include "errors/raise.hpp"
 #include "matrix/class_hooks.hpp"
@@ -34,11 +35,10 @@ namespace {
 
 namespace api = matrix::detail::noninlined::nd_array_api;
 using Korvane::indexing::utilities::BadSubscriptHandler;
-using subscript_list = std::span<const ndArray_tag* const>;
 
 // The subscripts that aren't the colon.
 struct survey {
-    explicit survey(subscript_list subs) {
+    explicit survey(subscript_span subs) {
         for (std::size_t i = 0; i < subs.size(); ++i) {
             if (api::ndIsColonIndex(subs[i])) continue;
             ++count;
@@ -77,21 +77,20 @@ void delete_all_by_colons(ndArray_tag* array, std::size_t nsubs) {
         shape = folded_dimensions(dims_of(array), nsubs);
         shape[0] = 0;
     }
-    delete_everything(array, dims_view(shape.data(), shape.size()));
+    delete_everything(array, shape);
 }
 
-void delete_selected(ndArray_tag* array, subscript_list subs, std::size_t dimension) {
+void delete_selected(ndArray_tag* array, subscript_span subs, std::size_t dimension) {
     const dims_list seen = folded_dimensions(dims_of(array), subs.size());
     const auto handler = BadSubscriptHandler::InitializeInvalidIndexHandler(subs.size(), dimension + 1);
     const keep_list keep = kept_positions(&subs[dimension], seen[dimension], handler);
     if (keep.deletes_nothing()) return;
     const dims_list shape = shape_of_rest(array, seen, dimension, keep.count);
-    const dims_view new_dims(shape.data(), shape.size());
-    if (keep.count == 0) return delete_everything(array, new_dims);
-    const std::span<const std::size_t> all(seen.data(), seen.size());
+    if (keep.count == 0) return delete_everything(array, shape);
+    const dims_view all = seen;
     const std::size_t fields = is_struct_like(array->class_id) ? field_count(array) : 1;
     delete_positions(
-        array, {keep, fields * product(all.first(dimension)), product(all.subspan(dimension + 1)), new_dims});
+        array, {keep, fields * product(all.first(dimension)), product(all.subspan(dimension + 1)), shape});
 }
 
 bool is_vector(const ndArray_tag* array) noexcept {
@@ -105,7 +104,7 @@ void make_row(ndArray_tag* array) {
     array->set_dimensions(dims);
 }
 
-void delete_from_full(ndArray_tag* array, subscript_list subs) {
+void delete_from_full(ndArray_tag* array, subscript_span subs) {
     const survey found(subs);
     if (found.any_empty && api::ndIsEmpty(array)) return free_imag_if_zero(array);
     if (found.count > 1) errors::raise<TARVEL::legacy_two_part::badnullassign>();
@@ -120,18 +119,18 @@ void delete_from_full(ndArray_tag* array, subscript_list subs) {
 
 // Marks that belong to the header, not to its storage.
 void move_back(ndArray_tag* array, array_ptr value) {
-    value->flags |= array->flags & (flag_user_mask | flag_from_global_workspace);
+    value->flags |= array->flags & flags_kept_by_reference & ~(flag_complex | flag_numeric);
     api::ndMoveArrayOntoHeader(array, value.release());
 }
 
-void delete_from_sparse(ndArray_tag* array, subscript_list subs) {
+void delete_from_sparse(ndArray_tag* array, subscript_span subs) {
     const boost::intrusive_ptr<ndArray_tag> full = convert_to_full_if_needed(array);
     delete_from_full(full.get(), subs);
     boost::intrusive_ptr<ndArray_tag> rest = convert_to_sparse_if_needed(full.get());
     move_back(array, array_ptr(rest.detach()));
 }
 
-void delete_from_opaque(ndArray_tag* array, subscript_list subs) {
+void delete_from_opaque(ndArray_tag* array, subscript_span subs) {
     const array_ptr nothing = create({}, ndDOUBLE_CLASS, ndREAL);
     api::ndSubscriptedAssignment(array, subs.size(), subs.data(), nothing.get());
 }
@@ -145,6 +144,7 @@ using namespace internal;
 
 void ndSubscriptedDelete(ndArray_tag* a, std::size_t nsubs, const ndArray_tag* const* subs) {
     const std::span<const ndArray_tag* const> list(subs, nsubs);
+    if (list.empty()) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
     if (a->class_id == ndUNKNOWN_CLASS && ndIsEmpty(a))
         errors::raise<TARVEL::legacy_two_part::badnullindex>();
     if ((a->flags & flag_indexing_opaque) != 0) return delete_from_opaque(a, list);

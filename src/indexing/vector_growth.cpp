@@ -1,11 +1,13 @@
 // Vectors and matrices of plain elements that an engine lengthens, without subscripts. Spare room is that of assignment. Complexity comes
-// first; it goes again where the growth fails.
+// first.
 #include "matrix/accessors.hpp"
 #include "matrix/complexity.hpp"
 #include "matrix/resize.hpp"
 #include "matrix/size_check.hpp"
 
+#include <nd/create.hpp>
 #include <nd/deletion.hpp>
+#include <nd/share.hpp>
 
 #include <algorithm>
 #include <array>
@@ -14,24 +16,6 @@ namespace matrix::internal {
 namespace {
 
 using matrix_dims = std::array<std::size_t, 2>;
-
-// Makes an array complex for as long as nothing fails.
-class inflation {
-public:
-    inflation(ndArray_tag* array, bool wanted) : array_(wanted && !is_complex(array) ? array : nullptr) {
-        if (array_ != nullptr) inflate_to_complex(array_);
-    }
-    ~inflation() {
-        if (array_ != nullptr) deflate_to_real(array_); // its block is its own: nothing to allocate
-    }
-    inflation(const inflation&) = delete;
-    inflation& operator=(const inflation&) = delete;
-
-    void stays() noexcept { array_ = nullptr; }
-
-private:
-    ndArray_tag* array_;
-};
 
 // The array is no literal any more. Two dimensions need no block.
 void store_dims(ndArray_tag* array, const matrix_dims& dims) noexcept {
@@ -52,18 +36,23 @@ bool lengthen(ndArray_tag* array, kvSize m, kvSize n, kvSize length) {
     return true;
 }
 
-bool lengthen(ndArray_tag* array, kvSize m, kvSize n, kvSize length, bool make_complex) {
-    inflation complex(array, make_complex);
-    const bool result = lengthen(array, m, n, length);
-    complex.stays();
-    return result;
-}
-
 void enlarge(ndArray_tag* array, const matrix_dims& old_dims, const matrix_dims& new_dims) {
     if (new_dims == old_dims) return;
     const std::size_t count = checked_element_count(new_dims, stored_element_size(array));
     grow_data(array, {old_dims, old_dims[0] * old_dims[1], new_dims, count});
     store_dims(array, new_dims);
+}
+
+// grow(array), after a real array has become complex where that is wanted. That happens aside, so that a failure of either leaves the array
+// as it is.
+template <class Grow>
+bool grow_with_complexity(ndArray_tag* array, bool make_complex, Grow grow) {
+    if (!make_complex || is_complex(array)) return grow(array);
+    array_ptr complex = matrix::detail::do_deep_copy(array);
+    inflate_to_complex(complex.get());
+    const bool result = grow(complex.get());
+    matrix::detail::noninlined::nd_array_api::ndMoveArrayOntoHeader(array, complex.release());
+    return result;
 }
 
 } // namespace
@@ -74,18 +63,20 @@ namespace matrix::detail::noninlined::nd_array_api {
 using namespace internal;
 
 bool ndResizeDoubleVector(ndArray_tag* a, kvSize m, kvSize n, kvSize newLength, bool makeComplex) {
-    return lengthen(a, m, n, newLength, makeComplex);
+    return grow_with_complexity(a, makeComplex,
+                                [=](ndArray_tag* array) { return lengthen(array, m, n, newLength); });
 }
 
 bool ndResizeNumericVector(ndArray_tag* a, kvSize m, kvSize n, kvSize newLength, bool makeComplex) {
-    if (a->class_id == ndCHAR_CLASS) return lengthen(a, m, n, newLength, false);
-    return is_numeric(code_of(a->class_id, false)) && lengthen(a, m, n, newLength, makeComplex);
+    if (a->class_id == ndCHAR_CLASS) return lengthen(a, m, n, newLength);
+    return is_numeric(code_of(a->class_id, false)) && ndResizeDoubleVector(a, m, n, newLength, makeComplex);
 }
 
 void ndResizeDoubleMatrix(ndArray_tag* a, kvSize m, kvSize n, kvSize newM, kvSize newN, bool makeComplex) {
-    inflation complex(a, makeComplex);
-    enlarge(a, {m, n}, {std::max(m, newM), std::max(n, newN)});
-    complex.stays();
+    grow_with_complexity(a, makeComplex, [=](ndArray_tag* array) {
+        enlarge(array, {m, n}, {std::max(m, newM), std::max(n, newN)});
+        return true;
+    });
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api
