@@ -131,14 +131,34 @@ bool holds_references(const ndArray_tag* element) noexcept {
     return element != nullptr && can_hold_references(element->class_id);
 }
 
-// A header with more than one of the two kinds of owners is shared as it is: only its count changes.
-data_copy shared_for_slots(ndArray_tag* target, const ndArray_tag* source, std::size_t count, bool scalar) {
+// The slots that a source gives, one after the other; a single element of a cell or struct gives its slots again and again.
+class slot_cycle {
+public:
+    explicit slot_cycle(const ndArray_tag* source) noexcept : slots_(slots_in(source)) {}
+
+    ndArray_tag* next() noexcept {
+        if (slots_.empty()) return nullptr;
+        ndArray_tag* const element = slots_[at_];
+        if (++at_ == slots_.size()) at_ = 0;
+        return element;
+    }
+
+    /// Nothing but the first slot.
+    slot_cycle first() const noexcept { return slot_cycle(slots_.first(1)); }
+
+private:
+    explicit slot_cycle(std::span<ndArray_tag* const> slots) noexcept : slots_(slots) {}
+
+    std::span<ndArray_tag* const> slots_;
+    std::size_t at_ = 0;
+};
+
+data_copy shared_for_slots(ndArray_tag* target, slot_cycle from, std::size_t count) {
     data_copy prepared(target);
     auto* const places = static_cast<ndArray_tag**>(
         prepared.allocate(count, sizeof(ndArray_tag*), DataInitialization::zeroed));
-    const auto from = slots_in(source);
     for (std::size_t i = 0; i < count; ++i) {
-        ndArray_tag* const element = from[scalar ? 0 : i];
+        ndArray_tag* const element = from.next();
         places[i] = share_for_slot(element, target);
         if (holds_references(element)) note_link_on_gc_list(target, places[i]);
     }
@@ -159,7 +179,8 @@ data_copy acquired_records(ndArray_tag* target, const ndArray_tag* source, std::
 } // namespace
 
 data_copy copies_for_slots(ndArray_tag* target, const ndArray_tag* source, std::size_t count) {
-    if (target->class_id != ndOPAQUE_CLASS) return shared_for_slots(target, source, count, true);
+    if (target->class_id != ndOPAQUE_CLASS)
+        return shared_for_slots(target, slot_cycle(source).first(), count);
     data_copy prepared(target);
     auto* const places =
         static_cast<void**>(prepared.allocate(count, sizeof(void*), DataInitialization::zeroed));
@@ -175,7 +196,7 @@ element_store::element_store(ndArray_tag* target, const ndArray_tag* source, std
     if (is_container_class(target->class_id)) {
         const auto slots = slots_in(source);
         if (std::any_of(slots.begin(), slots.end(), holds_references))
-            prepared_.emplace(shared_for_slots(target, source, count, scalar_));
+            prepared_.emplace(shared_for_slots(target, slot_cycle(source), count));
     } else if (target->class_id == ndFUNCTION_CLASS) {
         prepared_.emplace(acquired_records(target, source, count, scalar_));
     }
@@ -197,12 +218,10 @@ bool element_store::store_values(ndArray_tag* target, dims_view seen, const Subs
 
 bool element_store::store_slots(ndArray_tag* target, dims_view seen, const SubscriptSet& set) {
     auto* prepared = prepared_ ? static_cast<ndArray_tag**>(prepared_->blocks().pdata) : nullptr;
-    ndArray_tag* const* from = source_->pdata == nullptr ? nullptr : slots_of(source_);
-    const std::size_t step = scalar_ ? 0 : 1;
+    slot_cycle from(source_);
     const auto next = [&]() -> ndArray_tag* {
         if (prepared != nullptr) return std::exchange(*prepared++, nullptr);
-        if (from == nullptr) return nullptr;
-        return share_for_slot(*std::exchange(from, from + step), target); // plain: only its count changes
+        return share_for_slot(from.next(), target); // plain: only its count changes
     };
     return walk_elements(static_cast<std::byte*>(target->pdata), seen, set, sizeof(ndArray_tag*),
                          [&](const position_run& run, std::byte* base) {

@@ -1,7 +1,8 @@
 // The right-hand side of an assignment on its way into the left side.
 //
 //   logical, char, numeric   bytes of the element's width; real ones are widened for a complex left side
-//   cell                     one owner more for plain arrays, shared copies of those that can hold references
+//   cell, struct, object     one owner more for plain arrays, shared copies of those that can hold references. Elements of structs are as
+//                            many slots as they have fields
 //   function handle          the records, with a reference more to what they hold
 //   opaque                   each element as its class replaces it
 //
@@ -19,8 +20,8 @@ namespace matrix::internal {
 
 class element_store {
 public:
-    /// target has source's class, but not its complexity necessarily; count elements are selected in it. source is full, current
-    /// and holds one element or count of them. Raises std::bad_alloc and what copying an element raises.
+    /// target has source's class, but not its complexity necessarily; count elements are selected in it, of a struct count slots. source is
+    /// full and current, and holds one element or as many as are selected. The slots of a struct may come from a cell. Raises std::bad_alloc and what copying an element raises.
     element_store(ndArray_tag* target, const ndArray_tag* source, std::size_t count);
 
     /// Into the elements that the set selects, all within seen. False when the class of opaque elements has no memory.
