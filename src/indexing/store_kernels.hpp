@@ -49,7 +49,7 @@ public:
         // The first and the last store overlap their neighbours, by whole values.
         const std::size_t head = (0 - reinterpret_cast<std::uintptr_t>(to)) % width;
         std::size_t done = 0;
-        if (head % value_size == 0) {
+        if ((head & (value_size - 1)) == 0) {
             __builtin_memcpy(out, &x, width);
             done = head;
         }
