@@ -23,7 +23,8 @@ kvIndex scalar_index_slowly(const ndArray_tag* subscript,
 [[gnu::always_inline]] inline kvIndex plain_scalar_index(const ndArray_tag* subscript) noexcept {
     constexpr double beyond = 281474976710656.0; // 2^48
     constexpr std::uint32_t tested = flag_scalar_double | flag_complex;
-    if ((subscript->flags & tested) != flag_scalar_double || subscript->share_record != nullptr ||
+    if ((subscript->flags & tested) != flag_scalar_double ||
+        (subscript->share_record != nullptr && subscript->share_record->scData != nullptr) ||
         subscript->pdata == nullptr) [[unlikely]]
         return 0;
     const double value = *static_cast<const double*>(subscript->pdata);
