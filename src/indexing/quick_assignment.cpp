@@ -53,9 +53,10 @@ void store_steps(std::byte* to, const position_steps& steps, value_source& from)
     } else if (steps.step == 1) {
         std::memcpy(first, values, steps.count * Width);
     } else {
+        const auto step =
+            static_cast<std::ptrdiff_t>(steps.step * Width); // of a range that descends, below 0
         for (std::size_t i = 0; i < steps.count; ++i)
-            std::memcpy(first + i * steps.step * Width, values + i * stride,
-                        Width); // wraps where it descends
+            std::memcpy(first + static_cast<std::ptrdiff_t>(i) * step, values + i * stride, Width);
     }
 }
 
