@@ -29,9 +29,9 @@ std::string walked(const dims_list& dims, const subscripts& subs) {
     SubscriptSet set(subs.size(), true, false);
     fill(set, dims, subs);
     std::ostringstream text;
-    const std::byte* const origin = nullptr;
+    const std::byte origin[64] = {};
     const bool whole =
-        walk_elements(origin, dims, set, 1, [&](const position_run& run, const std::byte* base) {
+        walk_elements(&origin[0], dims, set, 1, [&](const position_run& run, const std::byte* base) {
             text << '[';
             const char* separator = "";
             walk_run(run, [&](std::size_t offset) {
@@ -83,13 +83,13 @@ TEST_F(ElementWalk, StopsWhenARunSaysSo) {
     SubscriptSet set(2, true, false);
     fill(set, {3, 4}, subs_of(range(1, 2, 3), colon()));
     int calls = 0;
-    const std::byte* const origin = nullptr;
-    EXPECT_FALSE(walk_elements(origin, dims_list{3, 4}, set, 1,
+    const std::byte origin[64] = {};
+    EXPECT_FALSE(walk_elements(&origin[0], dims_list{3, 4}, set, 1,
                                [&](const position_run&, const std::byte*) { return ++calls < 3; }));
     EXPECT_EQ(calls, 3);
     int elements = 0;
     EXPECT_FALSE(
-        walk_elements(origin, dims_list{3, 4}, set, 1, [&](const position_run& run, const std::byte*) {
+        walk_elements(&origin[0], dims_list{3, 4}, set, 1, [&](const position_run& run, const std::byte*) {
             return walk_run(run, [&](std::size_t) { return ++elements < 4; });
         }));
     EXPECT_EQ(elements, 4);
@@ -102,8 +102,8 @@ TEST_F(ElementWalk, ReadsAFieldSlotToo) {
     const ndArray_tag* const sub = elements.get();
     matrix::internal::FillSubscriptSlot(set, 0, &sub, 3, growing());
     std::vector<std::size_t> offsets;
-    const std::byte* const origin = nullptr;
-    walk_elements(origin, dims_list{2, 3}, set, 1, [&](const position_run& run, const std::byte* base) {
+    const std::byte origin[64] = {};
+    walk_elements(&origin[0], dims_list{2, 3}, set, 1, [&](const position_run& run, const std::byte* base) {
         return walk_run(run, [&](std::size_t offset) {
             offsets.push_back(static_cast<std::size_t>(base - origin) + offset);
         });

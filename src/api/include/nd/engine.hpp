@@ -21,6 +21,7 @@
 #include <nd/module.hpp>
 #include <nd/names.hpp>
 #include <nd/protected.hpp>
+#include <nd/reference.hpp>
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
 #include <nd/sparse.hpp>
