@@ -6,6 +6,7 @@
 
 #include <nd/access.hpp>
 #include <nd/array.hpp>
+#include <nd/assignment.hpp>
 #include <nd/cache.hpp>
 #include <nd/colon.hpp>
 #include <nd/containers.hpp>
