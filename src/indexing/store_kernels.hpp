@@ -58,47 +58,83 @@ public:
     }
 
     static bool doubles_within(const double* values, std::size_t count, std::uint64_t limit) noexcept {
-        words highest{};
-        words changed{};
-        std::size_t done = 0;
-        for (; count - done >= lanes; done += lanes) {
-            doubles x;
-            __builtin_memcpy(&x, values + done, sizeof x);
-            const doubles sum = x + whole_from;
-            changed |= (words)(sum - whole_from) ^ (words)x;
-            const words position = (words)sum - (bits_of_whole + 1);
-            highest = position > highest ? position : highest;
-        }
-        std::uint64_t most = highest_of(highest);
-        std::uint64_t any_changed = any(changed);
-        for (; done < count; ++done) {
-            const double x = values[done];
-            const double sum = x + whole_from;
-            any_changed |= bits_of(sum - whole_from) ^ bits_of(x);
-            const std::uint64_t position = bits_of(sum) - (bits_of_whole + 1);
-            most = position > most ? position : most;
-        }
-        return any_changed == 0 && (count == 0 || most < limit);
+        return all_within<double_judge>(values, count, limit);
     }
 
     static bool words_within(const std::uint64_t* values, std::size_t count, std::uint64_t limit) noexcept {
-        words highest{};
-        std::size_t done = 0;
-        for (; count - done >= lanes; done += lanes) {
-            words x;
-            __builtin_memcpy(&x, values + done, sizeof x);
-            const words position = x - 1;
-            highest = position > highest ? position : highest;
-        }
-        std::uint64_t most = highest_of(highest);
-        for (; done < count; ++done) {
-            const std::uint64_t position = values[done] - 1;
-            most = position > most ? position : most;
-        }
-        return count == 0 || most < limit;
+        return all_within<word_judge>(values, count, limit);
     }
 
 private:
+    // What the values of one lane have in common: the highest position, and bits that tell of fractions.
+    struct double_judge {
+        words highest{};
+        words changed{};
+
+        [[gnu::always_inline]] void see(const double* from) noexcept {
+            doubles x;
+            __builtin_memcpy(&x, from, sizeof x);
+            const doubles sum = x + whole_from;
+            changed |= (words)(sum - whole_from) ^ (words)x;
+            raise(highest, (words)sum - (bits_of_whole + 1));
+        }
+        [[gnu::always_inline]] void add(const double_judge& other) noexcept {
+            changed |= other.changed;
+            raise(highest, other.highest);
+        }
+        [[gnu::always_inline]] bool all_within(std::uint64_t limit) const noexcept {
+            return any(changed) == 0 && highest_of(highest) < limit;
+        }
+        [[gnu::always_inline]] static bool is_within(double x, std::uint64_t limit) noexcept {
+            const double sum = x + whole_from;
+            return bits_of(sum - whole_from) == bits_of(x) && bits_of(sum) - (bits_of_whole + 1) < limit;
+        }
+    };
+
+    struct word_judge {
+        words highest{};
+
+        [[gnu::always_inline]] void see(const std::uint64_t* from) noexcept {
+            words x;
+            __builtin_memcpy(&x, from, sizeof x);
+            raise(highest, x - 1);
+        }
+        [[gnu::always_inline]] void add(const word_judge& other) noexcept { raise(highest, other.highest); }
+        [[gnu::always_inline]] bool all_within(std::uint64_t limit) const noexcept {
+            return highest_of(highest) < limit;
+        }
+        [[gnu::always_inline]] static bool is_within(std::uint64_t x, std::uint64_t limit) noexcept {
+            return x - 1 < limit;
+        }
+    };
+
+    // Four vectors at a time, none of which waits for the one before.
+    template <class Judge, class Value>
+    [[gnu::always_inline]] static bool all_within(const Value* values, std::size_t count,
+                                                  std::uint64_t limit) noexcept {
+        Judge first;
+        Judge second;
+        Judge third;
+        Judge fourth;
+        std::size_t done = 0;
+        for (; count - done >= 4 * lanes; done += 4 * lanes) {
+            first.see(values + done);
+            second.see(values + done + lanes);
+            third.see(values + done + 2 * lanes);
+            fourth.see(values + done + 3 * lanes);
+        }
+        for (; count - done >= lanes; done += lanes) first.see(values + done);
+        first.add(second);
+        third.add(fourth);
+        first.add(third);
+        bool good = done == 0 || first.all_within(limit);
+        for (; done < count; ++done) good = good && Judge::is_within(values[done], limit);
+        return good;
+    }
+
+    [[gnu::always_inline]] static void raise(words& highest, const words& position) noexcept {
+        highest = position > highest ? position : highest;
+    }
     [[gnu::always_inline]] static void fill_less(std::uint8_t* out, const std::uint8_t* pattern,
                                                  std::size_t size) noexcept {
         std::size_t done = 0;
