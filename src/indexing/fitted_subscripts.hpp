@@ -37,7 +37,7 @@ public:
     bool is_one_colon_of_nothing() const noexcept;
 
     /// Fills the slot of the field, which has waited till the two sides were known to have the same. Raises TARVEL:badargs for one that
-    /// isn't there, TARVEL:nomem.
+    /// isn't there.
     void select_field();
 
 private:

@@ -14,16 +14,12 @@
 
 #include <nd/share.hpp>
 
-#include <utility>
-
 namespace matrix::internal {
 
 void fill_field_slot(SubscriptSet& set, std::size_t fields, std::size_t field) {
     if (field == 0) return set.put_colon(0, fields);
     if (field > fields) errors::raise<TARVEL::legacy_two_part::badargs>();
-    index_block position = make_index_block(1);
-    position[0] = field - 1;
-    set.put_list(0, std::move(position), 1, field);
+    set.put_position(0, field - 1);
 }
 
 dims_list dimensions_with_fields(std::size_t fields, const dims_list& seen) {

@@ -10,7 +10,7 @@
 namespace matrix::internal {
 
 /// Fills slot 0 of a set that has a field slot: one field, counted from 1, or all fields of an array that has so many. Raises
-/// TARVEL:badargs for a field that isn't there, TARVEL:nomem.
+/// TARVEL:badargs for a field that isn't there.
 void fill_field_slot(SubscriptSet& set, std::size_t fields, std::size_t field);
 
 /// The dimensions that such a set goes through. Raises std::bad_alloc, for ten subscripts and more.
