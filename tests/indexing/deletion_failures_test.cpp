@@ -139,5 +139,22 @@ TEST_F(DeletionFailures, OfMemoryLeaveAColonObjectOne) {
     }
 }
 
+// The new array is all that a deletion of a run asks for; a mask needs a mark for each position besides.
+TEST_F(DeletionFailures, AreFewSinceARunNeedsNoList) {
+    const auto allocations = [](const char* written) {
+        return for_each_failing_alloc(std::string("one array and ") + written,
+                                      [&](fault_run& run) {
+                                          const array_ptr x = numbered("double 1x300");
+                                          const sub_list subs(written);
+                                          run.operand(x.get());
+                                          run.act([&] { erase(x.get(), subs); });
+                                      })
+            .points;
+    };
+    for (const char* run : {"1", "300", "7", "1:20", "281:300", "299:-1:2"})
+        EXPECT_EQ(allocations(run), 2) << run;
+    EXPECT_EQ(allocations("1:2:300"), 3);
+}
+
 } // namespace
 } // namespace test
