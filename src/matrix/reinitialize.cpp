@@ -12,7 +12,8 @@ using namespace internal;
 
 void ndReInitArray2Type(ndArray_tag* a, ndArrayType type) {
     const auto code = NdArrayTypeId{static_cast<std::uint32_t>(type)};
-    const bool known = is_class(class_of(code)) && static_cast<std::uint32_t>(type) < code_count;
+    const bool known = is_class(class_of(code)) && static_cast<std::uint32_t>(type) < code_count &&
+                       (is_numeric(code) || !is_complex_code(code));
     empty_header(a);
     a->class_id = known ? class_of(code) : ndUNKNOWN_CLASS;
     a->flags = known ? flags_of_code(code) : 0;

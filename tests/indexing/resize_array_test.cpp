@@ -134,8 +134,11 @@ TEST_F(ResizeArray, AHeaderBeginsAnewAsAnyClass) {
     const array_ptr x = arr("double 1x1");
     api::ndReInitArray2Type(x.get(), static_cast<ndArrayType>(ndSINGLE_CLASS + 32));
     EXPECT_TRUE(api::ndIsComplex(x.get()));
-    api::ndReInitArray2Type(x.get(), static_cast<ndArrayType>(77));
-    EXPECT_EQ(x->class_id, ndUNKNOWN_CLASS);
+    for (const std::uint32_t no_type : {77U, 19U, ndCELL_CLASS + 32U}) {
+        api::ndReInitArray2Type(x.get(), static_cast<ndArrayType>(no_type));
+        EXPECT_EQ(x->class_id, ndUNKNOWN_CLASS);
+        EXPECT_FALSE(api::ndIsComplex(x.get()));
+    }
 }
 
 struct match_row {
