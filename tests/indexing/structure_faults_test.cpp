@@ -1,5 +1,6 @@
 // Every allocation of reference and assignment of structs fails once: both sides stay as they are, to the bit.
 #include "indexing/sub_list.hpp"
+#include "matrix/containers.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
 #include "support/variations.hpp"
@@ -20,6 +21,12 @@ array_ptr shared_once(array_ptr element) {
     return element;
 }
 
+void share_elements_once(const ndArray_tag* container) {
+    for (std::size_t i = 0; i < matrix::internal::slot_count(container); ++i)
+        if (const ndArray_tag* const element = matrix::internal::slots_of(container)[i])
+            matrix::detail::do_shared_copy(element);
+}
+
 array_ptr one() {
     return struct_arr("1x1", {"a", "b"}, shared_once(arr("cell 1x1", nullptr)), arr("double", {2}));
 }
@@ -38,6 +45,7 @@ TEST_F(StructureFaults, OfReference) {
                 for_each_failing_alloc(
                     std::string("reference ") + written + ", " + shape.name, [&](fault_run& run) {
                         const representation made = shape.make(value.get());
+                        share_elements_once(made.value.get());
                         const sub_list subs(written);
                         run.operand(made.value.get());
                         run.act([&] { return matrix::structureReference(*made.value, subs.span(), field); });
