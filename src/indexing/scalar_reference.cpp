@@ -113,8 +113,8 @@ kvIndex grow_to(ndArray_tag* array, dims_view indices, bool has_field, bool keep
         handler_within(array, nsubs, 1)
             .ThrowIndexExceedsDimensionsError(IndicesType::numeric, std::to_string(indices[0]));
     const dims_list before = seen;
-    const bool all_zero = std::all_of(dims_of(array).begin(), dims_of(array).end(),
-                                      [](std::size_t dim) { return dim == 0; });
+    const bool all_zero =
+        std::all_of(dims_of(array).begin(), dims_of(array).end(), [](std::size_t dim) { return dim == 0; });
     const std::span<std::size_t> subscripted(seen.data() + fields, nsubs);
     grow_dimensions(dims_of(array), indices.subspan(fields), subscripted);
     grow_slots(array, {before, seen, all_zero, has_field, keep, nullptr});
