@@ -34,16 +34,17 @@ __attribute__((target("avx512f,avx512bw,avx512vl,bmi2"))) bool widen_by_512(char
 
 __attribute__((target("avx512f,avx512bw,avx512vl,bmi2"))) bool narrow_by_512(char* to, const char16_t* from,
                                                                              std::size_t count) noexcept {
+    constexpr __mmask32 all = ~0U; // without a mask g++ 12 warns of its own header
     __m512i seen = _mm512_setzero_si512();
     std::size_t i = 0;
     for (; i + 32 <= count; i += 32) {
         const __m512i units = _mm512_loadu_si512(from + i);
         seen = _mm512_or_si512(seen, units);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i), _mm512_cvtepi16_epi8(units));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i), _mm512_maskz_cvtepi16_epi8(all, units));
     }
     const auto rest = static_cast<__mmask32>(_bzhi_u32(~0U, static_cast<unsigned>(count - i)));
     const __m512i units = _mm512_maskz_loadu_epi16(rest, from + i);
-    _mm256_mask_storeu_epi8(to + i, rest, _mm512_cvtepi16_epi8(units));
+    _mm256_mask_storeu_epi8(to + i, rest, _mm512_maskz_cvtepi16_epi8(all, units));
     constexpr short beyond_ascii = -0x80;
     return _mm512_test_epi16_mask(_mm512_or_si512(seen, units), _mm512_set1_epi16(beyond_ascii)) == 0;
 }
