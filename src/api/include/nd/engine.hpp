@@ -6,11 +6,13 @@
 
 #include <nd/access.hpp>
 #include <nd/array.hpp>
+#include <nd/assignment.hpp>
 #include <nd/cache.hpp>
 #include <nd/colon.hpp>
 #include <nd/containers.hpp>
 #include <nd/convert.hpp>
 #include <nd/create.hpp>
+#include <nd/deletion.hpp>
 #include <nd/engine_access.hpp>
 #include <nd/errors.hpp>
 #include <nd/interleaved.hpp>
@@ -20,9 +22,11 @@
 #include <nd/module.hpp>
 #include <nd/names.hpp>
 #include <nd/protected.hpp>
+#include <nd/reference.hpp>
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
 #include <nd/sparse.hpp>
+#include <nd/structures.hpp>
 #include <nd/subscripts.hpp>
 #include <nd/text.hpp>
 #include <nd/typed.hpp>

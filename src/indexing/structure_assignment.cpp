@@ -1,0 +1,62 @@
+// Assignment to struct and object arrays: the subscripts are fitted and the two sides must have the same fields; copies of the values wait
+// beside the array; it grows; and the values go to their slots, which can't fail any more. A left side that gives way is built
+// aside and moves onto the header in the end.
+#include "indexing/structure_assignment.hpp"
+
+#include "indexing/changed_array.hpp"
+#include "indexing/fitted_subscripts.hpp"
+
+#include "errors/raise.hpp"
+#include "matrix/arraycpy.hpp"
+#include "matrix/field_names.hpp"
+#include "matrix/size_check.hpp"
+
+#include <nd/class_access.hpp>
+#include <nd/share.hpp>
+
+namespace matrix::internal {
+namespace {
+
+namespace api = matrix::detail::noninlined::nd_array_api;
+
+// Slots are stored by position: both sides have as many fields, or the right-hand side is a cell of one field's values.
+void refuse_other_fields(const ndArray_tag* lhs, const ndArray_tag* rhs, std::size_t field, bool replaces) {
+    const bool is_struct = is_struct_like(lhs->class_id);
+    const bool fits = field != 0 ? is_struct && rhs->class_id == ndCELL_CLASS
+                                 : is_struct_like(rhs->class_id) &&
+                                       (replaces || (is_struct && field_count(lhs) == field_count(rhs)));
+    if (!fits)
+        errors::raise<TARVEL::legacy_two_part::invalidConversion>(api::ndGetClassName(rhs),
+                                                                  api::ndGetClassName(lhs));
+}
+
+bool assign_slots(ndArray_tag* lhs, std::span<const ndArray_tag* const> subs, const ndArray_tag* rhs,
+                  std::size_t field) {
+    fitted_subscripts fitted(lhs, subs, rhs, field);
+    refuse_other_fields(lhs, rhs, field, fitted.replaces());
+    fitted.select_field();
+    const bool grows = fitted.reaches_beyond();
+    if (grows) checked_element_count(fitted.new_seen(), sizeof(ndArray_tag*));
+    changed_array changed(lhs);
+    if (fitted.replaces()) changed.replace(create_empty_copy(rhs));
+    change_elements(changed, fitted, rhs, fitted.copy_needed(), nullptr);
+    changed.finish();
+    return grows || fitted.replaces();
+}
+
+} // namespace
+} // namespace matrix::internal
+
+namespace matrix::detail::noninlined::nd_array_api {
+
+using namespace internal;
+
+void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
+                           const ndArray_tag* rhs, std::size_t field) {
+    if (nsubs == 0) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
+    // Slots that are stored to aren't read at the same time.
+    const array_ptr own = rhs == lhs && is_struct_like(lhs->class_id) ? shallow_copy(lhs) : nullptr;
+    grew = assign_slots(lhs, {subs, nsubs}, own ? own.get() : rhs, field);
+}
+
+} // namespace matrix::detail::noninlined::nd_array_api
