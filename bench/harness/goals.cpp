@@ -71,6 +71,17 @@ constexpr goal goals[] = {
     {"full_to_sparse", "1e6,1%", 1.3},
     {"full_to_sparse", "1e6,10%", 1.3},
 
+    {"string_create", "20B-ascii", 1.5},
+    {"string_back", "20B-ascii", 1.5},
+    {"string_create", "1000B-ascii", 1.25},
+    {"string_back", "1000B-ascii", 1.25},
+    {"string_create", "1MB-ascii", 1.1},
+    {"string_back", "1MB-ascii", 1.1},
+    {"string_create", "1000B-mixed", 1.1},
+    {"string_back", "1000B-mixed", 1.1},
+    {"string_create", "1MB-mixed", 1.1},
+    {"string_back", "1MB-mixed", 1.1},
+
     {"alive_bytes", "3x4", 320 / bytes_of_3x4},
     {"alive_bytes(mode1)", "3x4", 320 / bytes_of_3x4},
 };

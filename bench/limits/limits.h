@@ -10,6 +10,7 @@
 
 #include <stdbool.h>
 #include <stddef.h>
+#include <uchar.h>
 
 #define LIMIT_EXPORT __attribute__((visibility("default")))
 
@@ -70,7 +71,18 @@ typedef struct limit_range {
 } limit_range;
 LIMIT_EXPORT limit_range limit_range_of(size_t count);
 
-/* Ends an array that a conversion or a range made, of so many bytes. */
+/* strlen+freelist+avx512 and the like: a new char row of the text, and a block with the text of a row and a NUL, which
+ * limit_free_text ends. ASCII for text that is nothing else, else ICU's conversion. */
+typedef struct limit_text {
+    limit_array* (*create)(const char* text);
+    char* (*back)(const char16_t* units, size_t count);
+    const char* create_name;
+    const char* back_name;
+} limit_text;
+LIMIT_EXPORT limit_text limit_text_of(bool ascii);
+LIMIT_EXPORT void limit_free_text(char* text);
+
+/* Ends an array that a conversion, a range or a text made, with room for so many bytes. */
 LIMIT_EXPORT void limit_destroy_result(limit_array* array, size_t bytes);
 
 /* C(-O3): a new full array of m by n doubles from compressed columns, and back: a new array with three blocks, as long as needed. */

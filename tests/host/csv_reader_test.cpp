@@ -69,10 +69,81 @@ TEST(CsvReader, TakesEveryFormThatIsCsv) {
     }
 }
 
+// Columns of text, each with what it holds; a column of numbers is told by no list.
+struct text_table {
+    std::string text;
+    std::vector<std::vector<std::string>> texts;
+    std::vector<double> values;
+};
+
+const std::vector<text_table> text_tables = {
+    {"a,b\n1,x\n2,y\n", {{}, {"x", "y"}}, {1, nan, 2, nan}},
+    {"a\nx\n5\n\n-\n", {{"x", "5", "-"}}, {nan, nan, nan}},
+    {"a,b\n,1\nNA,2\nx,3\n,4\nNA,5\n\"NA\",6\n\"\",7\n",
+     {{"", "", "x", "", "", "NA", ""}, {}},
+     {nan, 1, nan, 2, nan, 3, nan, 4, nan, 5, nan, 6, nan, 7}},
+    {"a\n01\n\"0A\"\n5\n", {{"01", "0A", "5"}}, {nan, nan, nan}},
+    {"a\n\"1\"\n\"2\"\n", {{}}, {1, 2}},
+    {"a\nNA\n\"NA\"\n", {{}}, {nan, nan}},
+    {"a\n\"x, \"\"y\"\"\r\nz\"\n b c \n", {{"x, \"y\"\nz", "b c"}}, {nan, nan}},
+    {"a\n\xC3\xB8\xE2\x82\xAC\xF0\x9F\x8C\x8B\n", {{"\xC3\xB8\xE2\x82\xAC\xF0\x9F\x8C\x8B"}}, {nan}},
+    {"a,b\n", {{}, {}}, {}},
+    {"1,2\n3,4\n", {{}, {}}, {1, 2, 3, 4}},
+    {"1,2\n3,\"x\"\n", {{}, {"2", "x"}}, {1, nan, 3, nan}},
+};
+
+TEST(CsvReader, TakesColumnsOfTextWhereTheyAreAskedFor) {
+    for (const text_table& wanted : text_tables) {
+        SCOPED_TRACE(wanted.text);
+        const csv_table table = parse_csv(wanted.text, "t.csv", nd_host::csv_content::numbers_and_text);
+        EXPECT_EQ(table.texts, wanted.texts);
+        for (std::size_t i = 0; i < table.columns; ++i) {
+            EXPECT_EQ(table.is_text(i), !wanted.texts[i].empty());
+        }
+        ASSERT_EQ(table.values.size(), wanted.values.size());
+        for (std::size_t i = 0; i < wanted.values.size(); ++i) {
+            EXPECT_TRUE(same(table.values[i], wanted.values[i]))
+                << "value " << i << " is " << table.values[i];
+        }
+    }
+}
+
 struct bad_text {
     std::string text;
     const char* message;
 };
+
+void expect_refused(const bad_text& bad, nd_host::csv_content content) {
+    SCOPED_TRACE(bad.text);
+    try {
+        parse_csv(bad.text, "t.csv", content);
+        FAIL() << "taken";
+    } catch (const nd_host::failure& error) {
+        EXPECT_EQ(error.status(), nd_host::exit_status::bad_input);
+        EXPECT_STREQ(error.what(), bad.message);
+    }
+}
+
+const std::vector<bad_text> bad_text_columns = {
+    {"a,b\nx,1\ny,z\n",
+     "t.csv: line 3, column 2: 'z' (b) is not a number that a double can hold, as the column's first value "
+     "is; if it is text, quote it"},
+    {"a\nx,y\n", "t.csv: line 2, column 2: the line has 2 columns, the lines before it 1"},
+    {"a,b\nx\n", "t.csv: line 2, column 1: the line has 1 columns, the lines before it 2"},
+    {"a\nx\ny\xE9\n", "t.csv: line 3, column 1: byte 0xE9 (a) is not UTF-8; save the file in UTF-8"},
+    {"a\nx\xC0\x80\n", "t.csv: line 2, column 1: byte 0xC0 (a) is not UTF-8; save the file in UTF-8"},
+    {"a\nx\xED\xA0\x80\n", "t.csv: line 2, column 1: byte 0xED (a) is not UTF-8; save the file in UTF-8"},
+    {"a\nx\xF4\x90\x80\x80\n", "t.csv: line 2, column 1: byte 0xF4 (a) is not UTF-8; save the file in UTF-8"},
+    {"a\nx\xE2\x82\n", "t.csv: line 2, column 1: byte 0xE2 (a) is not UTF-8; save the file in UTF-8"},
+    {"a\nx\n\"y\n", "t.csv: line 3, column 1: the quote that opens the field is never closed"},
+    {"", "t.csv: the file is empty"},
+};
+
+TEST(CsvReader, RefusesTextWhereNumbersAreAndTextThatIsNotUtf8) {
+    for (const bad_text& bad : bad_text_columns) {
+        expect_refused(bad, nd_host::csv_content::numbers_and_text);
+    }
+}
 
 const std::vector<bad_text> bad_texts = {
     {"", "t.csv: the file is empty"},
@@ -103,14 +174,7 @@ const std::vector<bad_text> bad_texts = {
 
 TEST(CsvReader, RefusesTheRestWithLineAndColumn) {
     for (const bad_text& bad : bad_texts) {
-        SCOPED_TRACE(bad.text);
-        try {
-            parse_csv(bad.text, "t.csv");
-            FAIL() << "taken";
-        } catch (const nd_host::failure& error) {
-            EXPECT_EQ(error.status(), nd_host::exit_status::bad_input);
-            EXPECT_STREQ(error.what(), bad.message);
-        }
+        expect_refused(bad, nd_host::csv_content::numbers);
     }
 }
 
@@ -170,6 +234,8 @@ TEST(CsvReader, SurvivesJunk) {
             const csv_table table = parse_csv(text, "junk");
             ASSERT_EQ(table.values.size(), table.rows * table.columns);
             ASSERT_TRUE(table.names.empty() || table.names.size() == table.columns);
+            const csv_table with_text = parse_csv(text, "junk", nd_host::csv_content::numbers_and_text);
+            ASSERT_EQ(with_text.values.size(), table.values.size());
             ++taken;
         } catch (const nd_host::failure& error) {
             ASSERT_EQ(error.status(), nd_host::exit_status::bad_input);

@@ -66,6 +66,29 @@ class Examples(ToolTest):
             with self.subTest(content):
                 self.check(self.call(addon("co2_seasons"), self.file("x.csv", content)), OUTPUTS, "output 1 was not set")
 
+    def test_species_means(self):
+        lines = [line.split(",") for line in (DATA / "iris.csv").read_text().splitlines()]
+        fields = [name.replace(".", "_") for name in lines[0][:-1]]
+        wanted = ["output 1: 3x1 struct"]
+        for k, species in enumerate(("setosa", "versicolor", "virginica"), 1):
+            rows = [line for line in lines[1:] if line[-1] == species]
+            for column, field in enumerate(fields):
+                mean = sum(Fraction(row[column]) for row in rows) / len(rows)
+                wanted.append(f"  ({k}).{field}: 1x1 double {float(mean):g}")
+            wanted.append(f"  ({k}).Species: 1x{len(species)} char '{species}'")
+        result = self.call(addon("species_means"), "--struct", DATA / "iris.csv")
+        self.check(result, 0)
+        self.assertEqual(result.stdout.decode().splitlines(), wanted)
+
+    def test_species_means_compares_texts_whole(self):
+        content = "x,Species\n1,b\n2,\n3,bb\n4,b\n6,NA\n"
+        result = self.call(addon("species_means"), "--struct", self.file("x.csv", content))
+        self.check(result, 0)
+        wanted = ["output 1: 3x1 struct"]
+        for k, (mean, text) in enumerate(((2.5, "1x1 char 'b'"), (4, "0x0 char"), (3, "1x2 char 'bb'")), 1):
+            wanted += [f"  ({k}).x: 1x1 double {mean:g}", f"  ({k}).Species: {text}"]
+        self.assertEqual(result.stdout.decode().splitlines(), wanted)
+
     def test_quake_depths(self):
         rows = read("quakes.csv")
         lines = ["output 1: 1x1 struct"]

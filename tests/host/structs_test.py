@@ -3,7 +3,7 @@
 import unittest
 from pathlib import Path
 
-from tool import ToolTest, addon
+from tool import SOURCE, ToolTest, addon
 
 INPUT, WRITING = 3, 9
 
@@ -26,6 +26,9 @@ class Structs(ToolTest):
              "  depth__km_: 1x1 double 1\n  x1st: 1x1 double 2\n  x_re: 1x1 double 3\n  x4: 1x1 double 4\n"),
             ("a,a,a_2\n1,2,3\n", "  a: 1x1 double 1\n  a_3: 1x1 double 2\n  a_2: 1x1 double 3\n"),
             ('"1959","x\ny"\n1,2\n', "  x1959: 1x1 double 1\n  x_y: 1x1 double 2\n"),
+            ("n,place\n1,Fiji\n2,\n", "  n: 2x1 double [1; 2]\n  place: 2x1 cell\n    {1}: 1x4 char 'Fiji'\n    {2}: 0x0 char\n"),
+            ("place\nL\u00f8ten \U0001f30b\n", "  place: 1x1 cell\n    {1}: 1x8 char 'L\u00f8ten \U0001f30b'\n"),
+            ("a,place\nNA,NA\n", "  a: 1x1 double NaN\n  place: 1x1 double NaN\n"),
         ):
             with self.subTest(content):
                 self.assertEqual(self.shown(content), wanted)
@@ -50,7 +53,8 @@ class Structs(ToolTest):
             ("a,2\n3,4\n", "x.csv: line 1, column 1: 'a' is no number, but column 2 of this line is one"),
             ('"a,b\n3,4\n', "x.csv: line 1, column 1: the quote that opens the field is never closed"),
             ("a,b\n3\n", "x.csv: line 2, column 1: the line has 1 columns"),
-            ("a,b\nc,d\n", "x.csv: line 2, column 1: 'c' (a) is not a number"),
+            ("a,b\n1,d\nc,d\n", "x.csv: line 3, column 1: 'c' (a) is not a number"),
+            (b"a\nL\xf8ten\n", "x.csv: line 2, column 1: byte 0xF8 (a) is not UTF-8"),
             ("", "x.csv: the file is empty"),
         ):
             with self.subTest(content):
@@ -58,7 +62,20 @@ class Structs(ToolTest):
 
     def test_in_both_modes(self):
         for mode in (1, 0):
-            self.assertEqual(self.shown("a\n5\n", "--mode", mode), "  a: 1x1 double 5\n")
+            self.assertEqual(self.shown("a,b\n5,x\n", "--mode", mode),
+                             "  a: 1x1 double 5\n  b: 1x1 cell\n    {1}: 1x1 char 'x'\n")
+
+    def test_measured_data_with_names_of_species(self):
+        result = self.call(addon("test_values"), "--struct", SOURCE / "examples" / "data" / "iris.csv", "--all")
+        self.check(result, 0)
+        lines = (SOURCE / "examples" / "data" / "iris.csv").read_text().splitlines()
+        rows = [line.split(",") for line in lines[1:]]
+        wanted = ["output 1: 1x1 struct"]
+        for column, name in enumerate(("Sepal_Length", "Sepal_Width", "Petal_Length", "Petal_Width")):
+            wanted.append(f"  {name}: 150x1 double [{'; '.join(f'{float(row[column]):g}' for row in rows)}]")
+        wanted.append("  Species: 150x1 cell")
+        wanted += [f"    {{{i}}}: 1x{len(row[4])} char '{row[4]}'" for i, row in enumerate(rows, 1)]
+        self.assertEqual(result.stdout.decode().splitlines(), wanted)
 
     def test_long_columns_are_cut_unless_all_is_asked_for(self):
         content = "n\n" + "".join(f"{i}\n" for i in range(1, 101))
@@ -77,6 +94,25 @@ class Structs(ToolTest):
             self.check(result, 0)
             lines = ["output 1: 1x1 cell"] + ["  " * k + "{1}: 1x1 cell" for k in range(1, levels + 1)]
             self.assertEqual(result.stdout.decode(), "\n".join(lines) + " ...\n")
+
+    def test_ranges_are_the_vectors_they_stand_for(self):
+        behaviours = (addon("test_behaviours"), "--entry", "range")
+        result = self.call(*behaviours, 3)
+        self.check(result, 0)
+        self.assertEqual(result.stdout.decode(), "output 1: 1x3 double\n     1  2  3\n  1  1  2  3\n")
+        long = 1100000
+        result = self.call(*behaviours, long)
+        self.check(result, 0)
+        self.assertEqual(result.stdout.decode(), f"output 1: 1x{long} double 1:1:{long}\n")
+        for length in (3, long):
+            self.assertEqual(self.numbers(*behaviours, length), [list(range(1, length + 1))])
+
+    def test_sparse_arrays_are_lists_and_pictures(self):
+        result = self.call(addon("test_behaviours"), "--entry", "sparse_eye", 2)
+        self.check(result, 0)
+        self.assertEqual(result.stdout.decode(), "output 1: 2x2 sparse double, 2 stored\n  (1,1)  1\n  (2,2)  1\n  |*.|\n  |.*|\n")
+        result = self.call(addon("test_behaviours"), "--entry", "sparse_eye", 2, "--out", self.path("out.csv"))
+        self.check(result, WRITING, "output 1 (2x2 sparse double) has no numbers to write as CSV")
 
     def test_a_tree_is_not_written_as_csv(self):
         result = self.call(addon("test_values"), "--struct", self.file("x.csv", "a\n5\n"), "--out", self.path("out.csv"))

@@ -74,6 +74,7 @@ TEST(ValueLine, ShowsTextInQuotes) {
               value_case{arr("char", u"it's a\\b"), "1x8 char 'it\\'s a\\\\b'"},
               value_case{arr("char", u"\n\r\t\x1B[\x7F\x9B"), "1x7 char '\\n\\r\\t\\x1B[\\x7F\\x9B'"},
               value_case{arr("char", u"\u00E4\U0001F30B"), "1x3 char '\u00E4\U0001F30B'"},
+              value_case{arr("char", std::u16string{u'a', 0xDF0B, u'b', 0xD83C}), "1x4 char 'a\uFFFDb\uFFFD'"},
               value_case{arr("char 2x2", u"abcd"), "2x2 char ['ac'; 'bd']"},
               value_case{arr("char 2x1", u"ab"), "2x1 char ['a'; 'b']"},
               value_case{arr("char 1x1x2", u"ab"), "1x1x2 char 'a' 'b'"}));

@@ -1,26 +1,27 @@
 /*
  * Reads the elements of a result for showing and saving. Borrows the array: it must outlive the view.
  *
- * A result is looked at as a matrix: dimensions beyond the second continue the columns, page after page.
+ * A result is looked at as a matrix: dimensions beyond the second continue the columns, page after page. A colon object is looked
+ * at as the vector that it stands for; one of more than longest_range elements (range_values.hpp) has neither numbers nor text.
+ * What a sparse array stores is sparse_view's.
  */
 #ifndef ND_TOOLS_ARRAY_VIEW_HPP
 #define ND_TOOLS_ARRAY_VIEW_HPP
 
+#include "element_reader.hpp"
+
 #include <nd/engine.hpp>
 
 #include <cstddef>
-#include <cstdint>
+#include <memory>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace nd_host {
 
-/// An element, exact in its own kind: logical and integer elements as integers of 64 bits.
-using number = std::variant<double, float, std::int64_t, std::uint64_t>;
-
 class array_view {
 public:
+    /// Raises what expanding a colon object raises.
     explicit array_view(const ndArray_tag& array);
 
     /// Shape and class as one reads them aloud: "12x3 double", "1x1 complex single". An object without a class name is an "object".
@@ -47,12 +48,11 @@ public:
     char16_t unit(std::size_t row, std::size_t column) const noexcept;
 
 private:
-    using reader = number (*)(const void* data, std::size_t index);
-    static reader reader_of(const ndArray_tag& array) noexcept;
     bool has_elements_in_place() const noexcept;
 
-    const ndArray_tag& array_;
-    reader read_;
+    std::shared_ptr<const ndArray_tag> expanded_; // of a colon object
+    const ndArray_tag& array_;                    // what is looked at
+    element_reader read_;
     bool complex_;
     std::vector<std::size_t> dims_;
     std::size_t columns_ = 1;

@@ -5,6 +5,7 @@
 #include "failure.hpp"
 #include "forgotten_report.hpp"
 #include "inputs.hpp"
+#include "range_values.hpp"
 #include "table_printer.hpp"
 #include "tree_printer.hpp"
 
@@ -64,6 +65,8 @@ void write_result(const call_options& options, std::size_t index, const ndArray_
     if (index >= options.outputs.size()) {
         write_text("-", view.has_numbers() ? table_text(title, view, names, options.whole)
                                            : tree_text(title, array, options.whole));
+    } else if (is_long_range(array)) {
+        write_text(options.outputs[index], csv_text(array_view(*matrix::expand_colon_object(&array)), names));
     } else if (view.has_numbers()) {
         write_text(options.outputs[index], csv_text(view, names));
     } else {

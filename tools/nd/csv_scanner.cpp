@@ -16,6 +16,13 @@ bool is_line_end(char c) { return c == '\n' || c == '\r'; }
 
 } // namespace
 
+std::string hexadecimal(char byte) {
+    std::array<char, 8> text{};
+    std::snprintf(text.data(), text.size(), "0x%02X",
+                  static_cast<unsigned>(static_cast<unsigned char>(byte)));
+    return text.data();
+}
+
 csv_scanner::csv_scanner(std::string_view text, const std::string& source) : text_(text), source_(source) {
     if (text_.substr(0, utf8_mark.size()) == utf8_mark) {
         position_ = utf8_mark.size();
@@ -124,10 +131,8 @@ void csv_scanner::refuse_control_byte(std::size_t column) const {
     if ((byte >= 0x20 && byte != 0x7F) || byte == '\t') {
         return;
     }
-    std::array<char, 8> hex{};
-    std::snprintf(hex.data(), hex.size(), "0x%02X", static_cast<unsigned>(byte));
     fail(column,
-         std::string("byte ") + hex.data() + " doesn't belong into a text file; is this CSV in UTF-8?");
+         "byte " + hexadecimal(text_[position_]) + " doesn't belong into a text file; is this CSV in UTF-8?");
 }
 
 void csv_scanner::skip_blanks() {

@@ -16,6 +16,10 @@ struct csv_field {
     bool quoted = false;
 };
 
+/// A byte for a message: 0x1B.
+std::string hexadecimal(char byte);
+
+/// A copy goes on from the same place.
 class csv_scanner {
 public:
     /// text must outlive the scanner.

@@ -5,6 +5,7 @@
 #include "failure.hpp"
 
 #include <array>
+#include <new>
 
 namespace nd_host {
 
@@ -24,6 +25,25 @@ matrix::array_ptr columns_of(const csv_table& table, std::size_t first, std::siz
     return array;
 }
 
+matrix::array_ptr char_row(const std::string& text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    matrix::array_ptr row(nd_array_api::ndCreateStringFromNChars_UTF8(bytes, text.size()));
+    if (row == nullptr) {
+        throw std::bad_alloc(); // how creators fail outside the engine
+    }
+    return row;
+}
+
+matrix::array_ptr cell_of(const std::vector<std::string>& texts) {
+    matrix::array_ptr cell = matrix::create_cell(std::array<std::size_t, 2>{texts.size(), 1});
+    for (std::size_t row = 0; row < texts.size(); ++row) {
+        matrix::array_ptr text = char_row(texts[row]);
+        nd_array_api::ndSetCell(cell.get(), row, text.get());
+        text.release(); // the cell's from here on
+    }
+    return cell;
+}
+
 matrix::array_ptr struct_of(const csv_table& table, const std::string& source) {
     if (table.names.empty()) {
         throw failure(exit_status::bad_input,
@@ -36,7 +56,8 @@ matrix::array_ptr struct_of(const csv_table& table, const std::string& source) {
     }
     matrix::array_ptr result = matrix::detail::do_create_struct(std::array<std::size_t, 2>{1, 1}, fields);
     for (std::size_t column = 0; column < table.columns; ++column) {
-        matrix::array_ptr values = columns_of(table, column, 1);
+        matrix::array_ptr values =
+            table.is_text(column) ? cell_of(table.texts[column]) : columns_of(table, column, 1);
         nd_array_api::ndSetFieldByNumber(result.get(), 0, static_cast<int>(column), values.get());
         values.release(); // the struct's from here on
     }
@@ -45,10 +66,13 @@ matrix::array_ptr struct_of(const csv_table& table, const std::string& source) {
 
 matrix::array_ptr read_input(const std::string& word, csv_form form) {
     if (const auto value = parse_number(word)) {
-        return columns_of({{}, 1, 1, {*value}}, 0, 1);
+        return columns_of({{}, 1, 1, {*value}, {}}, 0, 1);
+    }
+    if (form == csv_form::struct_of_columns) {
+        return struct_of(read_csv(word, csv_content::numbers_and_text), word);
     }
     const csv_table table = read_csv(word);
-    return form == csv_form::matrix ? columns_of(table, 0, table.columns) : struct_of(table, word);
+    return columns_of(table, 0, table.columns);
 }
 
 } // namespace

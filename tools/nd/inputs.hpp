@@ -13,8 +13,11 @@ namespace nd_host {
 
 /// What a CSV file becomes.
 enum class csv_form {
-    matrix, ///< rows by columns, double; names of columns are left out
-    struct_of_columns ///< a 1x1 struct with a field for each column, rows by 1, double; column_names.hpp has the fields' names
+    /// Rows by columns, double; names of columns are left out.
+    matrix,
+    /// A 1x1 struct with a field for each column, rows by 1: double, or a cell of char rows where the column holds text
+    /// (csv_reader.hpp). column_names.hpp has the fields' names.
+    struct_of_columns
 };
 
 /// One array for each word, in their order. Raises failure(bad_input), also for a file without names of which a struct is

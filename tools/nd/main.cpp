@@ -40,7 +40,8 @@ void add_call(CLI::App& app, nd_host::call_options& options) {
         ->take_all();
     call->add_flag_callback(
         "--struct", [&options] { options.form = nd_host::csv_form::struct_of_columns; },
-        "give each CSV file as a struct, a column of doubles for each name in its first line");
+        "give each CSV file as a struct with a column for each name in its first line: doubles, or a cell of "
+        "texts");
     call->add_flag("--report", options.report,
                    "tell on standard error which arrays and memory the addon forgot");
     call->add_flag("--all", options.whole, "print long results and reports whole");

@@ -34,19 +34,6 @@ std::optional<int> decimals_needed(double value, int most) {
     return point == std::string::npos ? 0 : static_cast<int>(text.find_last_not_of('0') - point);
 }
 
-std::string number_text(const number& value, const float_format& format) {
-    if (const auto* wide = std::get_if<double>(&value)) {
-        return format(*wide);
-    }
-    if (const auto* narrow = std::get_if<float>(&value)) {
-        return format(static_cast<double>(*narrow));
-    }
-    if (const auto* integer = std::get_if<std::int64_t>(&value)) {
-        return std::to_string(*integer);
-    }
-    return std::to_string(std::get<std::uint64_t>(value));
-}
-
 } // namespace
 
 std::string float_format::operator()(double value) const {
@@ -87,14 +74,29 @@ float_format format_for(std::vector<double> values) {
     return format;
 }
 
+std::string number_text(const number& value, const float_format& format) {
+    if (const auto* wide = std::get_if<double>(&value)) {
+        return format(*wide);
+    }
+    if (const auto* narrow = std::get_if<float>(&value)) {
+        return format(static_cast<double>(*narrow));
+    }
+    if (const auto* integer = std::get_if<std::int64_t>(&value)) {
+        return std::to_string(*integer);
+    }
+    return std::to_string(std::get<std::uint64_t>(value));
+}
+
+std::string number_text(const number& real, const number& imaginary, const float_format& format) {
+    const std::string part = number_text(imaginary, format);
+    return number_text(real, format) + (part.front() == '-' ? "" : "+") + part + "i";
+}
+
 std::string element_text(const array_view& array, std::size_t row, std::size_t column,
                          const float_format& format) {
-    std::string text = number_text(array.real(row, column), format);
-    if (array.is_complex()) {
-        const std::string part = number_text(array.imaginary(row, column), format);
-        text += (part.front() == '-' ? "" : "+") + part + "i";
-    }
-    return text;
+    const number real = array.real(row, column);
+    return array.is_complex() ? number_text(real, array.imaginary(row, column), format)
+                              : number_text(real, format);
 }
 
 } // namespace nd_host

@@ -30,6 +30,10 @@ inline constexpr float_format brief_format{float_format::form::brief, 0};
 /// scientific where that would cut more than half a percent off a small one.
 float_format format_for(std::vector<double> values);
 
+/// A number, and a complex one from its parts as 1.5-2i.
+std::string number_text(const number& value, const float_format& format);
+std::string number_text(const number& real, const number& imaginary, const float_format& format);
+
 /// The element of the array, a complex one as 1.5-2i. Needs array.has_numbers().
 std::string element_text(const array_view& array, std::size_t row, std::size_t column,
                          const float_format& format);

@@ -51,30 +51,6 @@ std::string in_quotes(std::u16string_view text) {
     return utf8(out + u"'");
 }
 
-namespace {
-
-// Bytes of the UTF-8 character that text begins with; 0 when it begins with none.
-std::size_t character_length(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned first = byte(0);
-    const std::size_t length = first < 0x80                    ? 1
-                               : first >= 0xC2 && first < 0xE0 ? 2
-                               : first >= 0xE0 && first < 0xF0 ? 3
-                               : first >= 0xF0 && first < 0xF5 ? 4
-                                                               : 0;
-    if (length > text.size()) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80) {
-            return 0;
-        }
-    }
-    return length;
-}
-
-} // namespace
-
 std::string printable(std::string_view name) {
     std::string out;
     while (!name.empty()) {

@@ -2,7 +2,9 @@
 
 #include "array_view.hpp"
 #include "quoted_text.hpp"
+#include "range_values.hpp"
 #include "shown_range.hpp"
+#include "sparse_text.hpp"
 #include "value_line.hpp"
 
 #include <nd/class_access.hpp>
@@ -116,22 +118,31 @@ public:
 
     std::string write(const std::string& title, const ndArray_tag& value) {
         add(title, &value);
-        while (close_finished()) {
+        while (next_listed_ < listed_.size() || close_finished()) {
             if (lines_ == limits_.lines) {
                 return text_ + "... the first " + std::to_string(lines_) + " lines are shown\n";
             }
-            const std::size_t slot = open_.back().next_slot();
-            if (slot == gap) {
+            if (next_listed_ < listed_.size()) {
                 begin_line();
-                text_ += "...\n";
+                text_ += "  " + listed_[next_listed_++] + "\n";
             } else {
-                add(open_.back().label(slot), open_.back().at(slot));
+                add_slot();
             }
         }
         return std::move(text_);
     }
 
 private:
+    void add_slot() {
+        const std::size_t slot = open_.back().next_slot();
+        if (slot == gap) {
+            begin_line();
+            text_ += "...\n";
+        } else {
+            add(open_.back().label(slot), open_.back().at(slot));
+        }
+    }
+
     // Leaves containers that are through; false when none is open any more.
     bool close_finished() {
         while (!open_.empty() && open_.back().at_end()) {
@@ -154,12 +165,25 @@ private:
         }
         const array_view view(*value);
         text_ += view.description();
-        if (!nd_array_api::ndIsContainer(value)) {
-            const std::string elements = value_line(view, whole_);
+        if (nd_array_api::ndIsSparse(value)) {
+            add_stored(sparse_view(*value));
+        } else if (!nd_array_api::ndIsContainer(value)) {
+            const std::string elements =
+                is_long_range(*value) ? range_text(*value) : value_line(view, whole_);
             text_ += (elements.empty() ? "" : " ") + elements + "\n";
         } else {
             add_content(*value, view);
         }
+    }
+
+    void add_stored(const sparse_view& array) {
+        if (!array.is_sound()) {
+            text_ += "\n";
+            return;
+        }
+        text_ += ", " + stored_text(array) + "\n";
+        listed_ = sparse_lines(array, whole_, limits_.lines - lines_ + 1);
+        next_listed_ = 0;
     }
 
     void add_content(const ndArray_tag& container, const array_view& view) {
@@ -180,6 +204,8 @@ private:
     limits limits_;
     std::string text_;
     std::size_t lines_ = 0;
+    std::vector<std::string> listed_; // lines below the value that was added last
+    std::size_t next_listed_ = 0;
     std::vector<open_container> open_; // at most limits_.levels of them
 };
 

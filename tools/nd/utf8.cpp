@@ -1,43 +1,47 @@
 #include "utf8.hpp"
 
-#include <cstddef>
+#include <nd/from_utf16_converter.hpp>
 
 namespace nd_host {
 
 namespace {
 
-bool is_high(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
-bool is_low(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
+// How long the characters are that begin with a byte, and the lowest and highest byte that may come second: neither longer forms of
+// shorter characters nor surrogates nor what lies beyond U+10FFFF. All further bytes are from 0x80 to 0xBF.
+struct first_byte {
+    unsigned from, to;
+    std::size_t length;
+    unsigned lowest, highest;
+};
+constexpr first_byte first_bytes[] = {
+    {0x00, 0x7F, 1, 0, 0},       {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF},
+    {0xE1, 0xEC, 3, 0x80, 0xBF}, {0xED, 0xED, 3, 0x80, 0x9F}, {0xEE, 0xEF, 3, 0x80, 0xBF},
+    {0xF0, 0xF0, 4, 0x90, 0xBF}, {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
+};
 
-// The character at text[i]; i moves to its last unit.
-char32_t character_at(std::u16string_view text, std::size_t& i) {
-    const char16_t unit = text[i];
-    if (is_high(unit) && i + 1 < text.size() && is_low(text[i + 1])) {
-        const char16_t low = text[++i];
-        return 0x10000U + ((static_cast<char32_t>(unit) - 0xD800U) << 10U) +
-               (static_cast<char32_t>(low) - 0xDC00U);
+bool follows(const first_byte& first, std::string_view text) noexcept {
+    for (std::size_t i = 1; i < first.length; ++i) {
+        const auto byte = static_cast<unsigned char>(i < text.size() ? text[i] : '\0');
+        const bool second = i == 1;
+        if (byte < (second ? first.lowest : 0x80) || byte > (second ? first.highest : 0xBF)) {
+            return false;
+        }
     }
-    return is_high(unit) || is_low(unit) ? char32_t{0xFFFD} : char32_t{unit};
+    return true;
 }
 
 } // namespace
 
-std::string utf8(std::u16string_view text) {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char32_t c = character_at(text, i);
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-            continue;
-        }
-        const int tail = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3; // bytes that follow the first
-        constexpr unsigned char first_bits[] = {0, 0xC0, 0xE0, 0xF0};
-        out += static_cast<char>(first_bits[tail] | (c >> (6 * tail)));
-        for (int k = tail - 1; k >= 0; --k) {
-            out += static_cast<char>(0x80U | ((c >> (6 * k)) & 0x3FU));
+std::string utf8(std::u16string_view text) { return I18N::FromUTF16Converter("UTF-8").convert(text); }
+
+std::size_t character_length(std::string_view text) noexcept {
+    const unsigned byte = text.empty() ? 0x80U : static_cast<unsigned char>(text[0]);
+    for (const first_byte& first : first_bytes) {
+        if (byte >= first.from && byte <= first.to) {
+            return follows(first, text) ? first.length : 0;
         }
     }
-    return out;
+    return 0;
 }
 
 } // namespace nd_host

@@ -37,6 +37,19 @@ ENTRY(all_asked_for) {
     }
 }
 
+// From 1 to the first input.
+ENTRY(range) { plhs[0] = nd_array_api::ndCreateColonObj(1, 1, ndGetScalar(prhs[0])); }
+
+ENTRY(sparse_eye) {
+    const auto n = static_cast<std::size_t>(ndGetScalar(prhs[0]));
+    plhs[0] = ndCreateSparse(n, n, n, ndREAL);
+    for (std::size_t i = 0; i < n; ++i) {
+        ndGetDoubles(plhs[0])[i] = 1;
+        ndGetIr(plhs[0])[i] = i;
+        ndGetJc(plhs[0])[i + 1] = i + 1;
+    }
+}
+
 ENTRY(one_too_many) {
     for (int k = 0; k <= nlhs; ++k) {
         plhs[k] = scalar(k);
