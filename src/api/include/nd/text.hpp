@@ -11,8 +11,8 @@
  *                           char matrices alone take any bytes.
  *   as UTF-16               unit by unit, unpaired surrogates too
  * What doesn't convert becomes the substitution character of the encoding, an unpaired surrogate U+FFFD where the encoding has that.
- * In some systems the caller's bytes often are well-formed UTF-8 by chance. Which these are, and which bytes are read as the system's there,
- * is told with ndCreateString in nd/nd.h.
+ * In some systems the caller's bytes often are well-formed UTF-8 by chance. Which these are, and which bytes are read as the system's
+ * there, is told with ndCreateString in nd/nd.h.
  *
  * The functions of nd_array_api answer null (an empty text, 1 for a status) for what isn't a char array, and have the interface's way out
  * of errors: exceptions with module mode 1, null or an empty text in any other. Those of matrix raise. Null for text counts as the
