@@ -8,7 +8,9 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace test {
 namespace {
@@ -62,7 +64,12 @@ TEST_F(TextPolicy, IsReadOnce) {
 class AtFirstUse : public TextTest {
 protected:
     AtFirstUse() { forget(); }
-    ~AtFirstUse() override { forget(); }
+    ~AtFirstUse() override {
+        locale_.reset();
+        exceptions_.reset();
+        forget();
+        matrix::internal::default_text_encoding(); // known again, as it is to other tests
+    }
 
     static void forget() {
         foundation::test_hooks::set_system_encoding(nullptr);
@@ -70,8 +77,9 @@ protected:
     }
 
 private:
-    environment_variable locale_{"LC_ALL", "zh_CN.GB18030"};
-    environment_variable exceptions_{"KV_UTF8_ALIAS_EXCEPTIONS", "0000000000000000000000000000000000000351"};
+    std::optional<environment_variable> locale_{std::in_place, "LC_ALL", "zh_CN.GB18030"};
+    std::optional<environment_variable> exceptions_{std::in_place, "KV_UTF8_ALIAS_EXCEPTIONS",
+                                                    "0000000000000000000000000000000000000351"};
 };
 
 TEST_F(AtFirstUse, PolicyAndEncodingAreReadByManyThreadsAtOnce) {
