@@ -7,6 +7,7 @@
 #include <nd/memory.hpp>
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -19,7 +20,7 @@ template <class Unit>
 class row_table {
 public:
     row_table(std::size_t rows, text_allocator allocate, text_release release) : release_(release) {
-        checked_element_count(std::array{rows + 1, std::size_t{1}}, sizeof(Unit*));
+        checked_element_count(std::array{saturated_sum(rows, 1), std::uint64_t{1}}, sizeof(Unit*));
         rows_ = static_cast<Unit**>(allocate((rows + 1) * sizeof(Unit*)));
         if (rows_ == nullptr) errors::raise<TARVEL::legacy_two_part::nomem>();
         std::fill_n(rows_, rows + 1, nullptr);
@@ -48,6 +49,7 @@ bool is_padding(char16_t unit) noexcept { return unit == u' ' || unit == 0; }
 template <class Unit, class Make>
 Unit** c_rows(const ndArray_tag* array, text_allocator allocate, text_release release, Make&& make) {
     if (!is_char(array)) return nullptr;
+    check_text_count(array);
     const std::size_t rows = dims_of(array)[0];
     row_table<Unit> table(rows, allocate, release);
     const std::u16string_view units = text_of(array);

@@ -22,8 +22,7 @@ constexpr const char* system_encoding = nullptr;
 
 // The text of a char array up to its first NUL.
 std::u16string_view text_to_nul(const ndArray_tag* array) {
-    constexpr std::size_t most_elements = std::numeric_limits<std::int32_t>::max();
-    if (element_count(array) > most_elements) raise_size_limit_exceeded(dims_of(array), 0, 0);
+    check_text_count(array);
     const std::u16string_view text = text_of(array);
     return text.substr(0, utf16_strlen_lim(text.data(), text.size()));
 }
@@ -52,6 +51,11 @@ array_ptr bytes_of(const ndArray_tag* array) {
 }
 
 } // namespace
+
+void check_text_count(const ndArray_tag* array) {
+    constexpr std::size_t most_elements = std::numeric_limits<std::int32_t>::max();
+    if (element_count(array) > most_elements) raise_size_limit_exceeded(dims_of(array), 0, 0);
+}
 
 char* block_of(std::u16string_view text, const char* encoding, text_allocator allocate) {
     return converting([&] {

@@ -10,6 +10,9 @@
 
 namespace matrix::internal {
 
+/// Raises SizeLimitExceeded for an array of 2^31 elements or more: C strings aren't made of those.
+void check_text_count(const ndArray_tag* array);
+
 /// A block for count units and a NUL, which is set. Raises TARVEL:nomem when the allocator gives none.
 template <class Unit>
 Unit* block_for_text(std::size_t count, text_allocator allocate) {

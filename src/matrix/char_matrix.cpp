@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <span>
 
 namespace matrix::internal {
 
@@ -44,45 +43,36 @@ array_ptr blank_matrix(std::size_t rows, std::size_t columns) {
     return detail::do_create_char(std::array{rows, columns});
 }
 
-// A list that isn't there has strings that aren't there, and those are empty.
-template <class Unit>
-const Unit* string_at(const Unit* const* strings, std::size_t row) noexcept {
-    return strings == nullptr ? nullptr : strings[row];
-}
-
-std::string_view bytes_at(const char* const* strings, std::size_t row) noexcept {
-    return text_or_nothing(string_at(strings, row));
-}
+// Rows that all are empty. A list that isn't there has strings that aren't there, and those are: nobody counts them.
+bool are_empty(std::size_t rows, const void* strings) noexcept { return rows == 0 || strings == nullptr; }
 
 array_ptr encoded_matrix(std::size_t rows, const char* const* strings, const char* encoding) {
-    if (rows == 0) return blank_matrix(0, 0);
+    if (are_empty(rows, strings)) return blank_matrix(rows, 0);
     auto& converter = I18N::UnicodeConverterX::getThreadSpecific(encoding);
     std::size_t longest = 0;
     for (std::size_t row = 0; row < rows; ++row) {
-        const std::string_view bytes = bytes_at(strings, row);
+        const std::string_view bytes = text_or_nothing(strings[row]);
         check_text_size(bytes.size());
         longest = std::max(longest, converter.to_utf16(bytes, nullptr, 0));
     }
     array_ptr matrix = blank_matrix(rows, longest);
     for (std::size_t row = 0; row < rows && longest != 0; ++row) {
         row_writer writer(matrix, rows, row);
-        converter.for_each_character(bytes_at(strings, row),
+        converter.for_each_character(text_or_nothing(strings[row]),
                                      [&](UChar32 character) { writer.put_character(character); });
     }
     return matrix;
 }
 
 array_ptr utf16_matrix(std::size_t rows, const char16_t* const* strings) {
-    if (rows == 0) return blank_matrix(0, 0);
+    if (are_empty(rows, strings)) return blank_matrix(rows, 0);
     std::size_t longest = 0;
     for (std::size_t row = 0; row < rows; ++row)
-        if (const char16_t* const text = string_at(strings, row))
-            longest = std::max(longest, utf16_strlen(text));
+        if (strings[row] != nullptr) longest = std::max(longest, utf16_strlen(strings[row]));
     array_ptr matrix = blank_matrix(rows, longest);
     for (std::size_t row = 0; row < rows && longest != 0; ++row) {
         row_writer writer(matrix, rows, row);
-        for (const char16_t* unit = string_at(strings, row); unit != nullptr && *unit != 0; ++unit)
-            writer.put(*unit);
+        for (const char16_t* unit = strings[row]; unit != nullptr && *unit != 0; ++unit) writer.put(*unit);
     }
     return matrix;
 }

@@ -3,6 +3,7 @@
 #include "matrix/text_policy.hpp"
 #include "matrix/text_view.hpp"
 
+#include <fl/i18n/utf16.hpp>
 #include <nd/from_utf16_converter.hpp>
 #include <nd/text.hpp>
 
@@ -11,25 +12,11 @@
 namespace matrix {
 
 using namespace internal;
+using fl::i18n::take_character;
 
 namespace {
 
 static_assert(sizeof(wchar_t) == sizeof(char32_t)); // a wide character is a code point
-
-constexpr char32_t substitute = 0xFFFD;
-
-constexpr bool is_lead(char16_t unit) noexcept { return (unit & 0xFC00) == 0xD800; }
-constexpr bool is_trail(char16_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
-
-// Takes the first character off text; an unpaired surrogate is substituted.
-char32_t take_character(std::u16string_view& text) noexcept {
-    const char16_t first = text.front();
-    const bool is_pair = is_lead(first) && text.size() > 1 && is_trail(text[1]);
-    const char32_t character =
-        is_pair ? 0x10000U + ((first & 0x3FFU) << 10U) + (text[1] & 0x3FFU) : char32_t{first};
-    text.remove_prefix(is_pair ? 2 : 1);
-    return !is_pair && (is_lead(first) || is_trail(first)) ? substitute : character;
-}
 
 std::wstring wide(std::u16string_view text) {
     std::wstring result;

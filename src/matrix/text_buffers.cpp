@@ -5,7 +5,6 @@
 #include <nd/text.hpp>
 
 #include <exception>
-#include <optional>
 
 namespace matrix::detail::noninlined::nd_array_api::deprecated {
 
@@ -15,14 +14,13 @@ namespace {
 
 using written = I18N::UnicodeConverterX::written;
 
-// Nothing when the array has no text, or the system's encoding no converter.
-std::optional<written> write_system_text(const ndArray_tag* array, char* buffer, std::size_t room) {
-    if (!is_char(array)) return std::nullopt;
+// What can't be converted at all counts as cut before its first character.
+written write_system_text(const ndArray_tag* array, char* buffer, std::size_t room) {
     try {
         auto& converter = I18N::UnicodeConverterX::getThreadSpecific(nullptr);
         return converter.from_utf16(text_of(array), buffer, room);
     } catch (const std::exception&) {
-        return std::nullopt;
+        return {0, true};
     }
 }
 
@@ -30,16 +28,15 @@ std::optional<written> write_system_text(const ndArray_tag* array, char* buffer,
 
 int ndGetString(const ndArray_tag* array, char* buffer, std::size_t size) {
     if (buffer == nullptr || size == 0) return 0;
-    const auto text = write_system_text(array, buffer, size - 1);
-    if (!text) return 1;
-    buffer[text->bytes] = '\0';
-    return text->cut ? 1 : 0;
+    if (!is_char(array)) return 1;
+    const written text = write_system_text(array, buffer, size - 1);
+    buffer[text.bytes] = '\0';
+    return text.cut ? 1 : 0;
 }
 
 int ndGetNChars(const ndArray_tag* array, char* buffer, std::size_t size) {
     if (buffer == nullptr || size == 0) return 0;
-    const auto text = write_system_text(array, buffer, size);
-    return text && !text->cut ? 0 : 1;
+    return is_char(array) && !write_system_text(array, buffer, size).cut ? 0 : 1;
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api::deprecated

@@ -84,10 +84,9 @@ array_ptr utf8_row(std::string_view text, bool (*believed)(std::u16string_view))
     return believed_row(text, believed);
 }
 
-// The process ends here unless internal checks are off; then what isn't UTF-8 is substituted.
+// The process ends here unless internal checks are off; then what isn't UTF-8 is substituted. The message has all bytes, NULs too.
 array_ptr row_of_broken_utf8(std::string_view text) {
-    foundation::core::diag::check(
-        false, ("ndCreateString called with non-UTF-8 input: " + std::string(text)).c_str());
+    foundation::core::diag::check(false, "ndCreateString called with non-UTF-8 input: " + std::string(text));
     std::u16string units(text.size(), u'\0');
     units.resize(fl::i18n::utf8_to_utf16_substituting(text, units.data()));
     return create_string(units);
@@ -137,10 +136,18 @@ namespace matrix::detail {
 
 using namespace internal;
 
+namespace {
+
+template <class Byte>
+std::string_view bytes_of(const Byte* text, std::size_t n) noexcept {
+    return {reinterpret_cast<const char*>(text), text == nullptr ? 0 : n};
+}
+
+} // namespace
+
 template <class Byte>
 ndArray_tag* NdCreateStringNCharsT_safe(const Byte* text, std::size_t n, const char* encoding) {
-    const std::string_view bytes(reinterpret_cast<const char*>(text), text == nullptr ? 0 : n);
-    return framed_creator([=] { return create_string(bytes, encoding); });
+    return framed_creator([=] { return create_string(bytes_of(text, n), encoding); });
 }
 
 template ndArray_tag* NdCreateStringNCharsT_safe<char>(const char*, std::size_t, const char*);
@@ -168,7 +175,7 @@ ndArray_tag* ndCreateString(const char* text) {
 }
 
 ndArray_tag* ndCreateStringFromNChars(const char* text, std::size_t n) {
-    return NdCreateStringNCharsT_safe(text, n, default_text_encoding());
+    return framed_creator([=] { return create_string(bytes_of(text, n), default_text_encoding()); });
 }
 
 ndArray_tag* ndCreateString_UTF8(const unsigned char* text) {

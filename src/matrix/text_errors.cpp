@@ -3,7 +3,7 @@
 
 #include "errors/raise.hpp"
 
-#include <fl/i18n/conversion_errors.hpp>
+#include <nd/conversion_errors.hpp>
 
 namespace matrix::internal {
 

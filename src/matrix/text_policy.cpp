@@ -1,6 +1,7 @@
 // Reading the variables, and the test for UTF-8 by chance.
 #include "matrix/text_policy.hpp"
 
+#include <fl/i18n/double_byte_encodings.hpp>
 #include <fl/i18n/message_catalog.hpp>
 
 #include <algorithm>
@@ -40,11 +41,6 @@ const text_policy& policy() {
     return *first;
 }
 
-bool has_pairs_like_utf8(std::string_view encoding) noexcept {
-    return encoding == "gb18030" || encoding == "GBK" || encoding == "windows-949" ||
-           encoding.starts_with("ibm-970_");
-}
-
 } // namespace
 
 text_policy text_policy::read() {
@@ -62,7 +58,8 @@ const char* default_text_encoding() { return policy().utf8_is_tried ? utf8_or_sy
 bool is_system_text_in_disguise(std::u16string_view units) {
     constexpr std::size_t most = 4; // as many of them don't come about by chance
     constexpr char16_t ascii_end = 0x80;
-    if (!policy().disguise_is_looked_for || !has_pairs_like_utf8(fl::i18n::KvLocale::system().encoding()))
+    if (!policy().disguise_is_looked_for ||
+        !fl::i18n::has_pairs_like_utf8(fl::i18n::KvLocale::system().encoding()))
         return false;
     std::array<char16_t, most> outside{};
     std::size_t count = 0;

@@ -16,7 +16,7 @@ namespace matrix::internal {
 inline constexpr std::string_view only_utf8 = "UTF-8";
 inline constexpr std::string_view utf8_or_system = "auto";
 
-/// The encoding of text whose caller names none: utf8_or_system, or null for the system's.
+/// The encoding of text whose caller names none: utf8_or_system, or null for the system's. The first call may be out of memory.
 const char* default_text_encoding();
 
 /// Whether well-formed UTF-8 of these units is taken for text in the system's encoding.

@@ -2,9 +2,11 @@
 // none of them. Hooks change process-wide state; a test puts back what it changed, before other threads run.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace foundation::core::mem {
 struct aligned_heap;
@@ -32,13 +34,15 @@ void reset_diag_terminate() noexcept; // to default and environment
 
 // Called by diag::terminate() in place of printing and aborting. It may throw; if it returns, the process ends after
 // all. Null restores the ordinary end.
-using terminate_handler = void (*)(const char* message, const char* file, int line, const char* function);
+using terminate_handler = void (*)(std::string_view message, const char* file, int line,
+                                   const char* function);
 terminate_handler set_terminate_handler(terminate_handler handler) noexcept; // returns the one before
 
 // ---- processor
 
-void set_instruction_set(core::cpu::instruction_set set); // std::invalid_argument for one that isn't available
-void reset_instruction_set() noexcept;                    // to the processor's best and the environment
+void set_instruction_set(
+    core::cpu::instruction_set set);   // std::invalid_argument for one that isn't available
+void reset_instruction_set() noexcept; // to the processor's best and the environment
 
 // ---- features
 
@@ -66,6 +70,9 @@ void reset_default_engine() noexcept;
 void set_system_encoding(const char* name);
 void set_global_locale(const char* name);
 void set_install_path(const char* path);
+
+// Units of text that go to ICU at once, at least 2; 0 restores the default.
+void set_largest_text_piece(std::size_t units) noexcept;
 
 // ---- warning manager
 

@@ -71,6 +71,31 @@ TEST(PublicClasses, OfGuardedStrings) {
     expect_strings_are_copied<char16_t, Kprotected_ndStringUTF16_helper>();
 }
 
+TEST(PublicClasses, OfTextConverters) {
+    const array_ptr array(api::ndCreateString("a\xE3\x81\x82"));
+    I18N::FromUTF16Converter converter("Shift_JIS");
+    EXPECT_EQ(converter.convert(u"a\u3042"), "a\x82\xA0");
+    EXPECT_EQ(matrix::get_string(array.get(), converter), "a\x82\xA0");
+    EXPECT_EQ(matrix::get_destination_string_size(array.get(), converter), 3U);
+    std::array<char, 4> buffer{};
+    EXPECT_EQ(matrix::copy_string(buffer.data(), 2, array.get(), converter), 2U);
+    EXPECT_STREQ(buffer.data(), "a\x82");
+    EXPECT_EQ(converter.measure(u"\u3042b"), 3U);
+    converter.do_conversion(u"\u3042b", buffer.data(), 3);
+    EXPECT_STREQ(buffer.data(), "\x82\xA0"
+                                "b");
+    EXPECT_EQ(converter.do_conversion_up_to(u"xyz", buffer.data(), 2), 2U);
+    I18N::FromUTF16Converter of_no_encoding("no-such-encoding");
+    EXPECT_THROW(of_no_encoding.measure(u"a"), fl::i18n::CvtConversionFailure);
+    EXPECT_THROW(of_no_encoding.convert(u"a"), std::exception);
+}
+
+TEST(PublicClasses, OfConversionErrors) {
+    EXPECT_STREQ(fl::i18n::CvtSizeTooLarge("what it says").what(), "what it says");
+    EXPECT_THROW(throw fl::i18n::CvtInvalidCharacter("text"), std::exception);
+    EXPECT_THROW(throw foundation::ustring::CtypeInvalidCharacter("text"), std::exception);
+}
+
 TEST(PublicClasses, OfTheSizeLimit) {
     EXPECT_EQ(matrix::ArraySizeLimit::getInstance().getPercent(), 100U);
     const std::array<std::size_t, 2> dims{3, 4};

@@ -228,6 +228,24 @@ TEST_F(CStrings, OfRowsKeepNulsInside) {
     released(rows);
 }
 
+// There is no text in them, though they have rows.
+TEST_F(CStrings, OfArraysWithoutData) {
+    const array_ptr text = arr("char 0x0");
+    text->set_dimensions(dims_list{2, 3});
+    EXPECT_STREQ(own(api::ndArrayToString(text.get())).get(), "");
+    EXPECT_EQ(own(api::ndArrayToString_UTF16(text.get())).get(), std::u16string());
+    EXPECT_EQ(api::ndArrayToStdString(text.get()), "");
+    EXPECT_THAT(own(api::ndArrayToByteChars(text.get())), EqualsArray(arr("uint8 0x1")));
+    EXPECT_EQ(taken(api::ndCharMatrixToStrings_UTF16(text.get())), (std::vector<std::u16string>(2)));
+    EXPECT_EQ(taken(api::ndCharMatrixToStrings_UTF8(text.get())).size(), 2U);
+    text->set_dimensions(dims_list{0, 0});
+}
+
+TEST_F(CStrings, AsBytesStandOnTheArrayList) {
+    const lists_on lists;
+    EXPECT_EQ(own(api::ndArrayToByteChars(arr("char", u"x").get()))->scope, ndTEMPORARY_SCOPE);
+}
+
 // ---- memory
 
 std::set<void*> given; ///< by the allocator below and not released
@@ -347,10 +365,15 @@ TEST_F(CStrings, OfTooManyElementsAreRefused) {
                       }),
                       expected);
             EXPECT_EQ(refusal([&] { return !api::ndArrayToStdString(text.get()).empty(); }), expected);
+            EXPECT_EQ(refusal([&] { return released(api::ndCharMatrixToStrings_UTF16(text.get())) != 0; }),
+                      expected);
+            EXPECT_EQ(refusal([&] { return released(api::ndCharMatrixToStrings_UTF8(text.get())) != 0; }),
+                      expected);
         }
         text->set_dimensions(
             dims_list{1, (std::size_t{1} << 31) - 1}); // as many are counted, though there are none
         EXPECT_STREQ(own(api::ndArrayToString(text.get())).get(), "");
+        EXPECT_EQ(released(api::ndCharMatrixToStrings_UTF16(text.get())), 1U);
         text->set_dimensions(dims_list{0, 0});
     });
 }
@@ -358,7 +381,6 @@ TEST_F(CStrings, OfTooManyElementsAreRefused) {
 TEST_F(CStrings, OfTooManyRowsAreRefused) {
     const module_mode_scope mode(mode_exceptions);
     const array_ptr text = arr("char 0x0");
-    text->set_dimensions(dims_list{std::size_t{1} << 46, 0});
     const auto id = [&](auto call) {
         try {
             call(text.get());
@@ -367,8 +389,16 @@ TEST_F(CStrings, OfTooManyRowsAreRefused) {
         }
         return std::string();
     };
-    EXPECT_EQ(id(api::ndCharMatrixToStrings_UTF16), "TARVEL:pmaxsize");
-    EXPECT_EQ(id(api::ndCharMatrixToStrings_UTF8), "TARVEL:pmaxsize");
+    left = 0; // the allocator isn't asked: it would be for a table of any other number of rows
+    const auto by_allocator = [](const ndArray_tag* array) {
+        return api::ndCreateUTF16CStrArrayFromMatrix(array, &give, &release);
+    };
+    for (const std::size_t rows : {std::size_t{1} << 46, SIZE_MAX / 8, SIZE_MAX - 1, SIZE_MAX}) {
+        text->set_dimensions(dims_list{rows, 0});
+        EXPECT_EQ(id(api::ndCharMatrixToStrings_UTF16), "TARVEL:pmaxsize") << rows;
+        EXPECT_EQ(id(api::ndCharMatrixToStrings_UTF8), "TARVEL:pmaxsize") << rows;
+        EXPECT_EQ(id(by_allocator), "TARVEL:pmaxsize") << rows;
+    }
     const size_limit_scope limit(std::uint64_t{1} << 20, 10);
     text->set_dimensions(dims_list{std::size_t{1} << 17, 0});
     EXPECT_EQ(id(api::ndCharMatrixToStrings_UTF16), "TARVEL:array:SizeLimitExceeded");

@@ -1,4 +1,5 @@
 // Char matrices with a string in each row.
+#include "matrix/long_text.hpp"
 #include "matrix/process_state.hpp"
 #include "matrix/text_fixture.hpp"
 #include "support/arr.hpp"
@@ -74,6 +75,11 @@ TEST_F(CharMatrix, WithoutAListHasEmptyStrings) {
     EXPECT_EQ(dims_in(own(api::ndCreateCharMatrixFromStrings_UTF8(3, nullptr)).get()), (dims_list{3, 0}));
     EXPECT_EQ(dims_in(own(api::ndCreateCharMatrixFromStrings_UTF16(3, nullptr)).get()), (dims_list{3, 0}));
     EXPECT_EQ(dims_in(own(api::ndCreateCharMatrixFromStrings(0, nullptr)).get()), (dims_list{0, 0}));
+    EXPECT_EQ(dims_in(own(api::ndCreateCharMatrixFromStrings_UTF16(0, nullptr)).get()), (dims_list{0, 0}));
+    constexpr std::size_t many = std::size_t{1} << 46; // too many to be looked at one by one
+    EXPECT_EQ(dims_in(own(api::ndCreateCharMatrixFromStrings(many, nullptr)).get()), (dims_list{many, 0}));
+    EXPECT_EQ(dims_in(own(api::ndCreateCharMatrixFromStrings_UTF16(many, nullptr)).get()),
+              (dims_list{many, 0}));
 }
 
 // UTF-8 in any system; nothing ends the process.
@@ -114,19 +120,29 @@ TEST_F(CharMatrix, OfEveryCodePoint) {
     }
 }
 
+// The id of what the making of a matrix raises; empty where it answers null.
+std::string refusal_of(byte_list strings) {
+    try {
+        EXPECT_EQ(own(api::ndCreateCharMatrixFromStrings(strings.size(), strings.data())), nullptr);
+    } catch (const foundation::core::except::IUserException& error) {
+        return std::string(error.GetID());
+    }
+    return {};
+}
+
 TEST_F(CharMatrix, IsHeldToTheSizeLimit) {
     const std::string lengthy(100000, 'x');
-    byte_list strings(20, lengthy.c_str());
     for_each_module_mode([&](int mode) {
         const size_limit_scope limit(std::uint64_t{1} << 20, 10);
-        std::string id;
-        try {
-            const array_ptr made(api::ndCreateCharMatrixFromStrings(strings.size(), strings.data()));
-            EXPECT_EQ(made, nullptr);
-        } catch (const foundation::core::except::IUserException& error) {
-            id = error.GetID();
-        }
-        EXPECT_EQ(id, mode == mode_exceptions ? "TARVEL:array:SizeLimitExceeded" : "");
+        EXPECT_EQ(refusal_of(byte_list(20, lengthy.c_str())),
+                  mode == mode_exceptions ? "TARVEL:array:SizeLimitExceeded" : "");
+    });
+}
+
+TEST_F(CharMatrix, RefusesStringsThatAreTooLong) {
+    const long_text text;
+    for_each_module_mode([&](int mode) {
+        EXPECT_EQ(refusal_of({"short", text.get()}), mode == mode_exceptions ? "TARVEL:pmaxsize" : "");
     });
 }
 

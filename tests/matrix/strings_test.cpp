@@ -5,8 +5,8 @@
 #include "support/fault_injection.hpp"
 #include "support/variations.hpp"
 
-#include <fl/i18n/conversion_errors.hpp>
 #include <foundation/core/except/exception.hpp>
+#include <nd/conversion_errors.hpp>
 #include <nd/from_utf16_converter.hpp>
 
 #include <new>
@@ -87,6 +87,9 @@ TEST_F(Strings, AreEmptyForWhatHasNoText) {
         EXPECT_EQ(matrix::get_destination_string_size(array, converter), 0U);
         EXPECT_EQ(matrix::get_destination_wstring_size(array), 0U);
     }
+    EXPECT_TRUE(matrix::get_ustring_array(without_data.get()).empty());
+    EXPECT_TRUE(matrix::get_string_array(without_data.get()).empty());
+    EXPECT_TRUE(matrix::get_wstring_array(without_data.get()).empty());
     EXPECT_STREQ(buffer, "###");
     EXPECT_STREQ(wide, L"###");
     without_data->set_dimensions(dims_list{0, 0});

@@ -134,9 +134,11 @@ TEST_F(TextBuffers, GetTextInTheSystemsEncoding) {
     }
 }
 
-TEST_F(TextBuffers, GetNothingWhereThereIsNoEncoding) {
+TEST_F(TextBuffers, GetNoTextWhereThereIsNoEncoding) {
     const system_encoding system("no-such-encoding");
-    EXPECT_EQ(string_of(arr("char", u"text"), 10), (outcome{1, ""}));
+    EXPECT_EQ(string_of(arr("char", u"text"), 10), (outcome{1, with_nul("")}));
+    EXPECT_EQ(string_of(arr("char", u"text"), 1), (outcome{1, with_nul("")}));
+    EXPECT_EQ(string_of(arr("double", {65}), 10), (outcome{1, ""}));
     EXPECT_EQ(chars_of(arr("char", u"text"), 10), (outcome{1, ""}));
 }
 

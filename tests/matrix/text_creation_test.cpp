@@ -1,5 +1,5 @@
 // Char rows from bytes and from UTF-16, and the colon of a subscript list.
-#include "matrix/class_table.hpp"
+#include "matrix/long_text.hpp"
 #include "matrix/process_state.hpp"
 #include "matrix/text_creation.hpp"
 #include "matrix/text_fixture.hpp"
@@ -15,7 +15,6 @@
 #include <unicode/ustring.h>
 
 #include <cstring>
-#include <random>
 
 namespace test {
 namespace {
@@ -204,6 +203,8 @@ TEST_F(TextCreation, BytesThatAreNotUtf8EndTheProcessWhereUtf8IsNamed) {
     const std::string lengthy = std::string(3000, 'x') + '\xFF';
     EXPECT_TERMINATE(api::ndCreateString_UTF8(utf8(lengthy.c_str())),
                      "ndCreateString called with non-UTF-8 input: " + lengthy);
+    EXPECT_TERMINATE(api::ndCreateStringFromNChars_UTF8(utf8("ab\0cd\xFF"), 6),
+                     std::string("ndCreateString called with non-UTF-8 input: ab\0cd\xFF", 50));
     EXPECT_NO_TERMINATE(own(api::ndCreateString("\xFF")));
 }
 
@@ -275,6 +276,15 @@ TEST_F(TextCreation, RefusesTextThatIsTooLongBeforeItIsRead) {
         }
     });
     EXPECT_NO_THROW(matrix::internal::check_text_size(longest));
+}
+
+TEST_F(TextCreation, RefusesStringsThatAreTooLong) {
+    const long_text text;
+    for_each_module_mode([&](int mode) {
+        const std::string id = mode == mode_exceptions ? "TARVEL:pmaxsize" : "";
+        EXPECT_EQ(id_of([&] { return api::ndCreateString(text.get()); }), id);
+        EXPECT_EQ(id_of([&] { return api::ndCreateString_UTF8(utf8(text.get())); }), id);
+    });
 }
 
 TEST_F(TextCreation, RefusesEncodingsThatThereAreNot) {
@@ -361,6 +371,7 @@ TEST_F(TextCreation, StandsOnTheArrayList) {
         const array_ptr made(creator.make("text"));
         EXPECT_EQ(api::ndGetArrayScope(made.get()), ndTEMPORARY_SCOPE) << creator.name;
     }
+    EXPECT_EQ(own(api::ndCreateString_UTF16(u"x"))->scope, ndTEMPORARY_SCOPE);
     EXPECT_EQ(own(api::ndCreateStringFromNChars_UTF16(u"x", 1))->scope, ndTEMPORARY_SCOPE);
 }
 

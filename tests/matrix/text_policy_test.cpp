@@ -4,8 +4,13 @@
 #include "matrix/text_fixture.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
+#include "support/fault_injection.hpp"
 
+#include <atomic>
+#include <functional>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace test {
 namespace {
@@ -55,14 +60,76 @@ TEST_F(TextPolicy, IsReadOnce) {
     EXPECT_EQ(matrix::internal::default_text_encoding(), nullptr);
 }
 
-TEST_F(TextPolicy, IsReadByManyThreadsAtOnce) {
-    const text_variable variable("KV_UTF8_ALIAS_EXCEPTIONS", "233");
-    const system_encoding system("gb18030");
-    std::vector<std::thread> threads;
-    std::vector<std::u16string> texts(8);
-    for (auto& text : texts) threads.emplace_back([&] { text = read("\xC3\xA9"); });
-    for (auto& thread : threads) thread.join();
-    for (const auto& text : texts) EXPECT_EQ(text, u"\u00E9");
+// As when the library has just been loaded, in a Chinese system and with exceptions too long for a string without a block.
+class AtFirstUse : public TextTest {
+protected:
+    AtFirstUse() { forget(); }
+    ~AtFirstUse() override {
+        locale_.reset();
+        exceptions_.reset();
+        forget();
+        matrix::internal::default_text_encoding(); // known again, as it is to other tests
+    }
+
+    static void forget() {
+        foundation::test_hooks::set_system_encoding(nullptr);
+        matrix::internal::test_hooks::reset_text_policy();
+    }
+
+private:
+    std::optional<environment_variable> locale_{std::in_place, "LC_ALL", "zh_CN.GB18030"};
+    std::optional<environment_variable> exceptions_{std::in_place, "KV_UTF8_ALIAS_EXCEPTIONS",
+                                                    "0000000000000000000000000000000000000351"};
+};
+
+TEST_F(AtFirstUse, PolicyAndEncodingAreReadByManyThreadsAtOnce) {
+    for (int round = 0; round < 20; ++round) {
+        forget();
+        std::atomic<bool> go{false};
+        std::vector<std::thread> threads;
+        std::vector<std::u16string> texts(8);
+        for (auto& text : texts)
+            threads.emplace_back([&] {
+                while (!go) std::this_thread::yield();
+                text = read("\xC3\xA9") + read("\xC3\xA8");
+            });
+        go = true;
+        for (auto& thread : threads) thread.join();
+        for (const auto& text : texts) EXPECT_EQ(text, u"\u00E9\u732B");
+    }
+}
+
+// On a thread of its own, which has no converter yet, and without what the process has read.
+TEST_F(AtFirstUse, WithoutMemory) {
+    const array_ptr text = arr("char", u"\u4E2D");
+    const struct {
+        const char* name;
+        std::function<ndArray_tag*()> make;
+    } rows[] = {
+        {"ASCII", [] { return api::ndCreateString("text"); }},
+        {"believed UTF-8", [] { return api::ndCreateString("\xC3\xA9"); }},
+        {"two bytes of the system's", [] { return api::ndCreateString("\xC3\xA8"); }},
+        {"a length", [] { return api::ndCreateStringFromNChars("\xFF", 1); }},
+        {"a matrix",
+         [] {
+             const char* strings[] = {"text"};
+             return api::ndCreateCharMatrixFromStrings(1, strings);
+         }},
+        {"bytes", [&] { return api::ndArrayToByteChars(text.get()); }},
+    };
+    fault_options options;
+    options.framed = true;
+    for (const auto& row : rows) {
+        const fault_report report = for_each_failing_alloc(
+            row.name,
+            [&](fault_run& run) {
+                std::thread([&] { run.act(row.make); }).join();
+                forget();
+            },
+            options);
+        EXPECT_TRUE(report.passed) << row.name;
+        EXPECT_GE(report.points, 3) << row.name;
+    }
 }
 
 // Two bytes that are UTF-8 by chance are the system's where that is likely. EUC-KR has a name of ICU's own.

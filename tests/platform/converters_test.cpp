@@ -1,15 +1,17 @@
 // Converters by thread and name, against ICU's own full conversion.
 #include "support/system_encoding.hpp"
+#include "support/text_pieces.hpp"
 
-#include <fl/i18n/conversion_errors.hpp>
 #include <fl/i18n/unicode_converter.hpp>
 #include <libbase/encodings.hpp>
+#include <nd/conversion_errors.hpp>
 #include <nd/from_utf16_converter.hpp>
 
 #include <gtest/gtest.h>
 
 #include <unicode/uclean.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <new>
@@ -23,6 +25,7 @@ namespace {
 using I18N::FromUTF16Converter;
 using I18N::UnicodeConverterX;
 using test::system_encoding;
+using test::text_pieces;
 
 constexpr const char* encodings[] = {"UTF-8",      "Shift_JIS", "gb18030",     "GBK",         "EUC-KR",
                                      "ISO-8859-1", "EUC-JP",    "windows-949", "ISO-2022-JP", "UTF-16BE",
@@ -89,6 +92,34 @@ TEST(Converters, MakeTheBytesThatIcuMakes) {
             converter.do_conversion(text, bytes.data(), expected.size());
             EXPECT_EQ(bytes, expected + '#');
             EXPECT_EQ(converter.convert(text), expected);
+        }
+    }
+}
+
+// Pieces part pairs of surrogates, and what ICU has of a character.
+TEST(Converters, MakeTheSameBytesInPieces) {
+    std::mt19937 random(6);
+    for (const std::size_t piece : {2U, 3U, 7U, 64U}) {
+        const text_pieces pieces(piece);
+        for (const char* const name : encodings) {
+            SCOPED_TRACE(std::string(name) + " by " + std::to_string(piece));
+            Icu icu(name);
+            auto& shared = UnicodeConverterX::getThreadSpecific(name);
+            for (int round = 0; round < 50; ++round) {
+                const std::u16string text = some_text(random, random() % 200);
+                const std::string expected = icu.to(text);
+                ASSERT_EQ(shared.count_bytes(text), expected.size());
+                EXPECT_EQ(FromUTF16Converter(name).convert(text), expected);
+                for (const std::size_t room : {expected.size(), expected.size() / 2, std::size_t{1}}) {
+                    std::string bytes(expected.size() + 1, '#');
+                    const auto written = shared.from_utf16(text, bytes.data(), room);
+                    const std::size_t count = std::min(room, expected.size());
+                    ASSERT_EQ(written.bytes, count);
+                    ASSERT_EQ(written.cut, count < expected.size());
+                    EXPECT_EQ(bytes.substr(0, count), expected.substr(0, count));
+                    EXPECT_EQ(bytes.back(), '#');
+                }
+            }
         }
     }
 }

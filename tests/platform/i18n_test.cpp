@@ -7,16 +7,23 @@
 
 #include <gtest/gtest.h>
 
+#include <unicode/ucnv.h>
+
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -235,6 +242,49 @@ TEST(Locale, ComesFromTheEnvironment) {
         EXPECT_EQ(KvLocale::system().name(), row.system_name);
         EXPECT_EQ(KvLocale::system().encoding(), row.system_encoding);
         EXPECT_EQ(KvLocale::global().name(), row.global_name);
+    }
+}
+
+bool can_convert(const std::string& encoding) {
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_close(ucnv_open(encoding.c_str(), &status));
+    return U_SUCCESS(status);
+}
+
+// ICU knows names of encodings that it has no data for.
+TEST(Locale, HasAnEncodingThatThereIsAConverterFor) {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<UEnumeration, void (*)(UEnumeration*)> names(ucnv_openAllNames(&status),
+                                                                       uenum_close);
+    std::size_t count = 0;
+    while (const char* const name = uenum_next(names.get(), nullptr, &status)) {
+        const std::string locale = std::string("kk_KZ.") + name;
+        const Environment environment(Environment::Variables{{"LC_ALL", locale.c_str()}});
+        const std::string& encoding = KvLocale::system().encoding();
+        EXPECT_TRUE(can_convert(encoding)) << encoding;
+        if (!can_convert(name)) {
+            EXPECT_EQ(encoding, "UTF-8") << name;
+        }
+        ++count;
+    }
+    EXPECT_GT(count, 100U);
+}
+
+TEST(Locale, IsReadByManyThreadsAtOnce) {
+    for (int round = 0; round < 20; ++round) {
+        const Environment environment(Environment::Variables{{"LC_ALL", "de_CH.ISO-8859-1"}});
+        std::atomic<bool> go{false};
+        std::vector<std::thread> threads;
+        std::vector<std::pair<const KvLocale*, const KvLocale*>> seen(8);
+        for (auto& mine : seen)
+            threads.emplace_back([&] {
+                while (!go) std::this_thread::yield();
+                mine = {&KvLocale::system(), &KvLocale::global()};
+            });
+        go = true;
+        for (auto& thread : threads) thread.join();
+        EXPECT_EQ(seen, std::vector(8, std::pair(&KvLocale::system(), &KvLocale::global())));
+        EXPECT_EQ(KvLocale::system().encoding(), "ISO-8859-1");
     }
 }
 

@@ -1,5 +1,6 @@
 // UTF-8 and UTF-16 both ways, with each instruction set, against plain loops and ICU's converter.
 #include "support/instruction_sets.hpp"
+#include "support/text_pieces.hpp"
 
 #include <fl/i18n/utf8.hpp>
 
@@ -190,6 +191,21 @@ TEST(Utf8, SurrogatesInAnyOrder) {
             ASSERT_EQ(to_utf8(units), icu.to(units));
         }
     });
+}
+
+// A pair stays together, though it is where a piece would end.
+TEST(Utf8, InPieces) {
+    Icu icu;
+    std::mt19937 random(7);
+    constexpr char16_t some[] = {0xD800, 0xDBFF, 0xDC00, 0xDFFF, u'a', u'\u00E9', u'\u4E2D'};
+    for (const std::size_t piece : {2U, 3U, 4U, 31U}) {
+        const test::text_pieces pieces(piece);
+        for (int i = 0; i < 1000; ++i) {
+            std::u16string units(random() % 100, u'\0');
+            for (char16_t& unit : units) unit = some[random() % std::size(some)];
+            ASSERT_EQ(to_utf8(units), icu.to(units)) << piece;
+        }
+    }
 }
 
 TEST(Utf8, IsCutAtEachByte) {

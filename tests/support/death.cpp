@@ -6,9 +6,9 @@
 namespace test {
 namespace {
 
-[[noreturn]] void throw_termination(const char* message, const char* file, int /*line*/,
+[[noreturn]] void throw_termination(std::string_view message, const char* file, int /*line*/,
                                     const char* function) {
-    throw termination{true, message, file, function};
+    throw termination{true, std::string(message), file, function};
 }
 
 class handler_scope {

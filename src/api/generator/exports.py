@@ -2,9 +2,10 @@
 
 # The C++ interface: its namespaces and classes, each once. What of them is exported is decided by the export mark at a
 # declaration, and reviewed in cxx_exports.txt.
-CXX_SCOPES = ("matrix", "ndArray_tag", "I18N::FromUTF16Converter", "TARVEL", "resource_core", "foundation::core::except",
-              "foundation::usm", "Korvane", "Kprotected_cptr", "Kprotected_ndArray", "Kprotected_ndArray_helper",
-              "Kprotected_ndString_helper", "Kprotected_ndStringUTF16_helper")
+CXX_SCOPES = ("matrix", "ndArray_tag", "TARVEL", "resource_core", "foundation::core::except", "foundation::usm", "Korvane",
+              "Kprotected_cptr", "Kprotected_ndArray", "Kprotected_ndArray_helper",
+              "Kprotected_ndString_helper", "Kprotected_ndStringUTF16_helper", "I18N::FromUTF16Converter", "fl::i18n",
+              "foundation::ustring")
 CXX_FUNCTIONS = ("intrusive_ptr_add_ref", "intrusive_ptr_release")
 # Member, const member, vtable, type information with its name, virtual base table, the adjusting entries of a virtual
 # function, and the guard of a static.

@@ -4,6 +4,7 @@
 #ifndef ND_FROM_UTF16_CONVERTER_HPP
 #define ND_FROM_UTF16_CONVERTER_HPP
 
+#include <nd/conversion_errors.hpp>
 #include <nd/types.h>
 
 #include <array>
@@ -15,8 +16,8 @@
 namespace I18N {
 
 /// Characters that the encoding lacks become its substitution character, unpaired surrogates too (U+FFFD where the encoding has it).
-/// Used by one thread at a time. Conversions raise fl::i18n::CvtConversionFailure, a std::exception, when there is no such encoding,
-/// and std::bad_alloc.
+/// Used by one thread at a time. Conversions raise fl::i18n::CvtConversionFailure (nd/conversion_errors.hpp) when there is no such
+/// encoding, and std::bad_alloc.
 class FromUTF16Converter {
 public:
     /// An encoding by a name that ICU knows; null: the system's, as it is at each conversion.

@@ -7,15 +7,16 @@
  * Encodings. Text comes and goes
  *   as the caller's bytes   read as UTF-8, and as the system's encoding where they aren't UTF-8; written in the system's. Which that is
  *                           the locale says. KV_DISABLE_UTF8_API at an odd number: read as the system's always.
- *   as UTF-8                no other bytes may come: what isn't well-formed ends the process, where internal checks are on
+ *   as UTF-8                no other bytes may come: what isn't well-formed ends the process, where internal checks are on. The rows of
+ *                           char matrices alone take any bytes.
  *   as UTF-16               unit by unit, unpaired surrogates too
  * What doesn't convert becomes the substitution character of the encoding, an unpaired surrogate U+FFFD where the encoding has that.
- * Where the system's encoding is GB18030, GBK, windows-949 or EUC-KR, bytes that are UTF-8 by chance are likely: if they have fewer than
- * five characters outside ASCII, one of which has two bytes and isn't U+00D7, U+0394, U+03B8, U+03BC or listed in
- * KV_UTF8_ALIAS_EXCEPTIONS, they are read as the system's, unless KV_UTF8_ALIAS_DISABLE_CHECK is set.
+ * In some systems the caller's bytes often are well-formed UTF-8 by chance. Which these are, and which bytes are read as the system's
+ * there, is told with ndCreateString in nd/nd.h.
  *
- * The functions of nd_array_api answer null (an empty text) for what isn't a char array, and have the interface's way out of errors:
- * exceptions with module mode 1, null or an empty text in any other. Those of matrix raise. Null for text counts as the empty text.
+ * The functions of nd_array_api answer null (an empty text, 1 for a status) for what isn't a char array, and have the interface's way out
+ * of errors: exceptions with module mode 1, null or an empty text in any other. Those of matrix raise. Null for text counts as the
+ * empty text.
  */
 #ifndef ND_TEXT_HPP
 #define ND_TEXT_HPP
@@ -121,8 +122,8 @@ ND_EXPORT ndArray_tag* ndArrayToByteChars(const ndArray_tag* array);
 
 /// The rows of a char array as C strings without the blanks and NULs at their ends, in a table that a null ends. Of more than two
 /// dimensions those behind the first count as columns. The caller owns the table and each string: blocks of the allocator, or of
-/// ndMallocEx. Raises TARVEL:pmaxsize and SizeLimitExceeded for the table as for an array of as many bytes, and TARVEL:nomem; what
-/// was made goes to release then.
+/// ndMallocEx. Raises SizeLimitExceeded for 2^31 elements or more, TARVEL:pmaxsize and SizeLimitExceeded for the table as for an array
+/// of as many bytes, and TARVEL:nomem; what was made goes to release then.
 ND_EXPORT char16_t** ndCreateUTF16CStrArrayFromMatrix(const ndArray_tag* array, text_allocator allocator,
                                                       text_release release);
 ND_EXPORT char16_t** ndCharMatrixToStrings_UTF16(const ndArray_tag* array);
@@ -131,8 +132,9 @@ ND_EXPORT unsigned char** ndCharMatrixToStrings_UTF8(const ndArray_tag* array);
 namespace deprecated {
 
 /// Writes the text in the system's encoding, all of it by column, into a buffer of size bytes. ndGetString ends it with a NUL. 0 when
-/// all of it is there, and when there is no buffer or size is 0; 1 when it was cut, which may be inside a character, and with nothing
-/// written for what isn't a char array and when the text can't be converted. Never raises.
+/// all of it is there, and when there is no buffer or size is 0. 1 when it was cut, which may be inside a character; when it can't be
+/// converted, for want of memory or of a converter, as if it had been cut before its first character; and with nothing written, not
+/// even the NUL, for what isn't a char array. Never raises.
 ND_EXPORT int ndGetString(const ndArray_tag* array, char* buffer, std::size_t size);
 ND_EXPORT int ndGetNChars(const ndArray_tag* array, char* buffer, std::size_t size);
 

@@ -2,14 +2,16 @@
 // numbers have no grouping.
 #include "locale_slots.hpp"
 
+#include <fl/i18n/double_byte_encodings.hpp>
+
 #include <unicode/locid.h>
 #include <unicode/ucnv.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <langinfo.h>
 #include <locale.h>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -32,35 +34,29 @@ const char* first_set(const char* category) noexcept {
     return "";
 }
 
-bool is_known_encoding(const char* name) noexcept {
+// Whether there is a converter for the encoding: ICU knows the names of more encodings than it has the data of.
+bool can_convert(const char* name) {
     UErrorCode status = U_ZERO_ERROR;
-    return ucnv_countAliases(name, &status) > 0 && U_SUCCESS(status);
+    if (ucnv_countAliases(name, &status) == 0 || U_FAILURE(status)) return false;
+    const std::unique_ptr<UConverter, void (*)(UConverter*)> converter(ucnv_open(name, &status), ucnv_close);
+    if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
+    return U_SUCCESS(status);
 }
 
 bool is_ascii(const char* encoding) noexcept { return ucnv_compareNames(encoding, "ANSI_X3.4-1968") == 0; }
-
-// The two-byte encodings that are asked for by name elsewhere, by the names that are asked for. A locale may spell each in several
-// ways ("GB18030", "gbk", "eucKR").
-const char* usual_name(const char* encoding) noexcept {
-    UErrorCode status = U_ZERO_ERROR;
-    const char* const canonical = ucnv_getAlias(encoding, 0, &status);
-    for (const char* name : {"gb18030", "GBK", "windows-949", "ibm-970_P110_P110-2006_U2"})
-        if (std::strcmp(canonical, ucnv_getAlias(name, 0, &status)) == 0) return name;
-    return encoding;
-}
 
 // The encoding that a locale name spells out, or else the one that the system has for the locale. ASCII counts as
 // UTF-8, which holds it: it is what systems say when nobody chose anything.
 std::string encoding_of(const std::string& name) {
     if (const std::size_t dot = name.find('.'); dot != std::string::npos) {
         const std::string spelled = name.substr(dot + 1, name.find('@') - dot - 1);
-        return is_known_encoding(spelled.c_str()) ? usual_name(spelled.c_str()) : default_encoding;
+        return can_convert(spelled.c_str()) ? usual_encoding_name(spelled.c_str()) : default_encoding;
     }
     const locale_t locale = newlocale(LC_CTYPE_MASK, name.c_str(), locale_t{});
     if (locale == locale_t{}) return default_encoding;
     const std::unique_ptr<std::remove_pointer_t<locale_t>, void (*)(locale_t)> guard(locale, freelocale);
     const char* const encoding = nl_langinfo_l(CODESET, locale);
-    return is_known_encoding(encoding) && !is_ascii(encoding) ? usual_name(encoding) : default_encoding;
+    return can_convert(encoding) && !is_ascii(encoding) ? usual_encoding_name(encoding) : default_encoding;
 }
 
 const KvLocale& known_once(std::atomic<const KvLocale*>& slot, const char* category) {

@@ -1,9 +1,10 @@
 // Converters by thread and name, and conversion in pieces that ICU can count.
 #include <fl/i18n/unicode_converter.hpp>
 
-#include <fl/i18n/conversion_errors.hpp>
 #include <fl/i18n/message_catalog.hpp>
+#include <fl/i18n/pieces.hpp>
 #include <fl/i18n/utf8.hpp>
+#include <nd/conversion_errors.hpp>
 
 #include <algorithm>
 #include <array>
@@ -94,7 +95,7 @@ std::size_t UnicodeConverterX::to_utf16(std::string_view bytes, char16_t* to, st
 
 UnicodeConverterX::progress UnicodeConverterX::convert_piece(const char16_t*& from, const char16_t* end,
                                                              char*& at, std::size_t room) {
-    constexpr std::size_t largest_piece = std::size_t{1} << 28; // ICU takes more than that, but not any size
+    using fl::i18n::largest_piece;
     const char16_t* const piece_end = from + std::min(largest_piece, static_cast<std::size_t>(end - from));
     char* const limit = at + std::min(largest_piece, room);
     UErrorCode status = U_ZERO_ERROR;

@@ -3,10 +3,11 @@
 
 #include "platform/fl/i18n/utf8_kernels.hpp"
 
+#include <fl/i18n/pieces.hpp>
+#include <fl/i18n/utf16.hpp>
 #include <foundation/core/cpu/instruction_set.hpp>
 
 #include <unicode/ustring.h>
-#include <unicode/utf16.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -15,20 +16,18 @@
 namespace fl::i18n {
 namespace {
 
-constexpr UChar32 substitute = 0xFFFD;
-
 const detail::utf8_kernels& kernels() noexcept {
     static constexpr foundation::core::cpu::kernel_family<detail::utf8_kernels> family{
         {&detail::utf8_kernels_baseline, &detail::utf8_kernels_avx2, &detail::utf8_kernels_avx512}};
     return family.get();
 }
 
-// The first piece of text: at most this many units, and no pair of surrogates is parted.
+// The first piece of text. No pair of surrogates is parted.
 std::u16string_view piece_of(std::u16string_view text) noexcept {
-    constexpr std::size_t most_units = std::size_t{1} << 28;
-    if (text.size() <= most_units) return text;
-    const bool parts_pair = U16_IS_LEAD(text[most_units - 1]) && U16_IS_TRAIL(text[most_units]);
-    return text.substr(0, parts_pair ? most_units - 1 : most_units);
+    if (text.size() <= largest_piece) return text;
+    const bool parts_pair =
+        is_lead_surrogate(text[largest_piece - 1]) && is_trail_surrogate(text[largest_piece]);
+    return text.substr(0, parts_pair ? largest_piece - 1 : largest_piece);
 }
 
 std::int32_t icu_size(std::size_t size) noexcept {

@@ -40,12 +40,14 @@ constinit std::atomic<detail::terminate_handler> detail::installed_handler{nullp
 
 bool fl_diag_terminate() noexcept { return detail::checks_on().load(std::memory_order_relaxed); }
 
-void terminate(const char* message, const char* file, int line, const char* function) {
+void terminate(std::string_view message, const char* file, int line, const char* function) {
     if (const detail::terminate_handler handler = detail::installed_handler.load()) {
         handler(message, file, line, function);
     }
-    std::fprintf(stderr, "Internal check failed: %s\n  at %s:%d\n  in %s\nStack:\n", text_or_unknown(message),
-                 text_or_unknown(file), line, text_or_unknown(function));
+    std::fputs("Internal check failed: ", stderr);
+    std::fwrite(message.data(), 1, message.size(), stderr);
+    std::fprintf(stderr, "\n  at %s:%d\n  in %s\nStack:\n", text_or_unknown(file), line,
+                 text_or_unknown(function));
     print_stack(stacktrace_base::capture(1));
     std::abort();
 }

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <atomic>
+#include <string_view>
 
 namespace foundation::core::diag::detail {
 
-using terminate_handler = void (*)(const char* message, const char* file, int line, const char* function);
+using terminate_handler = void (*)(std::string_view message, const char* file, int line,
+                                   const char* function);
 
 std::atomic<bool>& checks_on() noexcept;
 bool initial_checks_on() noexcept; // as the environment says

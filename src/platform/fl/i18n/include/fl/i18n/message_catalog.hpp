@@ -25,7 +25,7 @@ public:
     // The locale of messages: from LC_ALL, LC_MESSAGES or LANG, the first that is set and not empty. Read once.
     static const KvLocale& global();
     // The locale of characters, and the encoding of the caller's text: from LC_ALL, LC_CTYPE or LANG. Read once.
-    // The encoding is UTF-8 where the environment names none, or only the C locale.
+    // The encoding is UTF-8 where the environment names none, only the C locale, or one that there is no converter for.
     static const KvLocale& system();
 
 private:

@@ -7,18 +7,19 @@
 #include <array>
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace foundation::core::diag {
 
 // Whether checks end the process. On, unless the environment holds ND_DIAG_TERMINATE=0, read once.
 bool fl_diag_terminate() noexcept;
 
-// Prints message, place and stack to standard error and aborts. Not noexcept: the handler that tests may install
-// leaves by an exception.
-[[noreturn]] void terminate(const char* message, const char* file, int line, const char* function);
+// Prints message, place and stack to standard error and aborts. The message may hold any bytes. Not noexcept: the handler
+// that tests may install leaves by an exception.
+[[noreturn]] void terminate(std::string_view message, const char* file, int line, const char* function);
 
 // The one form of an internal check. The place is the caller's.
-inline void check(bool ok, const char* message, const char* file = __builtin_FILE(),
+inline void check(bool ok, std::string_view message, const char* file = __builtin_FILE(),
                   int line = __builtin_LINE(), const char* function = __builtin_FUNCTION()) {
     if (!ok && fl_diag_terminate()) terminate(message, file, line, function);
 }
