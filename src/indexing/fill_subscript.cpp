@@ -5,6 +5,8 @@
 
 #include <nd/scalars.hpp>
 
+#include <utility>
+
 namespace matrix::internal {
 
 namespace api = matrix::detail::noninlined::nd_array_api;
