@@ -21,7 +21,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <type_traits>
 
 namespace matrix::internal {
 namespace {

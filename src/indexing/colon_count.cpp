@@ -7,8 +7,9 @@
 //   no way from start to stop   0
 //   whole operands up to 2^53   the exact quotient
 //   all others                  the rounded quotient, and one more unless it ends past stop by more than the slack of the class.
-//                               Halved operands keep sums and differences of large ones finite; where a half isn't exact, as
-//                               of a subnormal operand, the operands themselves are taken
+//                               Halved operands keep sums and differences of large ones finite. Where a half isn't exact, as of
+//                               an odd multiple of the smallest double, the operands themselves are taken. That no half is 0
+//                               isn't enough: half a step of 3 such units becomes 2, and a quarter of the elements goes missing
 //
 // Integers of 64 bits: distances are unsigned, so no operands overflow.
 #include "indexing/colon_count.hpp"
@@ -17,8 +18,6 @@
 #include "matrix/size_check.hpp"
 
 #include <nd/colon.hpp>
-
-#include <type_traits>
 
 namespace matrix::internal {
 namespace {
@@ -44,7 +43,8 @@ bool leads_away(T start, bool up, T stop) noexcept {
     return up ? start > stop : start < stop;
 }
 
-// The quotient of two whole numbers whose difference may have 54 bits.
+// The quotient of two whole numbers whose difference may have 54 bits. In integers: a quotient of doubles is rounded, up to the
+// next whole number where it lies closely below, and would count an element beyond stop.
 double exact_count(double start, double step, double stop) noexcept {
     const auto distance = static_cast<std::int64_t>(stop) - static_cast<std::int64_t>(start);
     return static_cast<double>(distance / static_cast<std::int64_t>(step) + 1);

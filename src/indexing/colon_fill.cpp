@@ -74,7 +74,7 @@ void fill(Element* out, std::size_t count, double start, double step, double sto
     fill_from_both_ends(out, count, start, step, stop);
 }
 
-// NaN passes the tests of the conversion.
+// The conversion refuses -1 too, as all below: no count is negative, and nothing is gained by taking one for 0. NaN passes its tests.
 std::size_t count_from(double count) {
     return count == count ? boost::numeric_cast<std::uint64_t>(count) : 0;
 }

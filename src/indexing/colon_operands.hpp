@@ -1,8 +1,9 @@
 // The operands of colon objects, read from the bytes that matrix/colon_layout.hpp tells of. Objects are such as is_colon_object() has
-// accepted.
+// accepted. Reading raises std::bad_alloc where what stands in a separate view can't be brought into the block.
 #pragma once
 
 #include "matrix/colon_layout.hpp"
+#include "matrix/scaffolding.hpp"
 
 #include <cstring>
 #include <type_traits>
@@ -34,7 +35,8 @@ struct wide_operands {
 };
 
 template <class T>
-wide_operands<T> read_wide(const ndArray_tag* object) noexcept {
+wide_operands<T> read_wide(const ndArray_tag* object) {
+    bring_data_up_to_date(object);
     constexpr std::size_t word = sizeof(T);
     const T start = operand_at<T>(object, word);
     const T stop = operand_at<T>(object, 2 * word);
@@ -48,7 +50,8 @@ struct double_operands {
     double stop;
 };
 
-inline double_operands read_doubles(const ndArray_tag* object) noexcept {
+inline double_operands read_doubles(const ndArray_tag* object) {
+    bring_data_up_to_date(object);
     double_operands operands{};
     with_element_type(object->class_id, [&]<class Row>(Row) {
         using element = typename Row::type;

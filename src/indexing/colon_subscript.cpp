@@ -16,7 +16,6 @@
 
 #include <array>
 #include <bit>
-#include <cmath>
 
 namespace matrix::internal {
 namespace {
@@ -24,12 +23,7 @@ namespace {
 namespace api = matrix::detail::noninlined::nd_array_api;
 
 void check_finite(double start, double step, double stop) {
-    if (!std::isfinite(start) || !std::isfinite(step) || !std::isfinite(stop))
-        errors::raise<TARVEL::colon::nonFiniteEndpoint>();
-}
-
-bool are_whole(double start, double step, double stop) noexcept {
-    return is_whole(start) && is_whole(step) && is_whole(stop);
+    if (!are_finite(start, step, stop)) errors::raise<TARVEL::colon::nonFiniteEndpoint>();
 }
 
 void warn_of_fractions() { api::ndWarningMsgId(TARVEL::colon::nonIntegerIndex()); }

@@ -24,7 +24,7 @@ whole_range range_of(const wide_operands<T>& operands) noexcept {
     return whole_range_of(operands.start, operands.double_step, operands.stop);
 }
 
-whole_range wide_range_of(const ndArray_tag* object) noexcept {
+whole_range wide_range_of(const ndArray_tag* object) {
     if (object->class_id == ndINT64_CLASS) return range_of(read_wide<long long>(object));
     return range_of(read_wide<unsigned long long>(object));
 }

@@ -14,8 +14,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <span>
-#include <vector>
 
 namespace matrix::detail::noninlined::nd_array_api {
 
@@ -44,6 +42,12 @@ bool for_each_number(const ndArray_tag* array, Use use) {
             use(column * array->m_or_dims + row_indices(array)[k], number(k));
         }
     });
+}
+
+// Elements of which nothing tells what they are. A sparse array without index vectors stores nothing: all are 0.
+bool lacks_data(const ndArray_tag* array) noexcept {
+    if (!is_sparse(array)) return array->pdata == nullptr && element_count(array) != 0;
+    return stored_count(array) != 0 && (array->pdata == nullptr || row_indices(array) == nullptr);
 }
 
 kvSize whole_index(double number) {
@@ -75,6 +79,7 @@ void ndArgMustBeIndices(const ndArray_tag* arg, std::size_t n, kvSize* out) {
     const array_ptr expanded = expand_if_colon_object(arg);
     const ndArray_tag* const numbers = expanded ? expanded.get() : arg;
     bring_data_up_to_date(numbers);
+    if (lacks_data(numbers)) errors::raise<TARVEL::legacy_two_part::badopt>();
     if (!for_each_number(numbers, [](std::size_t, double number) { whole_index(number); }))
         errors::raise<TARVEL::legacy_two_part::badopt>();
     std::fill_n(out, n, 0);

@@ -2,14 +2,12 @@
 //
 // A sparse one stores its true elements. Its places are counted over all its columns and may lie beyond every index; columns that
 // begin there can't be reached and are looked at only for whether they store anything.
-#include "indexing/subscript_kernels.hpp"
+#include "indexing/subscript_kernel_choice.hpp"
 #include "indexing/subscript_lists.hpp"
 #include "indexing/subscript_value.hpp"
 
 #include "matrix/dimensions.hpp"
 #include "matrix/sparse_parts.hpp"
-
-#include <foundation/core/cpu/instruction_set.hpp>
 
 #include <string>
 
@@ -19,13 +17,13 @@ namespace {
 using Korvane::indexing::utilities::BadSubscriptHandler;
 using Korvane::indexing::utilities::IndicesType;
 
-constexpr foundation::core::cpu::kernel_family<subscript_kernels> family{
-    {&subscript_kernels_baseline, &subscript_kernels_avx2, &subscript_kernels_avx512}};
-
-index_list full_positions(const ndArray_tag* subscript) {
+index_list full_positions(const ndArray_tag* subscript, const BadSubscriptHandler& handler) {
+    const std::size_t elements = element_count(subscript);
+    if (elements == 0) return {};
+    if (subscript->pdata == nullptr) handler.ThrowInvalidIndexError();
     const auto* const bytes = static_cast<const std::uint8_t*>(subscript->pdata);
-    const subscript_kernels& kernels = family.get();
-    const std::size_t count = kernels.count_true(bytes, element_count(subscript));
+    const subscript_kernels& kernels = subscript_loops_here();
+    const std::size_t count = kernels.count_true(bytes, elements);
     if (count == 0) return {};
     index_list list{make_index_block(count), count, 0};
     kernels.true_positions(bytes, list.positions.get(), count);
@@ -47,6 +45,7 @@ std::size_t reachable_columns(const ndArray_tag* subscript, const BadSubscriptHa
 index_list sparse_positions(const ndArray_tag* subscript, const BadSubscriptHandler& handler) {
     const std::size_t count = stored_count(subscript);
     if (count == 0) return {};
+    if (row_indices(subscript) == nullptr) handler.ThrowInvalidIndexError();
     const std::size_t rows = subscript->m_or_dims;
     const std::size_t columns = reachable_columns(subscript, handler);
     const kvIndex* const row_of = row_indices(subscript);
@@ -65,7 +64,7 @@ index_list sparse_positions(const ndArray_tag* subscript, const BadSubscriptHand
 } // namespace
 
 index_list logical_positions(const ndArray_tag* subscript, const BadSubscriptHandler& handler) {
-    return is_sparse(subscript) ? sparse_positions(subscript, handler) : full_positions(subscript);
+    return is_sparse(subscript) ? sparse_positions(subscript, handler) : full_positions(subscript, handler);
 }
 
 } // namespace matrix::internal

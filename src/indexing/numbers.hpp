@@ -18,6 +18,14 @@ inline bool is_exact_whole(double x) noexcept {
 /// A whole number of any magnitude, infinity included. False for NaN.
 inline bool is_whole(double x) noexcept { return std::trunc(x) == x; }
 
+/// What is asked of the three operands of a range that is a subscript.
+inline bool are_finite(double start, double step, double stop) noexcept {
+    return std::isfinite(start) && std::isfinite(step) && std::isfinite(stop);
+}
+inline bool are_whole(double start, double step, double stop) noexcept {
+    return is_whole(start) && is_whole(step) && is_whole(stop);
+}
+
 /// x without its fraction; what lies outside T becomes the nearest limit and NaN 0.
 template <class T>
 T truncated(double x) noexcept {

@@ -1,8 +1,8 @@
 // Numeric subscripts as lists of positions.
 //
-// The order: complex is refused, a sparse array with an implicit zero is refused, then the loop runs over all values. Only when it says
-// that one of them is no index are they looked at singly, for the first of these and its error.
-#include "indexing/subscript_kernels.hpp"
+// The order: complex is refused, a sparse array with an implicit zero is refused, elements without data are refused, then the loop runs
+// over all values. Only when it says that one of them is no index are they looked at singly, for the first of these and its error.
+#include "indexing/subscript_kernel_choice.hpp"
 #include "indexing/subscript_lists.hpp"
 #include "indexing/subscript_text.hpp"
 #include "indexing/subscript_value.hpp"
@@ -12,9 +12,8 @@
 #include "matrix/scaffolding.hpp"
 #include "matrix/sparse_parts.hpp"
 
-#include <foundation/core/cpu/instruction_set.hpp>
-
 #include <cstring>
+#include <utility>
 
 namespace matrix::internal {
 namespace {
@@ -22,12 +21,9 @@ namespace {
 using Korvane::indexing::utilities::BadSubscriptHandler;
 using Korvane::indexing::utilities::IndicesType;
 
-constexpr foundation::core::cpu::kernel_family<subscript_kernels> family{
-    {&subscript_kernels_baseline, &subscript_kernels_avx2, &subscript_kernels_avx512}};
-
 // Null for a class that has no numbers.
 position_kernel kernel_for(std::int32_t class_id) noexcept {
-    const subscript_kernels& kernels = family.get();
+    const subscript_kernels& kernels = subscript_loops_here();
     switch (class_id) {
     case ndDOUBLE_CLASS:
         return kernels.doubles;
@@ -75,20 +71,26 @@ position_kernel kernel_for(std::int32_t class_id) noexcept {
     handler.ThrowInvalidIndexError(std::move(text));
 }
 
+// The first value is told where there is one.
+[[noreturn, gnu::cold]] void raise_for_complex(const ndArray_tag* subscript, std::size_t count,
+                                               const BadSubscriptHandler& handler) {
+    if (count == 0 || is_sparse(subscript)) handler.ThrowInvalidIndexError();
+    bring_data_up_to_date(subscript);
+    if (subscript->pdata == nullptr) handler.ThrowInvalidIndexError();
+    handler.ThrowInvalidIndexError(element_text(subscript, 0));
+}
+
 } // namespace
 
 index_list numeric_positions(const ndArray_tag* subscript, const BadSubscriptHandler& handler) {
     const position_kernel convert = kernel_for(subscript->class_id);
     if (convert == nullptr) return {};
     const std::size_t count = element_count(subscript);
-    if (is_complex(subscript)) {
-        if (count == 0 || is_sparse(subscript)) handler.ThrowInvalidIndexError();
-        bring_data_up_to_date(subscript);
-        handler.ThrowInvalidIndexError(element_text(subscript, 0));
-    }
+    if (is_complex(subscript)) raise_for_complex(subscript, count, handler);
     if (is_sparse(subscript) && stored_count(subscript) != count) handler.ThrowInvalidIndexError("0");
     if (count == 0) return {};
     bring_data_up_to_date(subscript);
+    if (subscript->pdata == nullptr) handler.ThrowInvalidIndexError();
     index_list list{make_index_block(count), count, 0};
     if (!convert(subscript->pdata, count, list.positions.get(), &list.max))
         raise_for_first_bad(subscript, count, handler);

@@ -1,10 +1,11 @@
 // Colon objects as subscripts. start and stop count from 1; first and stop here are one less.
 //
-//   whole operands   a range of three words where the set allows it, else a list. The arithmetic is unsigned: operands of any size are
-//                    brought to 64 bits, and differences of those don't fit 64 bits with a sign
+//   whole operands   a range of three words where the set allows it, else a list. Operands of any size are held to 64 bits before
+//                    anything is asked of them: ends beyond those are the same position, which is refused, whichever way the step
+//                    leads. The arithmetic is unsigned, since differences of them don't fit 64 bits with a sign
 //   others           with a warning, the elements of the expanded range, each to the nearest whole number, as a list
 //
-// A range without elements is a subscript that selects nothing, wherever it lies.
+// A range without elements is a subscript that selects nothing, also where its ends are no positions.
 #include "indexing/numbers.hpp"
 #include "indexing/subscript_lists.hpp"
 #include "indexing/subscript_text.hpp"
@@ -20,6 +21,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace matrix::internal {
 namespace {
@@ -48,6 +50,17 @@ std::uint64_t magnitude(std::int64_t x) noexcept {
     return x < 0 ? 0 - bits : bits;
 }
 
+// The operands of a range of whole numbers, held to 64 bits.
+struct whole_operands {
+    std::int64_t first;
+    std::int64_t step;
+    std::int64_t stop;
+
+    bool lead_nowhere() const noexcept {
+        return step == 0 || (step < 0 && stop > first) || (step > 0 && stop < first);
+    }
+};
+
 // Of a range with at least one element that begins at a position; it must end at one.
 struct whole_positions {
     IndexRange range;
@@ -55,13 +68,12 @@ struct whole_positions {
     slot_kind kind;
 };
 
-whole_positions checked_range(std::int64_t first, std::int64_t step, std::int64_t stop,
-                              const BadSubscriptHandler& handler) {
-    const bool ascending = step > 0;
-    const auto from = static_cast<std::uint64_t>(first);
+whole_positions checked_range(const whole_operands& operands, const BadSubscriptHandler& handler) {
+    const bool ascending = operands.step > 0;
+    const auto from = static_cast<std::uint64_t>(operands.first);
     const auto to =
-        static_cast<std::uint64_t>(stop); // wraps when stop is negative, and the difference with it
-    const std::uint64_t size = magnitude(step);
+        static_cast<std::uint64_t>(operands.stop); // wraps when stop is negative, and the difference with it
+    const std::uint64_t size = magnitude(operands.step);
     const std::uint64_t steps = (ascending ? to - from : from - to) / size;
     const std::uint64_t way = steps * size;
     if (!ascending && way > from)
@@ -74,11 +86,11 @@ whole_positions checked_range(std::int64_t first, std::int64_t step, std::int64_
 
 void fill_with_whole(SubscriptSet& set, std::size_t slot, double first, double step, double stop,
                      const BadSubscriptHandler& handler) {
-    if (step == 0 || (step < 0 && stop > first) || (step > 0 && stop < first)) return set.put_nothing(slot);
-    if (first < 0) handler.ThrowInvalidIndexError(written(first));
-    const auto [range, count, kind] =
-        checked_range(truncated<std::int64_t>(first), truncated<std::int64_t>(step),
-                      truncated<std::int64_t>(stop), handler);
+    const whole_operands held{truncated<std::int64_t>(first), truncated<std::int64_t>(step),
+                              truncated<std::int64_t>(stop)};
+    if (held.lead_nowhere()) return set.put_nothing(slot);
+    if (held.first < 0) handler.ThrowInvalidIndexError(written(first));
+    const auto [range, count, kind] = checked_range(held, handler);
     if (set.useRanges) return set.put_range(slot, range, kind, count);
     index_block list = checked_list(count);
     const std::uint64_t forward = kind == slot_kind::ascending ? range.step : 0 - range.step;
@@ -112,10 +124,8 @@ void fill_with_range(SubscriptSet& set, std::size_t slot, const ndArray_tag* col
     const double first = operands[0] - 1;
     const double step = operands[1];
     const double stop = operands[2] - 1;
-    if (!std::isfinite(first) || !std::isfinite(step) || !std::isfinite(stop))
-        errors::raise<TARVEL::colon::nonFiniteEndpoint>();
-    if (!is_whole(first) || !is_whole(step) || !is_whole(stop))
-        return fill_with_rounded(set, slot, first, step, stop, handler);
+    if (!are_finite(first, step, stop)) errors::raise<TARVEL::colon::nonFiniteEndpoint>();
+    if (!are_whole(first, step, stop)) return fill_with_rounded(set, slot, first, step, stop, handler);
     fill_with_whole(set, slot, first, step, stop, handler);
 }
 

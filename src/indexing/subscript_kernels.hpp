@@ -15,7 +15,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 namespace matrix::internal {
 

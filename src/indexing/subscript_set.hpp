@@ -16,7 +16,6 @@
 
 #include <nd/subscripts.hpp>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>

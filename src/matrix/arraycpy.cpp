@@ -15,6 +15,7 @@
 #include "matrix/scaffolding.hpp"
 #include "matrix/scope.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/size_check.hpp"
 
 #include <nd/share.hpp>
 
@@ -178,7 +179,7 @@ array_ptr create_uninit_data_copy(const ndArray_tag* source) {
     // Undefined bytes can't stand for references: such an array couldn't be destroyed.
     const auto init = can_hold_references(source->class_id) ? DataInitialization::zeroed
                                                             : DataInitialization::uninitialized;
-    copy->pdata = allocate_data(count * stored_element_size(source), init);
+    copy->pdata = allocate_data(saturated_product(count, stored_element_size(source)), init);
     return copy;
 }
 

@@ -10,6 +10,7 @@
 #include "matrix/own_block.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/size_check.hpp"
 #include "matrix/sparse_parts.hpp"
 #include "matrix/unshare.hpp"
 
@@ -44,8 +45,8 @@ void inflate(ndArray_tag* array) {
     array->interleave_data();
     if (array->pdata != nullptr) {
         const std::size_t room = is_sparse(array) ? array->info_c : element_count(array);
-        data_block block(
-            allocate_data(2 * room * stored_element_size(array), DataInitialization::uninitialized));
+        data_block block(allocate_data(saturated_product(room, 2 * stored_element_size(array)),
+                                       DataInitialization::uninitialized));
         with_element_type(array->class_id, [&]<class Row>(Row) {
             using part = typename Row::type;
             const auto* const from = static_cast<const part*>(array->pdata);

@@ -11,19 +11,27 @@
 #include "matrix/root_record.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/size_check.hpp"
 #include "matrix/sparse_parts.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
 namespace matrix::internal {
 namespace {
 
-// A fresh block for capacity items of which the first live ones are the source's.
+// Room for count items. A product that doesn't fit is more than any heap has.
+void* allocate_items(std::size_t count, std::size_t item_size, DataInitialization init) {
+    return allocate_data(saturated_product(count, item_size), init);
+}
+
+// A fresh block for capacity items of which the first live ones are the source's. Index vectors aren't tested when they are set,
+// so they may tell of more items than there is room for.
 void* copy_items(const void* source, std::size_t item_size, std::size_t capacity, std::size_t live) {
     if (source == nullptr) return nullptr;
-    void* const block = allocate_data(capacity * item_size, DataInitialization::uninitialized);
-    if (live != 0 && block != nullptr) std::memcpy(block, source, live * item_size);
+    void* const block = allocate_items(capacity, item_size, DataInitialization::uninitialized);
+    if (block != nullptr) std::memcpy(block, source, std::min(live, capacity) * item_size);
     return block;
 }
 
@@ -33,16 +41,24 @@ std::uint64_t copy_indices(std::uint64_t source, std::size_t capacity, std::size
 }
 
 // The room for nzmax elements stays; only those that are stored are copied.
-void copy_indices(const ndArray_tag* source, data_blocks& to) {
-    const std::size_t columns = source->n_or_ndims;
-    to.starts = copy_indices(source->info_b, columns + 1, columns + 1);
-    to.rows = copy_indices(source->info_a, source->info_c, stored_count(source));
+void copy_rows(const ndArray_tag* source, std::size_t stored, data_blocks& to) {
+    to.rows = copy_indices(source->info_a, source->info_c, stored);
+}
+
+void copy_starts(const ndArray_tag* source, data_blocks& to) {
+    const std::size_t count = saturated_sum(source->n_or_ndims, 1);
+    to.starts = copy_indices(source->info_b, count, count);
+}
+
+void copy_values(const ndArray_tag* source, std::size_t stored, data_blocks& to) {
+    to.pdata = copy_items(source->pdata, stored_element_size(source), source->info_c, stored);
 }
 
 void copy_sparse(const ndArray_tag* source, data_copy& to) {
-    copy_indices(source, to.blocks());
-    to.blocks().pdata =
-        copy_items(source->pdata, stored_element_size(source), source->info_c, stored_count(source));
+    const std::size_t stored = stored_count(source);
+    copy_starts(source, to.blocks());
+    copy_rows(source, stored, to.blocks());
+    copy_values(source, stored, to.blocks());
 }
 
 void copy_elements(const ndArray_tag* source, data_copy& to) {
@@ -64,7 +80,7 @@ array_ptr copy_element(const ndArray_tag* element, std::vector<pending_slots>& s
     if (!is_container_class(element->class_id)) return detail::do_deep_copy(element);
     array_ptr copy = copy_header(element);
     const std::size_t count = element->pdata == nullptr ? 0 : slot_count(element);
-    copy->pdata = allocate_data(count * sizeof(ndArray_tag*), DataInitialization::zeroed);
+    copy->pdata = allocate_items(count, sizeof(ndArray_tag*), DataInitialization::zeroed);
     if (copy->pdata != nullptr) stack.push_back({element, slots_of(copy.get()), copy.get()});
     return copy;
 }
@@ -141,7 +157,7 @@ data_copy::~data_copy() {
 }
 
 void* data_copy::allocate(std::size_t count, std::size_t size, DataInitialization init) {
-    blocks_.pdata = allocate_data(count * size, init);
+    blocks_.pdata = allocate_items(count, size, init);
     items_ = count;
     return blocks_.pdata;
 }
@@ -155,7 +171,21 @@ data_copy copy_data(const ndArray_tag* source, const ndArray_tag* holder) {
 
 data_copy copy_index_vectors(const ndArray_tag* source) {
     data_copy copy(source);
-    copy_indices(source, copy.blocks());
+    copy_starts(source, copy.blocks());
+    copy_rows(source, stored_count(source), copy.blocks());
+    return copy;
+}
+
+data_copy copy_data_without(const ndArray_tag* source, index_vector left_out) {
+    bring_data_up_to_date(source);
+    data_copy copy(source);
+    if (left_out == index_vector::starts) {
+        copy_rows(source, source->info_c, copy.blocks());
+        copy_values(source, source->info_c, copy.blocks());
+    } else {
+        copy_starts(source, copy.blocks());
+        copy_values(source, stored_count(source), copy.blocks());
+    }
     return copy;
 }
 

@@ -59,6 +59,13 @@ data_copy copy_index_vectors(const ndArray_tag* source);
 /// shared copy of one that can hold references. Null for null. Raises std::bad_alloc.
 ndArray_tag* share_for_slot(ndArray_tag* element, const ndArray_tag* holder);
 
+enum class index_vector : bool { rows, starts };
+
+/// The data of a sparse array with all but one of its index vectors, in whose place another one is going to stand: the word of
+/// that one is null. The starts of the source aren't read when they are what is left out, since they need not be those of its
+/// columns any more; what is stored isn't known then, and nzmax elements are copied. Raises std::bad_alloc.
+data_copy copy_data_without(const ndArray_tag* source, index_vector left_out);
+
 /// New slots over the elements of a container: plain ones get one owner more, those that can hold references become shared
 /// copies. Raises std::bad_alloc.
 data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holder);

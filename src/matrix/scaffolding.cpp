@@ -50,7 +50,7 @@ std::size_t part_size(std::int32_t class_id) noexcept { return element_size(code
 std::size_t byte_total(const ndArray_tag* array, bool complex) noexcept {
     std::size_t count = (array->flags & flag_sparse) != 0 ? array->info_c : element_count(array);
     if ((array->flags & flag_capacity_tracked) != 0) count = capacity_for(count);
-    return count * part_size(array->class_id) * (complex ? 2 : 1);
+    return saturated_product(count, part_size(array->class_id) * (complex ? 2 : 1));
 }
 
 std::size_t byte_total(const ndArray_tag* array) noexcept { return byte_total(array, is_complex(array)); }

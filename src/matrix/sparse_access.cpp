@@ -4,8 +4,6 @@
 // leaves the alloc list, since the array frees it from now on. With private data it stays on the list: see destroy.cpp.
 #include "matrix/dimensions.hpp"
 #include "matrix/frame.hpp"
-#include "matrix/header_factory.hpp"
-#include "matrix/sharing.hpp"
 #include "matrix/size_limit.hpp"
 #include "matrix/sparse_parts.hpp"
 #include "matrix/unshare.hpp"
@@ -40,22 +38,12 @@ std::size_t search_column(const kvIndex* rows, std::size_t lo, std::size_t hi, k
     return hi;
 }
 
-using vector_word = std::uint64_t ndArray_tag::*;
-
-// The array's own copy of a vector that is about to go, which nobody else has.
-void give_up_copy(std::uint64_t before, std::uint64_t copy) noexcept {
-    if (copy != before) free_data(std::bit_cast<void*>(copy));
-}
-
-void put_vector(ndArray_tag* array, vector_word word, kvIndex* vector) {
+void put_vector(ndArray_tag* array, index_vector which, kvIndex* vector) {
     if (!is_sparse(array)) return;
-    const std::uint64_t before = array->*word;
+    std::uint64_t& word = which == index_vector::rows ? array->info_a : array->info_b;
     const auto now = std::bit_cast<std::uint64_t>(vector);
-    if (now != before && (has_shared_data(array) || has_borrowed_data(array))) {
-        unshare(array);
-        give_up_copy(before, array->*word);
-    }
-    array->*word = now;
+    if (now != word) unshare_for_vector(array, which);
+    word = now;
     if ((array->flags & flag_data_private) == 0) removeFromAllocList(vector);
 }
 
@@ -88,11 +76,11 @@ kvSize ndGetNumNonZeroEl(const ndArray_tag* array) {
 }
 
 void ndSetIr(ndArray_tag* array, kvIndex* ir) {
-    framed([=] { put_vector(array, &ndArray_tag::info_a, ir); });
+    framed([=] { put_vector(array, index_vector::rows, ir); });
 }
 
 void ndSetJc(ndArray_tag* array, kvIndex* jc) {
-    framed([=] { put_vector(array, &ndArray_tag::info_b, jc); });
+    framed([=] { put_vector(array, index_vector::starts, jc); });
 }
 
 void ndSetNzmax(ndArray_tag* array, kvSize nzmax) {

@@ -17,14 +17,13 @@
 namespace matrix::internal {
 namespace {
 
-[[gnu::noinline, gnu::cold, noreturn]] void raise_no_sparse_form() {
-    errors::raise<TARVEL::legacy_two_part::unimplementedSparseType>();
-}
-
 std::uint64_t as_word(data_block block) noexcept { return std::bit_cast<std::uint64_t>(block.release()); }
 
 } // namespace
 
+void raise_no_sparse_form() { errors::raise<TARVEL::legacy_two_part::unimplementedSparseType>(); }
+
+// Of other classes there are no sparse arrays at all: no copy, conversion or reader knows how to go about one.
 array_ptr create_sparse(std::size_t m, std::size_t n, std::size_t nzmax, NdArrayTypeId code,
                         DataInitialization init) {
     const std::int32_t class_id = class_of(code);

@@ -7,6 +7,9 @@
 
 namespace matrix::internal {
 
+/// Raises TARVEL:legacy_two_part:unimplementedSparseType.
+[[gnu::noinline, gnu::cold, noreturn]] void raise_no_sparse_form();
+
 /// An m by n sparse array that stores nothing and has room for nzmax values, or for one. Column starts are zeroed whatever init
 /// says. A logical array is real. Raises the size errors, and TARVEL:legacy_two_part:unimplementedSparseType for a class without
 /// sparse form, before anything is allocated.

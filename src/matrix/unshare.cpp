@@ -53,6 +53,12 @@ bool unshare(ndArray_tag* array) {
     return true;
 }
 
+void unshare_for_vector(ndArray_tag* array, index_vector replaced) {
+    if (!has_others_data(array)) return;
+    data_copy copy = copy_data_without(array, replaced);
+    take_copy(array, copy); // or keep the block, when the others have left it meanwhile
+}
+
 bool unshare_shallow(ndArray_tag* array) {
     if (!has_others_data(array)) {
         forget_sharing(array);

@@ -8,6 +8,8 @@
 //   the two for the others      everything that can fail is made before anything is changed
 #pragma once
 
+#include "matrix/data_copy.hpp"
+
 #include <nd/array.hpp>
 
 namespace matrix::internal {
@@ -16,6 +18,10 @@ namespace matrix::internal {
 /// Raises std::bad_alloc and what copying an element raises; nothing has changed then. Reports a fault when the array can
 /// hold references and another thread left the record meanwhile.
 bool unshare(ndArray_tag* array);
+
+/// The same for a sparse array one of whose index vectors the caller replaces: that one isn't copied, and its word is null where the
+/// others have kept the old blocks. Raises std::bad_alloc; nothing has changed then.
+void unshare_for_vector(ndArray_tag* array, index_vector replaced);
 
 /// The same for a container, with its own slots over shared elements. Another thread may not interfere at all.
 bool unshare_shallow(ndArray_tag* array);

@@ -11,19 +11,12 @@
 #include "ops/convert_buffer.hpp"
 #include "ops/sparse_kernels.hpp"
 
-#include <errors/raise.hpp>
 #include <foundation/feature/feature.hpp>
-
-#include <nd/messages.hpp>
 
 #include <cstring>
 
 namespace matrix::internal {
 namespace {
-
-[[gnu::noinline, gnu::cold, noreturn]] void raise_no_sparse_form() {
-    errors::raise<TARVEL::legacy_two_part::unimplementedSparseType>();
-}
 
 // Calls body with a null pointer to the type that the elements of a class with a sparse form have; false for other classes.
 template <class Body>

@@ -119,6 +119,19 @@ TEST_F(ColonArgs, AnEmptyOneLeavesNoRange) {
         EXPECT_EQ(found.cls, ndDOUBLE_CLASS);
         EXPECT_THAT(found.out, ElementsAre(0, 0, 0, 1));
     }
+    const operand_list chars[] = {
+        list(full("char", 97), arr("char 0x0")),
+        list(arr("char 1x0"), full("char", 99)),
+        list(full("char", 97), arr("double 0x0"), full("char", 99)),
+        list(full("char", 97), arr("char 0x3"), full("char", 99)),
+    };
+    for (const operand_list& operands : chars) {
+        const outcome found = outcome_of(operands);
+        EXPECT_EQ(found.raised, "");
+        EXPECT_EQ(found.cls, ndCHAR_CLASS);
+        EXPECT_THAT(found.out, ElementsAre(0, 0, 0, 1));
+    }
+    EXPECT_EQ(outcome_of(list(full("char", 97), arr("double 0x0"))).raised, first_and_last);
     // No value is tested then: the fraction would be refused, and 200 is no int8.
     const outcome found = outcome_of(list(full("double", 1.5), arr("int8 0x0"), full("double", 200)));
     EXPECT_EQ(found.raised, "");
@@ -254,6 +267,18 @@ TEST_F(ColonArgs, BeyondTheThirdAreLeftAlone) {
         list(full("double", 1), full("double", 2), full("double", 3), full("int8", 4), full("int16", 5)));
     EXPECT_EQ(found.cls, ndDOUBLE_CLASS);
     EXPECT_THAT(found.out, ElementsAre(1, 2, 3, 0));
+}
+
+// The last operand is the third then, also where the ends must be char.
+TEST_F(ColonArgs, OfMoreThanThreeTheThirdIsTheLast) {
+    const outcome chars =
+        outcome_of(list(full("char", 97), full("double", 2), full("char", 99), full("int8", 1)));
+    EXPECT_EQ(chars.raised, "");
+    EXPECT_EQ(chars.cls, ndCHAR_CLASS);
+    EXPECT_THAT(chars.out, ElementsAre(97, 2, 99, 0));
+    EXPECT_EQ(
+        outcome_of(list(full("char", 97), full("double", 2), full("double", 99), full("char", 99))).raised,
+        first_and_last);
 }
 
 // ---- values

@@ -10,7 +10,10 @@
 #include "support/variations.hpp"
 
 #include "matrix/colon_layout.hpp"
+#include "matrix/scaffolding.hpp"
 
+#include <nd/interleaved.hpp>
+#include <nd/scalars.hpp>
 #include <nd/share.hpp>
 
 #include <cstring>
@@ -376,6 +379,47 @@ TEST_F(ColonObject, CopiesStandForTheSameVector) {
             if (!api::ndIsColonObj(copy.get())) return ADD_FAILURE() << "the copy is no colon object";
             EXPECT_THAT(expand_colon_object(copy.get()), EqualsArray(expanded.get()));
         });
+    }
+}
+
+// What was written to the separate parts counts, as in any other array.
+TEST_F(ColonObject, OfSplitDataStandsForWhatThePartsSay) {
+    struct {
+        array_ptr object, other;
+    } const rows[] = {
+        {create_colon_object(1, 1, 5), create_colon_object(2, 3, 8)},
+        {create_colon_object(1, 1, 5, ndSINGLE_CLASS), create_colon_object(2, 3, 8, ndSINGLE_CLASS)},
+        {create_colon_object(1, 1, 5, ndINT8_CLASS), create_colon_object(2, 3, 8, ndINT8_CLASS)},
+        {create_int_colon_object(i64{1}, i64{1}, i64{5}, ndINT64_CLASS),
+         create_int_colon_object(i64{2}, i64{3}, i64{8}, ndINT64_CLASS)},
+        {create_int_colon_object(u64{1}, 1.0, u64{5}, ndUINT64_CLASS),
+         create_int_colon_object(u64{2}, 3.0, u64{8}, ndUINT64_CLASS)},
+    };
+    const auto reads = {
+        +[](const ndArray_tag* x) { return api::ndCountColonObj(x); },
+        +[](const ndArray_tag* x) { return api::ndCountIntColonObj(x); },
+        +[](const ndArray_tag* x) {
+            double values[3] = {};
+            api::ndGetColonObjValues(x, values);
+            return static_cast<kvSize>(values[1] * 10 + values[2]);
+        },
+        +[](const ndArray_tag* x) {
+            const array_ptr expanded = expand_colon_object(x);
+            return static_cast<kvSize>(api::ndGetScalar(expanded.get()) * 10) + expanded->n_or_ndims;
+        },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.object->class_id);
+        const std::vector<std::byte> before = stored_bytes(row.object.get());
+        const std::vector<std::byte> after = stored_bytes(row.other.get());
+        for (const auto read : reads) {
+            ASSERT_TRUE(row.object->split_data(true));
+            std::memcpy(row.object->get_scData()->real_data, after.data(), after.size());
+            EXPECT_EQ(read(row.object.get()), read(row.other.get()));
+            std::memcpy(row.object->get_scData()->real_data, before.data(), before.size());
+            EXPECT_NE(read(row.object.get()), read(row.other.get()));
+            row.object->interleave_data();
+        }
     }
 }
 

@@ -12,11 +12,13 @@
 #include <nd/colon.hpp>
 #include <nd/memory.hpp>
 #include <nd/scalars.hpp>
+#include <nd/share.hpp>
 #include <nd/subscripts.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace test {
@@ -132,6 +134,33 @@ TEST_F(ArgumentsAsIndices, AreRefusedInOrder) {
             EXPECT_EQ(out, index_list(row.n, untouched)) << "nothing is written: " << row.error;
         }
     });
+}
+
+TEST_F(ArgumentsAsIndices, WithoutDataAreRefused) {
+    struct {
+        array_ptr arg;
+        std::size_t n;
+        const char* error;
+    } const rows[] = {
+        {arr("double 1x2", {1, 2}), 2, "TARVEL:badopt badopt()"},
+        {arr("logical", {1}), 1, "TARVEL:badopt badopt()"},
+        {matrix::create_colon_object(2, 2, 6), 3, "TARVEL:badopt badopt()"}, // three words, no range
+        {sparse_arr("double 2x2", {{0, 0, 3}}), 4, "TARVEL:badopt badopt()"},
+        {arr("double 0x2"), 0, ""},
+    };
+    for (const auto& row : rows) {
+        void* const data = std::exchange(row.arg->pdata, nullptr);
+        index_list out(row.n, untouched);
+        EXPECT_EQ(error_of([&] { api::ndArgMustBeIndices(row.arg.get(), row.n, out.data()); }), row.error);
+        EXPECT_EQ(out, index_list(row.n, untouched));
+        row.arg->pdata = data;
+    }
+    const array_ptr sparse = sparse_arr("double 2x2", {{0, 0, 3}});
+    const array_ptr skeleton(api::ndCreateSkeletonCopy(sparse.get(), ndREAL));
+    EXPECT_EQ(indices_of(skeleton.get(), 4), (index_list{0, 0, 0, 0})) << "it stores nothing";
+    const std::uint64_t rows_of_it = std::exchange(sparse->info_a, 0);
+    EXPECT_EQ(error_of([&] { indices_of(sparse.get(), 4); }), "TARVEL:badopt badopt()");
+    sparse->info_a = rows_of_it;
 }
 
 using ConvertToIndex = NdTest;

@@ -18,6 +18,7 @@
 namespace test {
 namespace {
 
+namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 using matrix::create_colon_object;
 
@@ -78,11 +79,12 @@ TEST_F(RangeSubscripts, OfEveryClassAreRanges) {
 
 TEST_F(RangeSubscripts, WithoutElementsSelectNothing) {
     const range_row rows[] = {
-        {1, 1, 0, "", ""},   {5, 1, 1, "", ""},
-        {1, -1, 5, "", ""},  {1, 0, 5, "", ""},
-        {0, 0, 0, "", ""},   {0, 1, -5, "", ""},
-        {-5, -1, 0, "", ""}, {two_48 * 4, 1, 1, "", ""},
-        {1.5, 1, 0, "", ""}, {1, -largest_double, 2, "", ""},
+        {1, 1, 0, "", ""},         {5, 1, 1, "", ""},
+        {1, -1, 5, "", ""},        {1, 0, 5, "", ""},
+        {0, 0, 0, "", ""},         {0, 1, -5, "", ""},
+        {-5, -1, 0, "", ""},       {two_48 * 4, 1, 1, "", ""},
+        {1.5, 1, 0, "", ""},       {1, -largest_double, 2, "", ""},
+        {2e300, 0, 1e300, "", ""}, {1e300, 1, -1e300, "", ""},
     };
     for (const range_row& row : rows) {
         const array_ptr x = create_colon_object(row.start, row.step, row.stop);
@@ -111,6 +113,11 @@ TEST_F(RangeSubscripts, OutsideTheIndicesAreRefused) {
         {1e300, 1, 1e300, too_large, "9223372036854775808"},
         {1, largest_double, largest_double, too_large, "9223372036854775808"},
         {-1e300, 1, 1, invalid("-1e+300"), ""},
+        // ends beyond 64 bits on the same side are one position, which a step in either direction reaches
+        {2e300, 1, 1e300, too_large, "9223372036854775808"},
+        {1e300, -1, 2e300, too_large, "9223372036854775808"},
+        {-1e300, 1, -2e300, invalid("-1e+300"), ""},
+        {-2e300, -1, -1e300, invalid("-2e+300"), ""},
         {5, -largest_double, -largest_double, invalid("-9223372036854775808"), ""},
     };
     for (const auto& row : rows) {
@@ -172,6 +179,37 @@ TEST_F(RangeSubscripts, WithFractionsAreRoundedWithAWarning) {
               "TARVEL:badsubscript indexExceedsDims(1, 3x4, 281474976710656, 1, numeric)");
     const array_ptr empty = create_colon_object(2.5, 1, 1);
     EXPECT_EQ(converted(empty), "nothing");
+}
+
+// In an integer class the vector goes on by the whole part of the step. The subscript doesn't: it rounds each position.
+TEST_F(RangeSubscripts, WithAStepThatHasAFractionAreNotTheirVectors) {
+    const struct {
+        array_ptr range;
+        const char* slot;
+        const char* vector;
+        kvSize elements;
+    } rows[] = {
+        {matrix::create_int_colon_object(5LL, 2.5, 9LL, ndINT64_CLASS), "[4 7] max 8", "[4 6 8] max 9", 3},
+        {matrix::create_int_colon_object(9LL, -2.5, 1LL, ndINT64_CLASS), "[8 6 3 1] max 9",
+         "[8 6 4 2 0] max 9", 5},
+        {matrix::create_int_colon_object(5ULL, 2.5, 9ULL, ndUINT64_CLASS), "[4 7] max 8", "[4 6 8] max 9", 3},
+        {matrix::create_int_colon_object(1ULL, 0.5, 3ULL, ndUINT64_CLASS), "[0 1 1 2 2] max 3", "nothing", 0},
+        {create_colon_object(1, 0.5, 3, ndINT8_CLASS), "[0 1 1 2 2] max 3", "[0 0 0 0 0] max 1", 5},
+        {create_colon_object(9, -2.5, 1, ndUINT16_CLASS), "[8 6 3 1] max 9", "[8 6 4 2] max 9", 4},
+        {create_colon_object(1, 1.5, 4, ndCHAR_CLASS), "[0 2 3] max 4", "[0 1 2] max 3", 3},
+    };
+    std::size_t warned = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.slot);
+        for (const bool ranges : {true, false}) {
+            EXPECT_EQ(converted(row.range, 10, ranges), row.slot);
+            EXPECT_EQ(warnings_.count(), ++warned);
+        }
+        EXPECT_EQ(api::ndCountIntColonObj(row.range.get()), row.elements);
+        EXPECT_EQ(warnings_.count(), ++warned);
+        EXPECT_EQ(converted(matrix::expand_colon_object(row.range.get())), row.vector);
+        EXPECT_EQ(warnings_.count(), warned);
+    }
 }
 
 TEST_F(RangeSubscripts, StopWhereTheWarningIsAnError) {

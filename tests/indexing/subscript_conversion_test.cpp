@@ -9,10 +9,13 @@
 #include "support/variations.hpp"
 
 #include <nd/access.hpp>
+#include <nd/colon.hpp>
 #include <nd/scalars.hpp>
+#include <nd/share.hpp>
 
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace test {
@@ -255,6 +258,51 @@ TEST_F(Subscripts, OfTruthEndAtTheLargestIndex) {
         EXPECT_EQ(error_of([&] { converted(x, 10, true, within_3x4()); }),
                   exceeding + row.position + ", 1, logical)");
     }
+}
+
+// Elements that nothing is known of are no indices. Where there are none, nothing is missing.
+TEST_F(Subscripts, WithoutDataAreRefused) {
+    const std::string invalid = "TARVEL:badsubscript badTypeIndices(1, , none, 1)";
+    const std::string bounded = "TARVEL:badsubscript badTypeIndices(2, 3x4, none, 1)";
+    struct {
+        array_ptr subscript;
+        std::string raised;
+        std::string selected;
+    } const rows[] = {
+        {arr("double 1x3", {3, 1, 2}), invalid, ""},
+        {arr("int64", {3}), invalid, ""},
+        {arr("char", u":"), invalid, ""},
+        {arr("char 1x2", {3, 4}), invalid, ""},
+        {arr("complex double 1x2", {{1, 2}, 2}), invalid, ""},
+        {arr("logical 1x2", {1, 0}), invalid, ""},
+        {arr("logical", {0}), invalid, ""},
+        {matrix::create_colon_object(1, 2, 9), invalid, ""},
+        {sparse_arr("double 1x2", {{0, 0, 3}, {0, 1, 4}}), invalid, ""},
+        {arr("double 0x3"), "", "nothing"},
+        {arr("logical 0x3"), "", "nothing"},
+        {arr("cell 1x2"), "", "nothing"},
+    };
+    for (const auto& row : rows) {
+        ndArray_tag* const x = row.subscript.get();
+        SCOPED_TRACE(std::to_string(x->class_id));
+        void* const data = std::exchange(x->pdata, nullptr);
+        EXPECT_EQ(error_of([&] { EXPECT_EQ(converted(x), row.selected); }), row.raised);
+        if (!row.raised.empty()) {
+            EXPECT_EQ(error_of([&] { converted(x, 10, true, within_3x4(2)); }), bounded);
+        }
+        x->pdata = data;
+    }
+}
+
+// A sparse one needs its rows where it stores anything; without both vectors it stores nothing.
+TEST_F(Subscripts, WithoutIndexVectorsAreRefusedWhereTheyAreNeeded) {
+    const array_ptr truth = sparse_arr("logical 2x3", {{1, 0, 1}, {0, 2, 1}});
+    const array_ptr skeleton(api::ndCreateSkeletonCopy(truth.get(), ndREAL));
+    EXPECT_EQ(converted(skeleton), "nothing");
+    const std::uint64_t rows = std::exchange(truth->info_a, 0);
+    EXPECT_EQ(error_of([&] { converted(truth); }), "TARVEL:badsubscript badTypeIndices(1, , none, 1)");
+    truth->info_a = rows;
+    EXPECT_EQ(converted(truth), "[1 4] max 5");
 }
 
 TEST_F(Subscripts, FillTheSlotsBehindAFieldSlot) {

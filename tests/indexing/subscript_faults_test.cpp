@@ -1,5 +1,6 @@
 // Every allocation of the conversion of subscripts fails once.
 #include "indexing/colon_support.hpp"
+#include "indexing/raised_error.hpp"
 #include "indexing/slot_text.hpp"
 #include "support/arr.hpp"
 #include "support/fault_injection.hpp"
@@ -67,6 +68,49 @@ TEST_F(SubscriptFaults, LeaveNothingOfASet) {
             }
         }
     }
+}
+
+// What the act raises when its last block, which is the list, fails.
+template <class Act>
+std::string raised_without_the_last_block(Act act) {
+    long points = 0;
+    {
+        const injection counting(fault_plan{});
+        act();
+        points = counting.points();
+    }
+    EXPECT_GT(points, 0);
+    const injection armed(fault_plan{.first = points});
+    return error_of(act);
+}
+
+void fill_one(const ndArray_tag* subscript, bool ranges) {
+    SubscriptSet set(1, ranges, false);
+    FillSubscriptSlot(set, 0, &subscript, 10, growing());
+}
+
+TEST_F(SubscriptFaults, OfAListAreTold) {
+    for_each_module_mode([](int) {
+        for (const fault_case& c : cases) {
+            const array_ptr x = c.subscript();
+            const silent_warnings warnings;
+            EXPECT_EQ(raised_without_the_last_block([&] { fill_one(x.get(), false); }),
+                      "TARVEL:nomem nomem()")
+                << c.name;
+        }
+        const array_ptr range = matrix::create_colon_object(1, 2, 9);
+        EXPECT_EQ(raised_without_the_last_block([&] { fill_one(range.get(), true); }),
+                  "TARVEL:nomem nomem()");
+        for (const double step : {2.0, 2.5}) {
+            const silent_warnings warnings;
+            EXPECT_EQ(raised_without_the_last_block([&] {
+                          kvSize count = 0;
+                          api::ndFree(api::ndSignedIndexColonop(1, step, 9, &count));
+                      }),
+                      "TARVEL:nomem nomem()")
+                << step;
+        }
+    });
 }
 
 TEST_F(SubscriptFaults, LeaveTheCallersWordsAlone) {

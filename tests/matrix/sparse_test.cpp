@@ -1,4 +1,5 @@
 // Sparse storage: what creators make, what the accessors of index vectors do, and the search in them.
+#include "matrix/heap_watch.hpp"
 #include "matrix/process_state.hpp"
 #include "matrix/sparse_parts.hpp"
 #include "matrix/validate.hpp"
@@ -15,6 +16,7 @@
 #include <foundation/core/except/exception.hpp>
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/interleaved.hpp>
 #include <nd/memory.hpp>
 #include <nd/messages.hpp>
 #include <nd/share.hpp>
@@ -22,9 +24,11 @@
 #include <nd/sparse.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace test {
@@ -332,6 +336,68 @@ TEST_F(SparseAccess, SettersOfSharedArraysLeaveTheOthersAlone) {
     }
 }
 
+struct changed_columns {
+    std::size_t columns;
+    indices starts;
+};
+
+// More or fewer columns of a sharer, then the starts of so many: the old starts say nothing of them. The rest comes along.
+TEST_F(SparseAccess, StartsOfOtherColumnsTakeThePlaceOfSharedOnes) {
+    indices many(201, 6);
+    many[0] = 0;
+    std::copy_n(indices{2, 2, 3}.begin(), 3, many.begin() + 1);
+    const changed_columns cases[] = {
+        {200, many}, {4, {0, 2, 2, 3, 6}}, {2, {0, 2, 2}}, {1, {0, 2}}, {0, {0}}};
+    const auto shared = [](ndArray_tag* lender) { return matrix::detail::do_shared_copy(lender); };
+    const auto lent = [](ndArray_tag* lender) {
+        return matrix::createReshapedView(lender, std::array<std::size_t, 2>{3, 4});
+    };
+    for (const auto share : {+shared, +lent}) {
+        for (const changed_columns& c : cases) {
+            SCOPED_TRACE(c.columns);
+            const array_ptr sharer = three_by_four();
+            const array_ptr array = share(sharer.get());
+            api::ndSetN(array.get(), c.columns);
+            api::ndSetJc(array.get(), vector_of(c.starts));
+            EXPECT_NE(array->pdata, sharer->pdata);
+            EXPECT_NE(api::ndGetIr(array.get()), api::ndGetIr(sharer.get()));
+            EXPECT_EQ(starts_of(array.get()), c.starts);
+            const std::size_t stored = c.starts.back();
+            const indices rows{0, 2, 1, 0, 1, 2};
+            EXPECT_EQ(rows_of(array.get()), indices(rows.begin(), rows.begin() + stored));
+            const auto* const values = static_cast<const double*>(array->pdata);
+            for (std::size_t k = 0; k < stored; ++k) EXPECT_EQ(values[k], static_cast<double>(k + 1));
+            EXPECT_EQ(validate(array.get()), "");
+            EXPECT_THAT(sharer, EqualsArray(three_by_four()));
+            api::ndSetIr(array.get(), api::ndGetIr(array.get()));
+            EXPECT_EQ(validate(array.get()), "") << "the rows may follow";
+        }
+    }
+}
+
+// A vector that nobody needs any more isn't copied.
+TEST_F(SparseAccess, SettersDontCopyWhatTheyReplace) {
+    for (const setter& s : setters) {
+        const array_ptr sharer = three_by_four();
+        const array_ptr array = matrix::detail::do_shared_copy(sharer.get());
+        kvIndex* const fresh = vector_of(s.fresh);
+        const heap_watch heap;
+        s.set(array.get(), fresh);
+        EXPECT_EQ(heap.requests().size(), 2U) << s.name;
+        EXPECT_TRUE(heap.freed().empty()) << s.name;
+    }
+}
+
+// Starts that tell of more than there is room for: what a copy writes ends with its room.
+TEST_F(SparseAccess, CopiesStayWithinTheirRoom) {
+    const array_ptr array = three_by_four();
+    const kvIndex stored = std::exchange(api::ndGetJc(array.get())[4], 1000000);
+    const array_ptr copy = matrix::detail::do_deep_copy(array.get());
+    EXPECT_EQ(api::ndGetJc(copy.get())[4], 1000000U);
+    for (const array_ptr* const x : {&array, &copy}) api::ndGetJc(x->get())[4] = stored;
+    EXPECT_THAT(copy, EqualsArray(three_by_four()));
+}
+
 // Another owner of the block lends it; the view gets blocks of its own.
 TEST_F(SparseAccess, SettersOfViewsLeaveTheLenderAlone) {
     for (const setter& s : setters) {
@@ -355,6 +421,43 @@ TEST_F(SparseAccess, NzmaxIsWhatItIsSaidToBe) {
         EXPECT_EQ(api::ndGetNzmax(array.get()), nzmax);
         EXPECT_EQ(array->pdata, values);
         EXPECT_EQ(api::ndGetIr(array.get()), rows);
+    }
+}
+
+// Room that no memory holds. As bytes it would wrap: to none, to a few, to nearly all there are.
+TEST_F(SparseAccess, RoomBeyondAllMemoryIsRefused) {
+    using action = void (*)(ndArray_tag * array);
+    constexpr action deep_copy = [](ndArray_tag* x) { matrix::detail::do_deep_copy(x); };
+    constexpr action uninitialised_copy = [](ndArray_tag* x) { matrix::create_uninit_data_copy(x); };
+    constexpr action split = [](ndArray_tag* x) { x->split_data(true); };
+    constexpr kvSize two_to_60 = kvSize{1} << 60;
+    constexpr kvSize most = ~kvSize{0};
+    struct {
+        const char* name;
+        action act;
+        kvSize room;
+    } constexpr rows[] = {
+        {"deep copy", deep_copy, 2 * two_to_60},
+        {"deep copy", deep_copy, 2 * two_to_60 + 1},
+        {"deep copy", deep_copy, most},
+        {"copy without values", uninitialised_copy, 2 * two_to_60},
+        {"copy without values", uninitialised_copy, 2 * two_to_60 + 1},
+        {"copy without values", uninitialised_copy, most},
+        {"imaginary parts", api::ndInflateRealToComplex, two_to_60},
+        {"imaginary parts", api::ndInflateRealToComplex, two_to_60 + 1},
+        {"imaginary parts", api::ndInflateRealToComplex, most},
+        {"separate parts", split, 2 * two_to_60},
+        {"separate parts", split, 2 * two_to_60 + 1},
+        {"separate parts", split, most},
+    };
+    const module_mode_scope mode(mode_exceptions);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.name) + ", " + std::to_string(row.room));
+        const array_ptr array = three_by_four();
+        api::ndSetNzmax(array.get(), row.room);
+        EXPECT_THROW(row.act(array.get()), foundation::core::except::bad_alloc);
+        api::ndSetNzmax(array.get(), 9);
+        EXPECT_THAT(array, EqualsArray(three_by_four()));
     }
 }
 

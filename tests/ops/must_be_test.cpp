@@ -7,6 +7,7 @@
 #include "support/variations.hpp"
 
 #include <foundation/core/except/exception.hpp>
+#include <nd/colon.hpp>
 #include <nd/convert.hpp>
 #include <nd/messages.hpp>
 
@@ -54,6 +55,29 @@ TEST_F(MustBe, MakesATemporaryOfTheOtherStorage) {
             EXPECT_EQ(listed_here(), array_pointers{made});
             api::ndDestroyArray(made);
         });
+    }
+}
+
+// A range is its value in either storage.
+TEST_F(MustBe, OfARangeIsItsVector) {
+    const array_ptr range = matrix::create_colon_object(-2, 1, 2);
+    const array_ptr vector = arr("double 1x5", {-2, -1, 0, 1, 2});
+    const snapshot before(range.get());
+    struct {
+        ndArray_tag* (*make)(const ndArray_tag*);
+        array_ptr wanted;
+    } const rows[] = {
+        {[](const ndArray_tag* x) { return api::ndMustBeFull(x); }, arr("double 1x5", {-2, -1, 0, 1, 2})},
+        {[](const ndArray_tag* x) { return api::ndMustBeSparse(x); }, sparse_of(vector)},
+    };
+    for (const auto& row : rows) {
+        ndArray_tag* const made = row.make(range.get());
+        EXPECT_THAT(made, EqualsArray(row.wanted.get()));
+        EXPECT_EQ(made->flags & matrix::flag_colon_object, 0U);
+        EXPECT_EQ(made->scope, ndTEMPORARY_SCOPE);
+        EXPECT_EQ(listed_here(), array_pointers{made});
+        api::ndDestroyArray(made);
+        EXPECT_EQ(before.difference(), "");
     }
 }
 

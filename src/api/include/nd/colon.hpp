@@ -93,14 +93,16 @@ ND_EXPORT double ndColonop_size(double start, double step, double stop, ndClassI
 ND_EXPORT void ndColonop_fill_with_doubles(double* out, double count, double start, double step, double stop);
 ND_EXPORT void ndColonop_fill_with_singles(float* out, double count, double start, double step, double stop);
 
-/* Colon objects. Whether an array is one tells ndIsColonObj (nd/access.hpp). */
+/* Colon objects. ndIsColonObj (nd/access.hpp) tells of the mark alone. These functions ask for more: an array that has it, but lost its data
+ * or was given other dimensions than those of operands, is an array like any other to them. */
 
 /// The number of elements that a colon object stands for, at most 2^48 - 1, or that any other array has.
 ND_EXPORT kvSize ndCountColonObj(const ndArray_tag* array);
 
-/// The same of a colon object that is used as a subscript: operands are held to 32 bits first, and a count above 2^31 - 1 wraps, then
-/// is extended by its sign. Raises TARVEL:colon:nonFiniteEndpoint for an operand that is infinite or NaN. An operand with a
-/// fraction gives the warning TARVEL:colon:nonIntegerIndex and the count of ndCountColonObj.
+/// The same of a colon object with whole operands that is used as a subscript: they are held to 32 bits first, and a count above
+/// 2^31 - 1 wraps, then is extended by its sign. Raises TARVEL:colon:nonFiniteEndpoint for an operand that is infinite or NaN. An
+/// operand with a fraction gives the warning TARVEL:colon:nonIntegerIndex and the count of ndCountColonObj, which in an integer
+/// class need not be the number of positions that the subscript selects (nd/subscripts.hpp).
 ND_EXPORT kvSize ndCountIntColonObj(const ndArray_tag* array);
 
 /// Writes start, step and stop, for every class; 64-bit values to the nearest double. Zeros for an array that isn't a colon object.

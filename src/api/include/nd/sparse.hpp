@@ -47,7 +47,8 @@ ND_EXPORT ndArray_tag* ndCreateSparseLogicalMatrix(std::size_t m, std::size_t n,
 ND_EXPORT ndArray_tag* ndCreateSparseNumericMatrix(std::size_t m, std::size_t n, std::size_t nzmax,
                                                    ndClassID classId, ndComplexity complexity);
 
-/* Of an array that isn't sparse the getters give null or 0, and the setters leave it alone. */
+/* Of an array that isn't sparse ndGetIr and ndGetJc give null, ndGetNzmax gives 0 and ndGetNumNonZeroEl all elements; the setters
+ * leave it alone. */
 
 /// The rows, nzmax of them, and the column starts, one more than there are columns. They belong to the array and are valid till
 /// its data or vectors change; null where they are missing, as in a skeleton copy.
@@ -65,10 +66,13 @@ ND_EXPORT kvSize ndGetNumNonZeroEl(const ndArray_tag* array);
 /// nothing has changed then. The new vector comes from ndMalloc or its kin and belongs to the array, which takes it off the list
 /// of an addon function's blocks, unless the data of the array are private: then it stays there, and the array has to end before
 /// that list's context does. What it says isn't tested.
+/// Blocks of its own hold what the shared ones did, but for the vector that is replaced. Values, rows and column starts are told by the
+/// number of columns: where that has changed while the array shares its data, ndSetJc comes before ndSetIr and ndSetData.
 ND_EXPORT void ndSetIr(ndArray_tag* array, kvIndex* ir);
 ND_EXPORT void ndSetJc(ndArray_tag* array, kvIndex* jc);
 
-/// Says how much room there is. Nothing is allocated or tested: whoever calls has made values and rows that long.
+/// Says how much room there is. Nothing is allocated or tested: whoever calls has made values and rows that long before. Copies have
+/// as much room, and raise foundation::core::except::bad_alloc where there isn't so much memory.
 ND_EXPORT void ndSetNzmax(ndArray_tag* array, kvSize nzmax);
 
 } // namespace noninlined::nd_array_api

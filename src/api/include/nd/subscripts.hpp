@@ -9,14 +9,25 @@
  *   numeric, char   its values, which are whole numbers from 1 to 2^48 - 1. Sparse ones may have no zero
  *   any other       no position
  *
+ * A colon object counts by the three doubles of ndGetColonObjValues (nd/colon.hpp), not by the vector that it stands for. The two are
+ * the same where these are whole and exact. With a fraction they aren't: the vector is no subscript, or in an integer class goes on by
+ * the whole part of the step, where the colon object rounds each position. int64 5:2.5:9 stands for 5 7 9 and selects 5 and 8. Whoever
+ * needs room for positions converts first and asks for their number then; ndCountIntColonObj tells that of the vector here.
+ *
  * The errors, raised as exceptions in every module mode:
  *
  *   TARVEL:badsubscript     TARVEL:matrix:badTypeIndices for a value that can't be an index: zero, negative, with a fraction, NaN, infinite,
- *                           complex. TARVEL:matrix:indexExceedsDims for one beyond the array's dimensions. Both tell the
- *                           position of the subscript among the others, counted from 1, its value, and the latter the dimensions
- *   TARVEL:pmaxsize         an index above 2^48 - 1, where no dimensions are known
+ *                           complex; and for an array that has elements but no data. TARVEL:matrix:indexExceedsDims for one beyond the
+ *                           array's dimensions. Both tell the position of the subscript among the others, counted from 1, its
+ *                           value, and the latter the dimensions
+ *   TARVEL:pmaxsize         an index above 2^48 - 1, where no dimensions are known; a range of more positions than a list may have,
+ *                           also where they are
+ *   SizeLimitExceeded       a range whose list of positions passes the limit that the user has set
  *   TARVEL:colon:nonFiniteEndpoint  a colon object with an operand that is infinite or NaN
  *   TARVEL:nomem            no memory for a list of positions
+ *   std::bad_alloc          no memory for anything else: the vector of a range with fractions, the text of an error, separate parts that have
+ *                           to be brought into the data
+ * and the warning TARVEL:colon:nonIntegerIndex as Korvane::System::SimpleException, where it is set to be an error.
  */
 #ifndef ND_SUBSCRIPTS_HPP
 #define ND_SUBSCRIPTS_HPP
@@ -102,13 +113,17 @@ ND_EXPORT int ndConvertToIndex(const ndArray_tag* const* subscript, kvSize dim, 
 /// TARVEL:pmaxsize above 2^48 - 1.
 ND_EXPORT kvSize ndCheckIndex(double value);
 
-/// Reads n sizes or indices from an array of n numbers, as ndCheckIndex does; n zeros from an empty array. Nothing is written when something
-/// is raised, tested in this order:
+/// Reads n sizes or indices from an array of n numbers, as ndCheckIndex does; n zeros from an empty array. A colon object counts as the vector
+/// that it stands for. Nothing is written when something is raised, tested in this order:
 ///   TARVEL:badopt                n exceeds the number of elements
 ///   TARVEL:NonScalarInput        n is less
 ///   TARVEL:obsoleteComplexInput  the array is complex
-///   TARVEL:badopt                it is of a class without numbers
-///   TARVEL:NonIntegerInput       an element has a fraction (TARVEL:matrix:nonIntegerInput)
+///   TARVEL:badopt                it has no data, or is of a class without numbers
+/// and then for each element in turn, a negative one aside
+///   TARVEL:nonaninf              it is infinite or NaN
+///   TARVEL:pmaxsize              it is above 2^48 - 1
+///   TARVEL:NonIntegerInput       it has a fraction (TARVEL:matrix:nonIntegerInput)
+/// Raises std::bad_alloc, and for a colon object what its expansion raises.
 ND_EXPORT void ndArgMustBeIndices(const ndArray_tag* arg, std::size_t n, kvSize* out);
 
 /// Raises TARVEL:badsubscript: badTypeIndices for ndBAD_INDEX_TYPE, else indexExceedsDims, without a word on which subscript.
