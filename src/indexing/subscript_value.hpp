@@ -1,6 +1,7 @@
 // One value as an index: the rule that every conversion of subscripts follows.
 #pragma once
 
+#include "matrix/class_table.hpp"
 #include "matrix/size_check.hpp"
 
 #include <cmath>
@@ -11,6 +12,11 @@ namespace matrix::internal {
 
 /// The largest index, counted from 1, and the largest dimension.
 inline constexpr std::uint64_t index_limit = address_ceiling;
+
+/// Classes whose values are indices: char and numbers. Of a logical array the true places are.
+constexpr bool has_index_values(std::int32_t class_id) noexcept {
+    return class_id == ndCHAR_CLASS || is_numeric(code_of(class_id, false));
+}
 
 enum class index_verdict : std::uint8_t {
     valid,    ///< a whole number from 1 to index_limit

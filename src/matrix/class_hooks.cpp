@@ -35,6 +35,11 @@ void* copy_opaque_element(const ndArray_tag* /*source*/, const void* /*element*/
     errors::raise<TARVEL::legacy_two_part::invalidInput>();
 }
 
+void reference_opaque_elements(const ndArray_tag* /*source*/, std::size_t /*nsubs*/, ndArray_tag* /*result*/,
+                               const kvIndex* const* /*positions*/, const kvSize* /*counts*/) {
+    errors::raise<TARVEL::legacy_two_part::invalidInput>();
+}
+
 void destroy_opaque_elements(const ndArray_tag* /*holder*/, void* /*elements*/,
                              std::size_t /*count*/) noexcept {}
 

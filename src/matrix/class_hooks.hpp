@@ -24,6 +24,12 @@ void* copy_opaque_element(const ndArray_tag* source, const void* element);
 /// Releases copied elements that no array has taken.
 void destroy_opaque_elements(const ndArray_tag* holder, void* elements, std::size_t count) noexcept;
 
+/// Fills an array without data, of the dimensions that subscripted reference of an indexing-opaque array gives, with the elements that
+/// nsubs lists of positions select; a null list is the colon, or a subscript without positions. Raises
+/// TARVEL:legacy_two_part:invalidInput when the class can't tell.
+void reference_opaque_elements(const ndArray_tag* source, std::size_t nsubs, ndArray_tag* result,
+                               const kvIndex* const* positions, const kvSize* counts);
+
 /// Stores the dimensions that the class of an indexing-opaque array gives.
 void complete_opaque_dimensions(const ndArray_tag* array);
 

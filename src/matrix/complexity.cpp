@@ -1,4 +1,6 @@
 // Complex to real and back, in place.
+#include "matrix/complexity.hpp"
+
 #include "matrix/accessors.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/frame.hpp"
@@ -70,6 +72,25 @@ bool may_lose_imaginary_part(const ndArray_tag* array) noexcept {
 }
 
 } // namespace
+
+void inflate_to_complex(ndArray_tag* array) {
+    if (!is_complex(array)) inflate(array);
+}
+
+void deflate_to_real(ndArray_tag* array) {
+    if (is_complex(array)) deflate(array);
+}
+
+void free_imag_if_zero(ndArray_tag* array) {
+    if (!may_lose_imaginary_part(array)) return;
+    if (element_count(array) == 0) {
+        array->interleave_data();
+        array->flags &= ~flag_complex;
+    } else if (!has_imaginary_part(array)) {
+        deflate(array);
+    }
+}
+
 } // namespace matrix::internal
 
 namespace matrix::detail::noninlined::nd_array_api {
@@ -77,26 +98,15 @@ namespace matrix::detail::noninlined::nd_array_api {
 using namespace internal;
 
 void ndDeflateComplexToReal(ndArray_tag* array) {
-    if (!is_complex(array)) return;
-    framed([=] { return deflate(array), true; });
+    framed([=] { return deflate_to_real(array), true; });
 }
 
 void ndInflateRealToComplex(ndArray_tag* array) {
-    if (is_complex(array)) return;
-    framed([=] { return inflate(array), true; });
+    framed([=] { return inflate_to_complex(array), true; });
 }
 
 void ndFreeImagIfZero(ndArray_tag* array) {
-    if (!may_lose_imaginary_part(array)) return;
-    framed([=] {
-        if (element_count(array) == 0) {
-            array->interleave_data();
-            array->flags &= ~flag_complex;
-        } else if (!has_imaginary_part(array)) {
-            deflate(array);
-        }
-        return true;
-    });
+    framed([=] { return free_imag_if_zero(array), true; });
 }
 
 bool ndIsImagPartNonZero(const ndArray_tag* array) {

@@ -159,24 +159,25 @@ data_copy copy_index_vectors(const ndArray_tag* source) {
     return copy;
 }
 
+ndArray_tag* share_for_slot(ndArray_tag* element, const ndArray_tag* holder) {
+    if (element == nullptr) return nullptr;
+    if (!can_hold_references(element->class_id)) {
+        intrusive_ptr_add_ref(element);
+        return element;
+    }
+    array_ptr shared = share_or_copy(element);
+    shared->scope = ndMEMBER_SCOPE;
+    add_root_container(shared.get(), holder);
+    return shared.release();
+}
+
 data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holder) {
     data_copy copy(holder);
     const std::size_t count = source->pdata == nullptr ? 0 : slot_count(source);
     auto* const slots =
         static_cast<ndArray_tag**>(copy.allocate(count, sizeof(ndArray_tag*), DataInitialization::zeroed));
-    for (std::size_t i = 0; slots != nullptr && i < count; ++i) {
-        ndArray_tag* const element = slots_of(source)[i];
-        if (element == nullptr) continue;
-        if (!can_hold_references(element->class_id)) {
-            intrusive_ptr_add_ref(element);
-            slots[i] = element;
-            continue;
-        }
-        array_ptr shared = share_or_copy(element);
-        shared->scope = ndMEMBER_SCOPE;
-        add_root_container(shared.get(), holder);
-        slots[i] = shared.release();
-    }
+    for (std::size_t i = 0; slots != nullptr && i < count; ++i)
+        slots[i] = share_for_slot(slots_of(source)[i], holder);
     return copy;
 }
 

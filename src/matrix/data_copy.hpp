@@ -55,6 +55,10 @@ data_copy copy_data(const ndArray_tag* source, const ndArray_tag* holder);
 /// The index vectors of a sparse array alone. Raises std::bad_alloc.
 data_copy copy_index_vectors(const ndArray_tag* source);
 
+/// What a slot of holder gets of an element that stands, or stood, in another slot: the element itself with one owner more, or a
+/// shared copy of one that can hold references. Null for null. Raises std::bad_alloc.
+ndArray_tag* share_for_slot(ndArray_tag* element, const ndArray_tag* holder);
+
 /// New slots over the elements of a container: plain ones get one owner more, those that can hold references become shared
 /// copies. Raises std::bad_alloc.
 data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holder);

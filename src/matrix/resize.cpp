@@ -72,6 +72,7 @@ void grow(ndArray_tag* array, const growth& change) {
     if (change.new_count == 0) return;
     const std::size_t wanted = room == 0 ? change.new_count : capacity_for(change.new_count);
     const new_block block = allocate_for(wanted, change.new_count, Width, old_data == nullptr);
+    if (!change.keep && old_data != nullptr) std::memcpy(block.data, old_data, change.old_count * Width);
     write_elements<Width>(old_data, block.data, change, true);
     replace_block(array, block.data);
     if (block.tracked) array->flags |= flag_capacity_tracked;

@@ -12,7 +12,7 @@ struct growth {
     std::size_t old_count;
     dims_view new_dims;
     std::size_t new_count;
-    /// Old elements go to their places in the new shape; without it only what lies behind the old count is written.
+    /// Old elements go to their places in the new shape; without it they stay in their order at the front of the block.
     bool keep = true;
     /// The value of one new element; zero without it.
     const void* filler = nullptr;

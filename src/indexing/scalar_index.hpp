@@ -1,0 +1,39 @@
+// A subscript that stands for one index, as the routines for single slots take it. Element counts aren't looked at.
+//
+//   the colon        1
+//   a colon object   its first value
+//   logical          the place of the first true element
+//   numeric, char    the first element; of a sparse one that in the first row and column, which must be stored
+//
+// A logical array without a true element, and a full array without elements, give 0.
+#pragma once
+
+#include <nd/array.hpp>
+#include <nd/subscripts.hpp>
+
+#include <cstdint>
+
+namespace matrix::internal {
+
+/// The index, counted from 1. Raises what <nd/subscripts.hpp> tells, also for a class that has no values.
+kvIndex scalar_index_slowly(const ndArray_tag* subscript,
+                            const Korvane::indexing::utilities::BadSubscriptHandler& handler);
+
+/// The same. handler_for() makes the handler where it is needed: a double, which most of them are, is read here.
+template <class HandlerFor>
+[[gnu::always_inline]] inline kvIndex scalar_index(const ndArray_tag* subscript, HandlerFor&& handler_for) {
+    constexpr double beyond = 281474976710656.0; // 2^48
+    constexpr std::uint32_t tested = flag_scalar_double | flag_complex;
+    if ((subscript->flags & tested) == flag_scalar_double && subscript->share_record == nullptr &&
+        subscript->pdata != nullptr) [[likely]] {
+        const double value = *static_cast<const double*>(subscript->pdata);
+        if (value >= 1 && value < beyond) [[likely]] {
+            const auto index = static_cast<std::int64_t>(value);
+            if (static_cast<double>(index) == value) [[likely]]
+                return static_cast<kvIndex>(index);
+        }
+    }
+    return scalar_index_slowly(subscript, handler_for());
+}
+
+} // namespace matrix::internal
