@@ -11,6 +11,7 @@
 #include <nd/containers.hpp>
 #include <nd/convert.hpp>
 #include <nd/create.hpp>
+#include <nd/deletion.hpp>
 #include <nd/engine_access.hpp>
 #include <nd/errors.hpp>
 #include <nd/interleaved.hpp>
@@ -23,6 +24,7 @@
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
 #include <nd/sparse.hpp>
+#include <nd/structures.hpp>
 #include <nd/subscripts.hpp>
 #include <nd/text.hpp>
 #include <nd/typed.hpp>

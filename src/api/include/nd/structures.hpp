@@ -24,7 +24,7 @@ namespace matrix {
 /// shape that subscripted reference tells; otherwise the result has as many elements along each dimension as the subscript
 /// selects there. The result is local and on no list.
 /// Raises what the subscripts raise, TARVEL:badsubscript (TARVEL:matrix:indexExceedsDims) for a position outside the array,
-/// TARVEL:pmaxsize and SizeLimitExceeded for the result; out of memory.
+/// TARVEL:badargs for a field that the array hasn't got, TARVEL:pmaxsize and SizeLimitExceeded for the result; out of memory.
 ND_EXPORT array_ptr structureReference(const ndArray_tag& s, std::span<const ndArray_tag* const> subs,
                                        std::size_t field);
 

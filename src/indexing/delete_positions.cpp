@@ -1,0 +1,183 @@
+// How elements go, by class.
+//
+//   logical, char, numeric   those that stay are copied to a new array, whose value moves onto the header
+//   cell, struct, object     the references that stay are copied as bytes to a new block; those that go are destroyed in their order, each
+//                            slot null before; then the block takes the place of the old one. Nothing can fail once it is there
+//   function handle, opaque  those that stay are copied as their makers tell, since each copy counts; the old array ends as a whole
+#include "indexing/delete_positions.hpp"
+
+#include "indexing/reference.hpp"
+#include "matrix/accessors.hpp"
+#include "matrix/class_hooks.hpp"
+#include "matrix/complexity.hpp"
+#include "matrix/containers.hpp"
+#include "matrix/data_copy.hpp"
+#include "matrix/function_records.hpp"
+#include "matrix/header_factory.hpp"
+#include "matrix/own_block.hpp"
+#include "matrix/scaffolding.hpp"
+#include "matrix/sharing.hpp"
+#include "matrix/unshare.hpp"
+
+#include <nd/share.hpp>
+
+#include <cstring>
+#include <utility>
+
+namespace matrix::internal {
+namespace {
+
+namespace api = matrix::detail::noninlined::nd_array_api;
+
+std::size_t kept_count(const deletion& what) noexcept { return what.inner * what.keep.count * what.outer; }
+
+// Calls copy(first, count) for blocks of elements that stay. Where one run goes, what stays behind it and in front of it the next time
+// lies together.
+template <class Copy>
+void for_each_kept_block(const deletion& what, Copy&& copy) {
+    const keep_list& keep = what.keep;
+    if (keep.marks != nullptr) {
+        for (std::size_t pass = 0; pass < what.outer; ++pass)
+            for_each_kept_run(keep, [&](kvSize first, kvSize count) {
+                copy((pass * keep.dim + first) * what.inner, count * what.inner);
+            });
+        return;
+    }
+    if (keep.head != 0) copy(std::size_t{0}, keep.head * what.inner);
+    for (std::size_t pass = 1; pass <= what.outer; ++pass) {
+        const kvSize count = keep.tail + (pass < what.outer ? keep.head : 0);
+        if (count != 0) copy((pass * keep.dim - keep.tail) * what.inner, count * what.inner);
+    }
+}
+
+// Each element is stored over the one before unless that one stays, without a branch.
+template <std::size_t Width>
+void squeeze(const std::byte* from, std::byte* to, const deletion& what) noexcept {
+    const keep_list& keep = what.keep;
+    for (std::size_t pass = 0; pass < what.outer; ++pass, from += keep.dim * Width) {
+        std::byte* const end = to + keep.count * Width;
+        for (std::size_t i = 0; to != end; ++i) {
+            std::memcpy(to, from + i * Width, Width);
+            to += keep.marks[i] * Width;
+        }
+    }
+}
+
+void copy_kept(const void* source, void* target, std::size_t width, const deletion& what) noexcept {
+    const auto* const from = static_cast<const std::byte*>(source);
+    auto* to = static_cast<std::byte*>(target);
+    if (what.keep.marks != nullptr && what.inner == 1) {
+        switch (width) {
+        case 1:
+            return squeeze<1>(from, to, what);
+        case 2:
+            return squeeze<2>(from, to, what);
+        case 4:
+            return squeeze<4>(from, to, what);
+        case 8:
+            return squeeze<8>(from, to, what);
+        case 16:
+            return squeeze<16>(from, to, what);
+        default:
+            break;
+        }
+    }
+    for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
+        std::memcpy(to, from + first * width, count * width);
+        to += count * width;
+    });
+}
+
+void move_onto(ndArray_tag* array, array_ptr value) { api::ndMoveArrayOntoHeader(array, value.release()); }
+
+void delete_plain(ndArray_tag* array, const deletion& what) {
+    bring_data_up_to_date(array);
+    array_ptr result = matrix::detail::do_create_uninitnumeric(what.shape, code_of(array));
+    result->flags |= array->flags & flags_kept_by_reference;
+    copy_kept(array->pdata, result->pdata, stored_element_size(array), what);
+    if (is_complex(result.get())) free_imag_if_zero(result.get());
+    move_onto(array, std::move(result));
+}
+
+void destroy_slots(ndArray_tag* container, std::size_t first, std::size_t count) noexcept {
+    ndArray_tag** const slots = slots_of(container) + first;
+    for (std::size_t i = 0; i < count; ++i) destroyArray(std::exchange(slots[i], nullptr));
+}
+
+// Slots that somebody else has as well are no longer the array's to move.
+void own_slots(ndArray_tag* container) {
+    if (has_shared_data(container) || has_borrowed_data(container)) unshare_shallow(container);
+}
+
+void delete_slots(ndArray_tag* array, const deletion& what) {
+    constexpr std::size_t width = sizeof(ndArray_tag*);
+    prepared_dims dims(what.shape, array);
+    data_block block(allocate_data(kept_count(what) * width, DataInitialization::uninitialized));
+    own_slots(array);
+    copy_kept(array->pdata, block.get(), width, what);
+    for (std::size_t pass = 0; pass < what.outer; ++pass)
+        for_each_deleted_run(what.keep, [&](kvSize first, kvSize count) {
+            destroy_slots(array, (pass * what.keep.dim + first) * what.inner, count * what.inner);
+        });
+    replace_block(array, block.release());
+    dims.commit_to(array);
+}
+
+void copy_counted(const ndArray_tag* source, std::size_t first, void* to, std::size_t count,
+                  const ndArray_tag* holder) {
+    const std::size_t width = stored_element_size(source);
+    const auto* const from = static_cast<const std::byte*>(source->pdata) + first * width;
+    if (source->class_id == ndFUNCTION_CLASS) return copy_function_records(from, to, count, holder);
+    for (std::size_t i = 0; i < count; ++i) {
+        const void* element;
+        std::memcpy(&element, from + i * width, width);
+        if (element != nullptr) static_cast<void**>(to)[i] = copy_opaque_element(source, element);
+    }
+}
+
+void delete_counted(ndArray_tag* array, const deletion& what) {
+    const std::size_t width = stored_element_size(array);
+    array_ptr result = create_empty_copy(array);
+    result->set_dimensions(what.shape);
+    data_copy copy(result.get());
+    auto* to = static_cast<std::byte*>(copy.allocate(kept_count(what), width, DataInitialization::zeroed));
+    for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
+        copy_counted(array, first, to, count, result.get());
+        to += count * width;
+    });
+    put_data(result.get(), copy.take());
+    move_onto(array, std::move(result));
+}
+
+} // namespace
+
+void delete_positions(ndArray_tag* array, const deletion& what) {
+    if (array->pdata == nullptr) {
+        prepared_dims dims(what.shape, array);
+        free_imag_if_zero(array);
+        dims.commit_to(array);
+    } else if (is_container_class(array->class_id)) {
+        delete_slots(array, what);
+    } else if (has_plain_elements(array->class_id)) {
+        delete_plain(array, what);
+    } else {
+        delete_counted(array, what);
+    }
+}
+
+void delete_everything(ndArray_tag* array, dims_view shape) {
+    if (is_container_class(array->class_id)) {
+        prepared_dims dims(shape, array);
+        own_slots(array);
+        if (array->pdata != nullptr) destroy_slots(array, 0, slot_count(array));
+        replace_block(array, nullptr);
+        dims.commit_to(array);
+        return;
+    }
+    array_ptr result = create_empty_copy(array);
+    result->set_dimensions(shape);
+    result->flags &= ~flag_complex;
+    move_onto(array, std::move(result));
+}
+
+} // namespace matrix::internal
