@@ -19,20 +19,26 @@ namespace matrix::internal {
 kvIndex scalar_index_slowly(const ndArray_tag* subscript,
                             const Korvane::indexing::utilities::BadSubscriptHandler& handler);
 
-/// The same. handler_for() makes the handler where it is needed: a double, which most of them are, is read here.
-template <class HandlerFor>
-[[gnu::always_inline]] inline kvIndex scalar_index(const ndArray_tag* subscript, HandlerFor&& handler_for) {
+/// The index of a subscript that is one plain double, as most of them are; 0 for any other, and for a double that is no index.
+[[gnu::always_inline]] inline kvIndex plain_scalar_index(const ndArray_tag* subscript) noexcept {
     constexpr double beyond = 281474976710656.0; // 2^48
     constexpr std::uint32_t tested = flag_scalar_double | flag_complex;
-    if ((subscript->flags & tested) == flag_scalar_double && subscript->share_record == nullptr &&
-        subscript->pdata != nullptr) [[likely]] {
-        const double value = *static_cast<const double*>(subscript->pdata);
-        if (value >= 1 && value < beyond) [[likely]] {
-            const auto index = static_cast<std::int64_t>(value);
-            if (static_cast<double>(index) == value) [[likely]]
-                return static_cast<kvIndex>(index);
-        }
-    }
+    if ((subscript->flags & tested) != flag_scalar_double ||
+        (subscript->share_record != nullptr && subscript->share_record->scData != nullptr) ||
+        subscript->pdata == nullptr) [[unlikely]]
+        return 0;
+    const double value = *static_cast<const double*>(subscript->pdata);
+    if (!(value >= 1 && value < beyond)) [[unlikely]]
+        return 0;
+    const auto index = static_cast<std::int64_t>(value);
+    return static_cast<double>(index) == value ? static_cast<kvIndex>(index) : 0;
+}
+
+/// The same as the slow one; handler_for() makes the handler where it is needed.
+template <class HandlerFor>
+[[gnu::always_inline]] inline kvIndex scalar_index(const ndArray_tag* subscript, HandlerFor&& handler_for) {
+    if (const kvIndex index = plain_scalar_index(subscript); index != 0) [[likely]]
+        return index;
     return scalar_index_slowly(subscript, handler_for());
 }
 

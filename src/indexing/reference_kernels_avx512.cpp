@@ -1,0 +1,9 @@
+// The loops of subscripted reference for the instruction set that the name of this file tells.
+#include "indexing/reference_kernels.hpp"
+
+namespace matrix::internal {
+
+constinit const reference_kernels reference_kernels_avx512 =
+    reference_kernels_of<foundation::core::cpu::avx512_registers>;
+
+} // namespace matrix::internal

@@ -1,0 +1,1 @@
+#include "model/indexing_model.hpp"
