@@ -6,6 +6,7 @@
 
 #include <nd/colon.hpp>
 #include <nd/reference.hpp>
+#include <nd/scalars.hpp>
 
 #include <algorithm>
 #include <memory>
@@ -164,19 +165,20 @@ void add_scalar_rows(row_list& rows) {
     const array x = numbered(n, n);
     const array i = owned(ndCreateDoubleScalar(37));
     const array j = owned(ndCreateDoubleScalar(53));
+    const auto sum = std::make_shared<double>(0);
     rows.push_back({.work = "scalar_read",
                     .size = "per-element",
                     .limit_name = "shared-library-call,checked",
-                    .libnd = timed([x, i, j, sum = 0.0]() mutable {
+                    .libnd = timed([x, i, j, to = sum.get(), sum] {
                         const ndArray_tag* const subs[] = {i.get(), j.get()};
                         kvIndex offset = 0;
                         if (api::ndScalarRefConst(&offset, x.get(), 2, subs, 0) == ndSCALAR_REF_IN_RANGE)
-                            sum += static_cast<const double*>(x->pdata)[offset];
+                            *to += elements_of(x)[offset];
                     }),
-                    .limit = timed([x, i, j, sum = 0.0]() mutable {
+                    .limit = timed([x, i, j, to = sum.get(), sum] {
                         std::size_t offset = 0;
                         if (limit_offset(elements_of(i), elements_of(j), n, n, &offset))
-                            sum += static_cast<const double*>(x->pdata)[offset];
+                            *to += elements_of(x)[offset];
                     }),
                     .group = "reference"});
     rows.push_back(
