@@ -56,6 +56,7 @@ class reference_loops {
     static constexpr std::size_t lanes = Registers::bytes / sizeof(double);
     static constexpr std::size_t block = 32; // values that are tested at once
     static_assert(block % lanes == 0);
+    static constexpr bool compares_words = lanes > 2; // narrower registers have no instruction for it
     using doubles = vector<double, lanes>;
     using words = vector<std::uint64_t, lanes>;
 
@@ -69,11 +70,12 @@ public:
         const auto* const from = static_cast<const double*>(values);
         const auto* const elements = static_cast<const Element*>(source);
         auto* __restrict to = static_cast<Element*>(target);
-        const auto most = static_cast<double>(limit);
+        const auto most = static_cast<double>(static_cast<std::int64_t>(limit));
         std::size_t done = 0;
         for (; count - done >= block; done += block) {
             std::uint64_t positions[block];
             if (!positions_of_block(from + done, most, positions)) return false;
+#pragma GCC unroll 8
             for (std::size_t i = 0; i < block; ++i) copy_element(to + done + i, elements + positions[i]);
         }
         for (; done < count; ++done) {
@@ -93,8 +95,9 @@ public:
         const auto* const elements = static_cast<const Element*>(source);
         auto* __restrict to = static_cast<Element*>(target);
         std::size_t done = 0;
-        for (; count - done >= block; done += block) {
+        for (; compares_words && count - done >= block; done += block) {
             if (!is_block_within(from + done, limit)) return false;
+#pragma GCC unroll 8
             for (std::size_t i = done; i < done + block; ++i) copy_element(to + i, elements + (from[i] - 1));
         }
         for (; done < count; ++done) {

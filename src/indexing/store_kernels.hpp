@@ -19,8 +19,8 @@ inline constexpr std::size_t fill_pattern_bytes = 16;
 
 /// The kernels of one instruction set.
 struct store_kernels {
-    /// Writes the pattern again and again into so many bytes; the last time perhaps not all of it.
-    void (*fill)(void* to, const void* pattern, std::size_t bytes) noexcept;
+    /// Fills so many bytes with values. The pattern is the value, repeated; bytes is a multiple of its size, a power of 2.
+    void (*fill)(void* to, const void* pattern, std::size_t value_size, std::size_t bytes) noexcept;
     /// Whether all values are whole and from 1 to limit, which is below 2^52.
     bool (*doubles_within)(const double* values, std::size_t count, std::uint64_t limit) noexcept;
     bool (*words_within)(const std::uint64_t* values, std::size_t count, std::uint64_t limit) noexcept;
@@ -38,17 +38,23 @@ class store_kernel_loops {
     static constexpr std::uint64_t bits_of_whole = 0x4330000000000000; // of the double above
 
 public:
-    static void fill(void* to, const void* pattern, std::size_t size) noexcept {
+    static void fill(void* to, const void* pattern, std::size_t value_size, std::size_t size) noexcept {
         auto* const out = static_cast<std::uint8_t*>(to);
+        if (size < width) return fill_less(out, static_cast<const std::uint8_t*>(pattern), size);
         std::uint8_t repeated[width];
         for (std::size_t i = 0; i < width; i += fill_pattern_bytes)
             __builtin_memcpy(repeated + i, pattern, fill_pattern_bytes);
-        if (size < width) return fill_less(out, static_cast<const std::uint8_t*>(pattern), size);
         bytes x;
         __builtin_memcpy(&x, repeated, width);
+        // The first and the last store overlap their neighbours, by whole values.
+        const std::size_t head = (0 - reinterpret_cast<std::uintptr_t>(to)) % width;
         std::size_t done = 0;
+        if ((head & (value_size - 1)) == 0) {
+            __builtin_memcpy(out, &x, width);
+            done = head;
+        }
         for (; size - done >= width; done += width) __builtin_memcpy(out + done, &x, width);
-        for (; done < size; ++done) out[done] = repeated[done % width];
+        __builtin_memcpy(out + size - width, &x, width);
     }
 
     static bool doubles_within(const double* values, std::size_t count, std::uint64_t limit) noexcept {

@@ -18,7 +18,7 @@ void fill_block(std::byte* to, const std::byte* value, std::size_t count) noexce
     static_assert(fill_pattern_bytes % Width == 0);
     std::array<std::byte, fill_pattern_bytes> pattern;
     for (std::size_t i = 0; i < fill_pattern_bytes; i += Width) std::memcpy(pattern.data() + i, value, Width);
-    store_kernels_in_use().fill(to, pattern.data(), count * Width);
+    store_kernels_in_use().fill(to, pattern.data(), Width, count * Width);
 }
 
 } // namespace matrix::internal

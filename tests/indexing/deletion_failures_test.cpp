@@ -80,14 +80,24 @@ struct fault_case {
 const fault_case values[] = {
     {"a row", [] { return numbered("double 1x300"); }},
     {"a matrix", [] { return numbered("complex int16 6x50"); }},
-    {"an array that becomes real", [] { return arr("complex double 1x4", {{1, 0}, {2, 5}, {3, 0}, {4, 0}}); }},
+    {"an array that becomes real",
+     [] {
+         return arr("complex double 1x4", {{1, 0}, {2, 5}, {3, 0}, {4, 0}});
+     }},
     {"a solid", [] { return numbered("char 2x2x2x2"); }},
-    {"a sparse array", [] { return sparse_arr("double 3x3", {{1, 0, 1.5}, {2, 1, 2.5}}); }},
+    {"a sparse array",
+     [] {
+         return sparse_arr("double 3x3", {{1, 0, 1.5}, {2, 1, 2.5}});
+     }},
     {"a colon object", [] { return matrix::create_colon_object(1, 1, 9); }},
-    {"a cell", [] { return arr("cell 1x4", arr("double", {1}), arr("cell 1x1", arr("char", u"a")), nullptr, nullptr); }},
+    {"a cell",
+     [] {
+         return arr("cell 1x4", arr("double", {1}), arr("cell 1x1", arr("char", u"a")), nullptr, nullptr);
+     }},
     {"a struct",
      [] {
-         return struct_arr("1x4", {"a", "b"}, arr("double", {1}), arr("cell 1x1", nullptr), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+         return struct_arr("1x4", {"a", "b"}, arr("double", {1}), arr("cell 1x1", nullptr), nullptr, nullptr,
+                           nullptr, nullptr, nullptr, nullptr);
      }},
     {"function handles",
      [] {
@@ -100,12 +110,12 @@ TEST_F(DeletionFailures, OfMemoryLeaveTheArrayAsItIs) {
     for (const int mode : {mode_exceptions, mode_null_results}) {
         const module_mode_scope scope(mode);
         for (const fault_case& c : values) {
-            for (const char* written : {"2", "[1 3]", "2:3", "<0101>", ":, 1", ":, :", ":", "[]", ":, 1, :, :"}) {
+            for (const char* written :
+                 {"2", "[1 3]", "2:3", "<0101>", ":, 1", ":, :", ":", "[]", ":, 1, :, :"}) {
                 const array_ptr value = c.make();
                 for (const variation& shape : all_variations()) {
                     if (!shape.applies(value.get())) continue;
-                    const std::string name =
-                        std::string(c.name) + " (" + written + "), " + shape.name;
+                    const std::string name = std::string(c.name) + " (" + written + "), " + shape.name;
                     for_each_failing_alloc(name, [&](fault_run& run) {
                         const representation made = shape.make(value.get());
                         const sub_list subs(written);

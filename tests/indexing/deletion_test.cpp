@@ -208,10 +208,9 @@ TEST_F(Deletion, KeepsTheHeaderAndTheBitsOfTheUser) {
 }
 
 TEST_F(Deletion, LeavesSparseArraysSparse) {
-    const auto full = [] {
-        return arr("double 3x3", {1, 0, 2, 0, 0, 0, 3, 4, 0});
-    };
-    for (const char* subs : {":, 2", "1, :", "[1 9]", "<000000010>", ":", "1:9", "[]", "<000000000>", ":, :"}) {
+    const auto full = [] { return arr("double 3x3", {1, 0, 2, 0, 0, 0, 3, 4, 0}); };
+    for (const char* subs :
+         {":, 2", "1, :", "[1 9]", "<000000010>", ":", "1:9", "[]", "<000000000>", ":, :"}) {
         SCOPED_TRACE(subs);
         for_each_variation(sparse_of(full()), [&](array_ptr& x) {
             erase(x.get(), subs);
@@ -231,8 +230,8 @@ TEST_F(Deletion, ShortensTheVectorOfAColonObject) {
 TEST_F(Deletion, ClosesUpLongArrays) {
     std::mt19937 random(3);
     for_each_class(class_set::with_bytes, [&](const class_case& c) {
-        for (const std::size_t rows : {1UL, 3UL}) {
-            const std::size_t dims[] = {rows, 1000};
+        for (const std::size_t height : {1UL, 3UL}) {
+            const std::size_t dims[] = {height, 1000};
             array_ptr x = numbered(c.id, c.complexity, dims);
             std::vector<number> mask(1000, 0);
             std::vector<number> stay;

@@ -124,8 +124,7 @@ TEST_F(KeepList, LeavesTheComplementOfAnyList) {
             gone.insert(position);
             values.emplace_back(position + 1);
         }
-        const keep_list keep =
-            kept_beside(sub_list(arr("double 1x" + std::to_string(count), values)), dim);
+        const keep_list keep = kept_beside(sub_list(arr("double 1x" + std::to_string(count), values)), dim);
         ASSERT_EQ(keep.count, dim - gone.size());
         std::vector<bool> kept(dim);
         std::vector<bool> deleted(dim);

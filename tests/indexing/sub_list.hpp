@@ -52,11 +52,11 @@ public:
 
 private:
     static matrix::array_ptr parsed(const std::string& one) {
-        if (one == ":") return matrix::array_ptr(matrix::detail::noninlined::nd_array_api::ndCreateColonIndex());
+        if (one == ":")
+            return matrix::array_ptr(matrix::detail::noninlined::nd_array_api::ndCreateColonIndex());
         if (one[0] == '[') return bracket(one.substr(1, one.size() - 2));
         if (one[0] == '<') return mask(one.substr(1, one.size() - 2));
-        if (one[0] == '\'')
-            return arr("char", std::u16string(one.begin() + 1, one.end() - 1));
+        if (one[0] == '\'') return arr("char", std::u16string(one.begin() + 1, one.end() - 1));
         if (one.find(':') != std::string::npos) return range(one);
         return arr("double", {std::stod(one)});
     }

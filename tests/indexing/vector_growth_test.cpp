@@ -73,22 +73,24 @@ TEST_F(VectorGrowth, TakesTheClassesOfNumbersAndChar) {
     for_each_class(class_set::all, [](const class_case& c) {
         const bool grows = c.id == ndCHAR_CLASS || (c.id >= ndDOUBLE_CLASS && c.id <= ndUINT64_CLASS);
         const std::size_t dims[] = {1, 2};
-        const array_ptr x = c.id == ndSTRUCT_CLASS || c.id == ndOBJECT_CLASS ? struct_arr("1x2", {"a"})
-                                                                            : matrix::create(dims, c.id, ndREAL);
+        const array_ptr x = c.id == ndSTRUCT_CLASS || c.id == ndOBJECT_CLASS
+                                ? struct_arr("1x2", {"a"})
+                                : matrix::create(dims, c.id, ndREAL);
         const snapshot before(x.get());
         EXPECT_EQ(lengthen(x, 3), grows);
         EXPECT_EQ(api::ndGetNumberOfElements(x.get()), grows ? 3u : 2u);
-        if (!grows) EXPECT_EQ(before.difference(), "");
+        if (!grows) {
+            EXPECT_EQ(before.difference(), "");
+        }
     });
     for_each_class(class_set::numeric, [](const class_case& c) {
         const std::size_t two[] = {2, 1};
         const array_ptr x = numbered(c.id, c.complexity, two);
         EXPECT_TRUE(lengthen(x, 3, true));
         EXPECT_TRUE(api::ndIsComplex(x.get()));
-        const array_ptr three = arr("complex " + std::string(api::ndGetClassName(x.get())) + " 3x1",
-                                    {{1, c.complexity == ndCOMPLEX ? 101 : 0},
-                                     {2, c.complexity == ndCOMPLEX ? 102 : 0},
-                                     {0, 0}});
+        const array_ptr three =
+            arr("complex " + std::string(api::ndGetClassName(x.get())) + " 3x1",
+                {{1, c.complexity == ndCOMPLEX ? 101 : 0}, {2, c.complexity == ndCOMPLEX ? 102 : 0}, {0, 0}});
         EXPECT_THAT(x, EqualsArray(three.get()));
     });
     const array_ptr text = arr("char", u"ab");

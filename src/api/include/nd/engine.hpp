@@ -6,6 +6,7 @@
 
 #include <nd/access.hpp>
 #include <nd/array.hpp>
+#include <nd/assignment.hpp>
 #include <nd/cache.hpp>
 #include <nd/colon.hpp>
 #include <nd/containers.hpp>
@@ -21,6 +22,7 @@
 #include <nd/module.hpp>
 #include <nd/names.hpp>
 #include <nd/protected.hpp>
+#include <nd/reference.hpp>
 #include <nd/share.hpp>
 #include <nd/sizes.hpp>
 #include <nd/sparse.hpp>

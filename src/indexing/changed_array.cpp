@@ -1,0 +1,72 @@
+// The steps that change a left side. What can fail is prepared before the first of them.
+#include "indexing/changed_array.hpp"
+
+#include "indexing/element_store.hpp"
+#include "indexing/element_walk.hpp"
+#include "indexing/new_elements.hpp"
+
+#include "matrix/accessors.hpp"
+#include "matrix/arraycpy.hpp"
+#include "matrix/complexity.hpp"
+#include "matrix/containers.hpp"
+#include "matrix/root_record.hpp"
+#include "matrix/slots.hpp"
+
+#include <errors/raise.hpp>
+
+#include <nd/share.hpp>
+
+#include <optional>
+#include <utility>
+
+namespace matrix::internal {
+namespace {
+
+constexpr std::size_t inline_slots = 10; // of which a walk needs no memory
+
+// Elements that other parts of the process keep count of go one by one, each with its count. A single element of rhs goes to all places.
+void replace_counted_slots(ndArray_tag* target, const fitted_subscripts& fitted, const ndArray_tag* rhs) {
+    ndArray_tag* const* const from = slots_of(rhs);
+    const std::size_t count = from == nullptr ? 1 : slot_count(rhs);
+    std::size_t next = 0;
+    auto* const data = static_cast<std::byte*>(target->pdata);
+    walk_elements(data, fitted.new_seen(), fitted.set(), sizeof(ndArray_tag*),
+                  [&](const position_run& run, std::byte* base) {
+                      const std::size_t start = static_cast<std::size_t>(base - data) / sizeof(ndArray_tag*);
+                      return walk_run(run, [&](std::size_t offset) {
+                          replace_copy_in_slot(target, start + offset,
+                                               from == nullptr ? nullptr : from[next]);
+                          if (++next == count) next = 0;
+                      });
+                  });
+}
+
+} // namespace
+
+void changed_array::use_copy() {
+    replace(is_container_class(array_->class_id) ? shallow_copy(array_) : detail::do_deep_copy(array_));
+}
+
+void changed_array::finish() noexcept {
+    if (replacement_) detail::noninlined::nd_array_api::ndMoveArrayOntoHeader(lhs_, replacement_.release());
+}
+
+void change_elements(changed_array& changed, const fitted_subscripts& fitted, const ndArray_tag* rhs,
+                     bool store, array_ptr new_element) {
+    const bool inflates = store && is_complex(rhs) && !is_complex(changed.get());
+    const bool counted = store && is_container_class(changed.left_side()->class_id) &&
+                         should_contain_internal_reference(changed.left_side());
+    const bool grows = fitted.reaches_beyond();
+    const bool walk_may_fail = store && fitted.set().count > inline_slots;
+    if (counted || (grows && inflates) || (walk_may_fail && (grows || inflates))) changed.use_copy();
+    ndArray_tag* const array = changed.get();
+    std::optional<element_store> elements;
+    if (store && !counted) elements.emplace(array, rhs, fitted.selected_count());
+    if (grows) grow_with_filler(array, fitted.growth(), std::move(new_element));
+    if (inflates) inflate_to_complex(array);
+    if (counted) replace_counted_slots(array, fitted, rhs);
+    if (elements && !elements->store_into(array, fitted.new_seen(), fitted.set()))
+        errors::raise<TARVEL::legacy_two_part::nomem>();
+}
+
+} // namespace matrix::internal
