@@ -1,12 +1,14 @@
 // Subscripted reference of full arrays of plain elements where the positions needn't be listed.
 //
 //   x(s)      s the colon, a range, a single double, or a full vector of doubles, of 64-bit integers or of logical values
-//   x(r, c)   each the colon, a range or a single double
+//   x(r, c)   each the colon, a range, a single double, or a vector of doubles or 64-bit integers that isn't long: its positions are
+//             listed on the stack
 //
 // All but the values of s is tested before the result is made. Where a value is no position of x the result is given up, and the
 // general way finds out what is to be raised.
 #include "indexing/reference.hpp"
 
+#include "indexing/element_read.hpp"
 #include "indexing/folded_dimensions.hpp"
 #include "indexing/position_steps.hpp"
 #include "indexing/reference_kernels.hpp"
@@ -23,8 +25,10 @@
 #include <foundation/core/cpu/instruction_set.hpp>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 namespace matrix::internal {
@@ -148,21 +152,75 @@ array_ptr reference_linear(const plain_source& source, const ndArray_tag* subscr
     }
 }
 
+// Room for the positions of one subscript among two.
+using position_buffer = std::array<kvIndex, 512>;
+
+// One dimension of a block.
+struct axis {
+    position_steps steps;
+    const kvIndex* listed = nullptr; // steps.count positions in place of the steps
+
+    std::size_t position(std::size_t k) const noexcept {
+        return listed != nullptr ? listed[k] : steps.first + k * steps.step;
+    }
+};
+
+std::optional<axis> listed_within(const ndArray_tag* subscript, std::size_t dim, position_buffer& buffer) {
+    const bool is_wide = subscript->class_id == ndINT64_CLASS || subscript->class_id == ndUINT64_CLASS;
+    if (!is_wide && subscript->class_id != ndDOUBLE_CLASS) return std::nullopt;
+    const std::size_t count = element_count(subscript);
+    if (!is_full_and_current(subscript) || is_complex(subscript) || count > buffer.size() || count == 0)
+        return std::nullopt;
+    const subscript_kernels& kernels = subscripts_family.get();
+    std::uint64_t largest = 0;
+    if (!(is_wide ? kernels.wide : kernels.doubles)(subscript->pdata, count, buffer.data(), &largest))
+        return std::nullopt;
+    return largest <= dim ? std::optional(axis{{0, 0, count}, buffer.data()}) : std::nullopt;
+}
+
+std::optional<axis> axis_within(const ndArray_tag* subscript, std::size_t dim, position_buffer& buffer) {
+    if (const auto steps = steps_within(subscript, dim)) return axis{*steps};
+    return listed_within(subscript, dim, buffer);
+}
+
+template <std::size_t Width>
+void copy_listed_rows(const std::byte* data, std::size_t height, const axis& down, const axis& across,
+                      void* to) {
+    byte_reader<Width> reader(to);
+    const position_run rows{down.steps.count, down.listed, slot_kind::list, 1};
+    for (std::size_t j = 0; j < across.steps.count; ++j)
+        reader(rows, data + across.position(j) * height * Width);
+}
+
+constexpr std::array<void (*)(const std::byte*, std::size_t, const axis&, const axis&, void*),
+                     element_width_count>
+    listed_rows_by_width{copy_listed_rows<1>, copy_listed_rows<2>, copy_listed_rows<4>, copy_listed_rows<8>,
+                         copy_listed_rows<16>};
+
+void copy_block(const plain_source& source, std::size_t height, const axis& down, const axis& across,
+                void* target) {
+    if (down.listed != nullptr)
+        return listed_rows_by_width[source.width()](source.data, height, down, across, target);
+    auto* to = static_cast<std::byte*>(target);
+    for (std::size_t j = 0; j < across.steps.count; ++j, to += down.steps.count * source.size)
+        copy_positions(source, down.steps, across.position(j) * height, to);
+}
+
 array_ptr reference_block(const plain_source& source, const ndArray_tag* rows, const ndArray_tag* columns) {
     const dims_view own = dims_of(source.header);
     const std::size_t height = folded_dimension(own, 2, 0);
-    const auto down = steps_within(rows, height);
+    position_buffer row_buffer;
+    position_buffer column_buffer;
+    const auto down = axis_within(rows, height, row_buffer);
     if (!down) return nullptr;
-    const auto across = steps_within(columns, folded_dimension(own, 2, 1));
+    const auto across = axis_within(columns, folded_dimension(own, 2, 1), column_buffer);
     if (!across) return nullptr;
-    const std::size_t dims[] = {down->count, across->count};
-    array_ptr result = create_like(source, dims, down->count * across->count);
+    const std::size_t dims[] = {down->steps.count, across->steps.count};
+    const std::size_t count = saturated_product(dims[0], dims[1]);
+    if (saturated_product(count, source.size) > address_ceiling) return nullptr;
+    array_ptr result = create_like(source, dims, count);
     if (!result) return nullptr;
-    if (down->count != 0) {
-        auto* to = static_cast<std::byte*>(result->pdata);
-        for (std::size_t j = 0; j < across->count; ++j, to += down->count * source.size)
-            copy_positions(source, *down, (across->first + j * across->step) * height, to);
-    }
+    if (count != 0) copy_block(source, height, *down, *across, result->pdata);
     return finished(source, std::move(result));
 }
 

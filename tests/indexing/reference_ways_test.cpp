@@ -93,10 +93,24 @@ TEST_F(ReferenceWays, GiveTheSameOfBlocks) {
                                                        [] { return range(9, -1, 1); },
                                                        [] { return range(1, 2, 9); },
                                                        [] { return arr("double", {4}); },
+                                                       [] {
+                                                           return arr("double 1x4", {9, 1, 1, 4});
+                                                       },
+                                                       [] {
+                                                           return arr("uint64 2x1", {9, 2});
+                                                       },
                                                        [] { return range(3, 1, 2); }};
-            const std::function<array_ptr()> columns[] = {
-                colon, [] { return range(2, 3, 20); }, [] { return range(20, -4, 1); },
-                [] { return arr("double", {17}); }, [] { return range(5, -1, 6); }};
+            const std::function<array_ptr()> columns[] = {colon,
+                                                          [] { return range(2, 3, 20); },
+                                                          [] { return range(20, -4, 1); },
+                                                          [] { return arr("double", {17}); },
+                                                          [] {
+                                                              return arr("int64 1x3", {20, 1, 20});
+                                                          },
+                                                          [] {
+                                                              return arr("double 2x2", {7, 7, 1, 20});
+                                                          },
+                                                          [] { return range(5, -1, 6); }};
             for (const auto& row : rows)
                 for (const auto& column : columns) expect_same(x, subs_of(row(), column()));
         }
@@ -135,7 +149,9 @@ TEST_F(ReferenceWays, LeaveBadSubscriptsToTheLongOne) {
         for (const subscripts& subs :
              {subs_of(arr("logical 1x60", bits)), subs_of(range(1, 1, 51)), subs_of(range(0, 1, 3)),
               subs_of(range(50, -1, 0)), subs_of(range(1.5, 1, 3)), subs_of(range(1, 1, inf)),
-              subs_of(arr("double", {1}), range(1, 2, 51)), subs_of(arr("double", {2}), colon())})
+              subs_of(arr("double", {1}), range(1, 2, 51)), subs_of(arr("double", {2}), colon()),
+              subs_of(arr("double", {1}), arr("double 1x2", {50, 51})),
+              subs_of(arr("int64 1x2", {1, 2}), colon()), subs_of(arr("double 1x2", {1, 0.5}), colon())})
             EXPECT_EQ(reference_at_once(x.get(), pointers_of(subs)), nullptr);
     });
 }
