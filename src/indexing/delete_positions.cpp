@@ -7,6 +7,7 @@
 #include "indexing/delete_positions.hpp"
 
 #include "indexing/reference.hpp"
+#include "indexing/reference_kernels.hpp"
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/complexity.hpp"
@@ -19,8 +20,10 @@
 #include "matrix/sharing.hpp"
 #include "matrix/unshare.hpp"
 
+#include <foundation/core/cpu/instruction_set.hpp>
 #include <nd/share.hpp>
 
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -28,6 +31,10 @@ namespace matrix::internal {
 namespace {
 
 namespace api = matrix::detail::noninlined::nd_array_api;
+
+constexpr foundation::core::cpu::kernel_family<reference_kernels> family{
+    {&reference_kernels_baseline, &reference_kernels_avx2, &reference_kernels_avx512}};
+constexpr std::size_t widest_packed = std::size_t{1} << (element_width_count - 1);
 
 std::size_t kept_count(const deletion& what) noexcept { return what.inner * what.keep.count * what.outer; }
 
@@ -50,37 +57,16 @@ void for_each_kept_block(const deletion& what, Copy&& copy) {
     }
 }
 
-// Each element is stored over the one before unless that one stays, without a branch.
-template <std::size_t Width>
-void squeeze(const std::byte* from, std::byte* to, const deletion& what) noexcept {
-    const keep_list& keep = what.keep;
-    for (std::size_t pass = 0; pass < what.outer; ++pass, from += keep.dim * Width) {
-        std::byte* const end = to + keep.count * Width;
-        for (std::size_t i = 0; to != end; ++i) {
-            std::memcpy(to, from + i * Width, Width);
-            to += keep.marks[i] * Width;
-        }
-    }
-}
-
 void copy_kept(const void* source, void* target, std::size_t width, const deletion& what) noexcept {
     const auto* const from = static_cast<const std::byte*>(source);
     auto* to = static_cast<std::byte*>(target);
-    if (what.keep.marks != nullptr && what.inner == 1) {
-        switch (width) {
-        case 1:
-            return squeeze<1>(from, to, what);
-        case 2:
-            return squeeze<2>(from, to, what);
-        case 4:
-            return squeeze<4>(from, to, what);
-        case 8:
-            return squeeze<8>(from, to, what);
-        case 16:
-            return squeeze<16>(from, to, what);
-        default:
-            break;
-        }
+    if (what.keep.marks != nullptr && what.inner == 1 && width <= widest_packed) {
+        const keep_list& keep = what.keep;
+        const pack_kernel pack = family.get().pack[static_cast<std::size_t>(std::countr_zero(width))];
+        for (std::size_t pass = 0; pass < what.outer; ++pass)
+            pack(keep.marks.get(), from + pass * keep.dim * width, to + pass * keep.count * width,
+                 keep.count);
+        return;
     }
     for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
         std::memcpy(to, from + first * width, count * width);

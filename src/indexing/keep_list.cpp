@@ -1,11 +1,13 @@
 // Subscripts of a deletion, in the order in which they are tried:
 //
 //   a full logical one as long as the dimension   its false elements stay, without a list of positions in between
-//   one position, a range of step 1, a list of    a run is deleted
-//   consecutive positions
-//   any other                                     marks, and each position takes its mark away
+//   a range or a single double within it          without a list, too
+//   any other                                     converted in full
+//
+// Of positions side by side a run is deleted. Where they aren't, there are marks, and each position takes its mark away.
 #include "indexing/keep_list.hpp"
 
+#include "indexing/position_steps.hpp"
 #include "indexing/subscript_set.hpp"
 #include "matrix/dimensions.hpp"
 
@@ -83,14 +85,19 @@ keep_list kept_beside_list(const kvIndex* positions, kvSize count, kvSize dim) {
     return marks.take();
 }
 
-keep_list kept_beside_range(const kvIndex* words, kvSize count, kvSize dim) {
+keep_list kept_beside_steps(const position_steps& steps, kvSize dim) {
+    constexpr std::size_t backwards = ~std::size_t{0};
+    if (steps.count <= 1 || steps.step == 1) return without_run(dim, steps.first, steps.count);
+    if (steps.step == backwards) return without_run(dim, steps.first - (steps.count - 1), steps.count);
+    unmarking marks(dim);
+    for (kvSize i = 0; i < steps.count; ++i) marks.remove(steps.first + i * steps.step);
+    return marks.take();
+}
+
+position_steps steps_of_range(const kvIndex* words, slot_kind kind, kvSize count) noexcept {
     IndexRange range;
     std::memcpy(&range, words, sizeof range);
-    const kvIndex low = std::min(range.first, range.last);
-    if (count == 1 || range.step == 1) return without_run(dim, low, count);
-    unmarking marks(dim);
-    for (kvSize i = 0; i < count; ++i) marks.remove(low + i * range.step);
-    return marks.take();
+    return {range.first, kind == slot_kind::ascending ? range.step : 0 - range.step, count};
 }
 
 } // namespace
@@ -98,13 +105,15 @@ keep_list kept_beside_range(const kvIndex* words, kvSize count, kvSize dim) {
 keep_list kept_positions(const ndArray_tag* const* subscript, kvSize dim,
                          const BadSubscriptHandler& handler) {
     if (is_full_mask_of(*subscript, dim)) return kept_by_mask(*subscript, dim);
+    if (const auto steps = steps_within(*subscript, dim)) return kept_beside_steps(*steps, dim);
     SubscriptSet set(1, true, false);
     FillSubscriptSlot(set, 0, subscript, dim, handler);
     if (set.info.MaxIndex(0) > dim) errors::raise<TARVEL::legacy_two_part::subsdeldimmismatch>();
     const kvSize count = set.info.NumIndices(0);
     if (count == 0) return without_run(dim, 0, 0);
-    return set.kinds[0] == slot_kind::list ? kept_beside_list(set.indices[0], count, dim)
-                                           : kept_beside_range(set.indices[0], count, dim);
+    const kvIndex* const positions = set.indices[0];
+    if (set.kinds[0] == slot_kind::list) return kept_beside_list(positions, count, dim);
+    return kept_beside_steps(steps_of_range(positions, set.kinds[0], count), dim);
 }
 
 } // namespace matrix::internal

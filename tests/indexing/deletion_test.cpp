@@ -136,8 +136,7 @@ TEST_F(Deletion, AgreesWithReferenceOfWhatStays) {
     for (int round = 0; round < 3000; ++round) {
         const std::size_t ndims = 2 + random() % 3;
         std::vector<std::size_t> dims(ndims);
-        std::size_t count = 1;
-        for (std::size_t& dim : dims) count *= dim = 1 + random() % 5;
+        for (std::size_t& size : dims) size = 1 + random() % 5;
         const bool linear = random() % 3 == 0;
         const std::size_t nsubs = linear ? 1 : 2 + random() % ndims;
         const std::size_t at = random() % nsubs;
