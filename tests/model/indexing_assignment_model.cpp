@@ -154,9 +154,10 @@ target prepare(value& lhs, subscripts subs, const value& rhs, bool field, bool c
     if (skip) to.copy = false;
     if (!skip) fit(to.chosen, lhs_all_zero, rhs.shape, to.copy);
     const auto check_classes = [&] {
-        const bool same_fields = !lhs.is_struct() || field || rhs.fields.size() == lhs.fields.size();
-        const bool suits =
-            field ? lhs.is_struct() : replaced || (lhs.class_id == rhs.class_id && same_fields);
+        bool suits = lhs.class_id == rhs.class_id || replaced;
+        if (field) suits = lhs.is_struct();
+        if (!field && lhs.is_struct() && !replaced)
+            suits = rhs.is_struct() && rhs.fields.size() == lhs.fields.size();
         if (!suits) throw refusal{"invalidConversion"};
     };
     if (check_first) check_classes();
