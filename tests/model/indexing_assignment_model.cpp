@@ -135,9 +135,16 @@ struct target {
     bool copy;
 };
 
-// Everything but the store. check_first: classes are compared before growth is judged, as for structs.
-target prepare(value& lhs, subscripts subs, const value& rhs, bool field, bool check_first,
-               growth_terms& terms) {
+void check_classes(const value& lhs, const value& rhs, bool replaced, bool field) {
+    bool suits = lhs.class_id == rhs.class_id || replaced;
+    if (field) suits = lhs.is_struct() && rhs.class_id == ndCELL_CLASS;
+    if (!field && lhs.is_struct() && !replaced)
+        suits = rhs.is_struct() && rhs.fields.size() == lhs.fields.size();
+    if (!suits) throw refusal{"invalidConversion"};
+}
+
+// Everything but the store.
+target prepare(value& lhs, subscripts subs, const value& rhs, bool field, growth_terms& terms) {
     const bool unknown = lhs.class_id == ndUNKNOWN_CLASS && lhs.is_empty();
     const bool replaced = gives_way(lhs);
     const dims shape = replaced ? dims{0, 0} : lhs.shape;
@@ -153,19 +160,11 @@ target prepare(value& lhs, subscripts subs, const value& rhs, bool field, bool c
     }
     if (skip) to.copy = false;
     if (!skip) fit(to.chosen, lhs_all_zero, rhs.shape, to.copy);
-    const auto check_classes = [&] {
-        bool suits = lhs.class_id == rhs.class_id || replaced;
-        if (field) suits = lhs.is_struct();
-        if (!field && lhs.is_struct() && !replaced)
-            suits = rhs.is_struct() && rhs.fields.size() == lhs.fields.size();
-        if (!suits) throw refusal{"invalidConversion"};
-    };
-    if (check_first) check_classes();
     dims maxima;
     for (const selection& one : to.chosen) maxima.push_back(one.max);
     const std::optional<dims> grown = growth(to.working, maxima, shape);
     if (!grown && scalar && (lhs.is_empty() || replaced)) to.copy = false;
-    check_classes();
+    check_classes(lhs, rhs, replaced, field);
     if (replaced) {
         lhs = blank_value(rhs.class_id, rhs.complex, {0, 0}, rhs.fields); // full, also where rhs is sparse
     }
@@ -226,7 +225,7 @@ void move_elements(value& a, const dims& from, const dims& to, const element& fr
 void assign(value& lhs, subscripts subs, const value& rhs, growth_terms& terms) {
     const bool fields = lhs.is_struct() || (gives_way(lhs) && rhs.is_struct());
     value made = lhs;
-    const target to = prepare(made, subs, rhs, false, fields, terms);
+    const target to = prepare(made, subs, rhs, false, terms);
     if (!terms.resize_only || fields) {
         made.complex = made.complex || rhs.complex;
         if (to.copy)
@@ -240,7 +239,7 @@ void assign(value& lhs, subscripts subs, const value& rhs, growth_terms& terms) 
 void field_assign(value& lhs, subscripts subs, const value& rhs, std::size_t field, bool& grew) {
     value made = lhs;
     growth_terms terms;
-    const target to = prepare(made, subs, rhs, true, true, terms);
+    const target to = prepare(made, subs, rhs, true, terms);
     grew = terms.grew;
     if (to.copy) {
         store(made, to, rhs.elements.size(),

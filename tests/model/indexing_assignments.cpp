@@ -152,7 +152,6 @@ std::string assign_field(index_world& w, choices& from) {
     cell_shape.class_id = ndCELL_CLASS;
     cell_shape.fields.clear();
     const value rhs = any_right_side(from, cell_shape, subs);
-    if (rhs.class_id != ndCELL_CLASS) return {};
     w.tell(std::string("x"), index_of(w, lhs), subs, std::string(" field "), field, std::string(" = "), rhs);
     const real_subscripts real(subs);
     const array_ptr real_rhs = real_array(rhs);
