@@ -6,7 +6,9 @@
 
 #include <nd/assignment.hpp>
 #include <nd/colon.hpp>
+#include <nd/containers.hpp>
 #include <nd/deletion.hpp>
+#include <nd/reference.hpp>
 
 #include <algorithm>
 #include <memory>
@@ -150,25 +152,71 @@ void add_deletion(row_list& rows, const char* size, std::size_t n, std::size_t m
                     .group = "assignment"});
 }
 
+// An engine's c{end + 1} = v, and with a field s(end + 1).f = v: the slot is looked for, and v, which all of them share, goes there.
+meter appended_slots(std::size_t count, std::size_t field) {
+    const array value = owned(ndCreateDoubleScalar(7));
+    const array index = owned(ndCreateDoubleScalar(1));
+    return timed([=] {
+        const char* names[] = {"f"};
+        ndArray_tag* const x = field == 0 ? ndCreateCellMatrix(1, 0) : ndCreateStructMatrix(1, 0, 1, names);
+        const ndArray_tag* const subs[] = {index.get()};
+        for (std::size_t i = 1; i <= count; ++i) {
+            *elements_of(index) = static_cast<double>(i);
+            bool grew = false;
+            const kvIndex slot = api::ndScalarRef(x, 1, subs, field, true, grew);
+            api::ndSetCopyInCell(x, slot, value.get());
+        }
+        ndDestroyArray(x);
+    });
+}
+
+meter appended_numbers(std::size_t count) {
+    return timed([count] {
+        ndArray_tag* const x = ndCreateDoubleMatrix(1, 0, ndREAL);
+        for (kvIndex i = 0; i < count; ++i)
+            api::ndScalarSubscriptedAssignment(x, &i, 1, static_cast<double>(i));
+        ndDestroyArray(x);
+    });
+}
+
+meter stores_into_known_size(std::size_t count) {
+    return timed([count] {
+        limit_array* const x = limit_create_result(count);
+        auto* const elements = static_cast<double*>(limit_data(x));
+        for (std::size_t i = 0; i < count; ++i) limit_store(elements, i, static_cast<double>(i));
+        limit_destroy_result(x, count * sizeof(double));
+    });
+}
+
 // One past the end, again and again, beginning with nothing.
 void add_growth(row_list& rows) {
     rows.push_back({.work = "append_1e5",
                     .size = "1e5",
                     .limit_name = "array-of-known-size,call-per-element",
-                    .libnd = timed([] {
-                        ndArray_tag* const x = ndCreateDoubleMatrix(1, 0, ndREAL);
-                        for (kvIndex i = 0; i < appended; ++i)
-                            api::ndScalarSubscriptedAssignment(x, &i, 1, static_cast<double>(i));
-                        ndDestroyArray(x);
-                    }),
-                    .limit = timed([] {
-                        limit_array* const x = limit_create_result(appended);
-                        auto* const elements = static_cast<double*>(limit_data(x));
-                        for (std::size_t i = 0; i < appended; ++i)
-                            limit_store(elements, i, static_cast<double>(i));
-                        limit_destroy_result(x, appended * sizeof(double));
-                    }),
+                    .libnd = appended_numbers(appended),
+                    .limit = stores_into_known_size(appended),
                     .group = "assignment"});
+}
+
+// For information: ten times as many take ten times as long where growth is amortised.
+void add_long_growth(row_list& rows) {
+    const struct {
+        const char* name;
+        std::size_t count;
+    } lengths[] = {{"1e4", 10000}, {"1e5", 100000}, {"1e6", 1000000}};
+    for (const auto& length : lengths) {
+        const auto add = [&](const char* work, const meter& libnd) {
+            rows.push_back({.work = work,
+                            .size = length.name,
+                            .limit_name = "array-of-known-size,call-per-element",
+                            .libnd = libnd,
+                            .limit = stores_into_known_size(length.count),
+                            .group = "growth"});
+        };
+        add("append(vector)", appended_numbers(length.count));
+        add("append(cell)", appended_slots(length.count, 0));
+        add("append(field)", appended_slots(length.count, 1));
+    }
 }
 
 } // namespace
@@ -181,6 +229,7 @@ row_list assignment_rows() {
     add_deletion(rows, "1000", 1000, 64);
     add_deletion(rows, "1e6", 1000000, 1);
     add_growth(rows);
+    add_long_growth(rows);
     return rows;
 }
 
