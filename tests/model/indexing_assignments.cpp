@@ -173,7 +173,8 @@ std::string append(index_world& w, choices& from) {
     handle& lhs = w.pick(from);
     own(lhs);
     const std::size_t times = 1 + from.below(12);
-    const value one = any_value_of(from, lhs.expected.class_id, {1, 1}, lhs.expected.fields);
+    const ndClassID id = lhs.expected.class_id == ndUNKNOWN_CLASS ? any_class(from) : lhs.expected.class_id;
+    const value one = any_value_of(from, id, {1, 1}, lhs.expected.fields);
     w.tell(std::string("x"), index_of(w, lhs), std::string("(end + 1) = "), one, std::string(", times "),
            times);
     const array_ptr real_one = real_array(one);
