@@ -193,14 +193,6 @@ void store(value& lhs, const target& to, std::size_t available, Store put) {
     }
 }
 
-// Zeros of a sparse array have no sign.
-void lose_signs_of_zeros(value& a) {
-    if (!a.sparse) return;
-    for (element& one : a.elements) {
-        if (number_of(a.class_id, one.re) == 0 && number_of(a.class_id, one.im) == 0) one = a.blank();
-    }
-}
-
 } // namespace
 
 void move_elements(value& a, const dims& from, const dims& to, const element& fresh) {
@@ -232,7 +224,7 @@ void assign(value& lhs, subscripts subs, const value& rhs, growth_terms& terms) 
             store(made, to, rhs.elements.size(), [&](element& at, std::size_t i) { at = rhs.elements[i]; });
         free_zero_imaginary(made);
     }
-    lose_signs_of_zeros(made);
+    store_sparsely(made);
     lhs = std::move(made);
 }
 

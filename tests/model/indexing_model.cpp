@@ -209,6 +209,14 @@ void free_zero_imaginary(value& a) {
     a.complex = false;
 }
 
+void store_sparsely(value& a) {
+    if (!a.sparse) return;
+    a.shape = folded(a.shape, 2);
+    for (element& one : a.elements) {
+        if (number_of(a.class_id, one.re) == 0 && number_of(a.class_id, one.im) == 0) one = a.blank();
+    }
+}
+
 value reference(const value& a, subscripts subs) {
     const std::vector<selection> chosen = select_within(a, subs);
     value result = blank_value(a.class_id, a.complex, {0, 0}, a.fields);
@@ -249,8 +257,12 @@ void erase(value& a, subscripts subs) {
         if (subs.size() == 1 && above_one > 1) a.shape = {1, count_of(a.shape)};
         return free_zero_imaginary(a);
     }
-    if (others == 0) return empty_along(a, subs, 0);
-    erase_along(a, subs, q);
+    if (others == 0) {
+        empty_along(a, subs, 0);
+    } else {
+        erase_along(a, subs, q);
+    }
+    store_sparsely(a);
 }
 
 double end_of(const value& a, std::size_t position, std::size_t nsubs) {

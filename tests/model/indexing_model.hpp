@@ -94,6 +94,10 @@ void check_size(const dims& shape, std::size_t element_bytes);
 /// A complex value without imaginary parts becomes real.
 void free_zero_imaginary(value& a);
 
+/// What becomes of a sparse array that was changed in full storage: its zeros have no sign, and columns are all that is left of further
+/// dimensions.
+void store_sparsely(value& a);
+
 value reference(const value& a, subscripts subs);
 
 /// Field number field, counted from 1, of the elements that are selected, as a cell.
