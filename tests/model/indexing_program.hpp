@@ -41,7 +41,7 @@ public:
     };
 
     /// story: what the steps do is written down.
-    explicit index_world(bool story = false) : before_(test::count_live_blocks()), telling_(story) {}
+    explicit index_world(bool story = false) : before_(count_blocks()), telling_(story) {}
 
     /// Does the step on both sides. Empty, or what differs.
     std::string run(std::span<const std::uint8_t> step);
@@ -65,6 +65,7 @@ public:
     }
 
 private:
+    static test::live_blocks count_blocks();
     static std::string text(const std::string& part) { return part; }
     static std::string text(std::size_t part) { return std::to_string(part); }
     static std::string text(const value& part) { return text_of(part); }
