@@ -86,7 +86,7 @@ std::string ask(index_world& w, choices& from) {
     if ((result == ndSCALAR_REF_EXCEEDS) != (expected.failed != 0)) return "in range or not";
     if (expected.failed != 0 ? failed != expected.failed || offset != 12345 : offset != expected.offset)
         return "offset " + std::to_string(offset) + ", subscript " + std::to_string(failed);
-    for (std::size_t position = 1; position <= nsubs + 1; ++position) {
+    for (std::size_t position = 1; position <= nsubs; ++position) {
         if (api::ndGetEnd(a.real.get(), position, nsubs) != end_of(a.expected, position, nsubs))
             return "the end";
     }
