@@ -163,6 +163,7 @@ void delete_everything(ndArray_tag* array, dims_view shape) {
     array_ptr result = create_empty_copy(array);
     result->set_dimensions(shape);
     result->flags &= ~flag_complex;
+    result->flags |= array->flags & flag_empty_square_bracket; // still the literal, as a container is
     move_onto(array, std::move(result));
 }
 
