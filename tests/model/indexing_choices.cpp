@@ -137,7 +137,9 @@ value colon_object(choices& from, double start, double step, double stop) {
     const bool holds =
         made.class_id == ndDOUBLE_CLASS || (start >= 0 && start < 120 && stop >= 0 && stop < 120 &&
                                             start == std::trunc(start) && stop == std::trunc(stop));
-    if (!holds) made.class_id = ndDOUBLE_CLASS;
+    const bool wide = made.class_id == ndINT64_CLASS || made.class_id == ndUINT64_CLASS;
+    // Of the wide classes a fraction of the step counts for positions only, not for the elements.
+    if (!holds || (wide && step != std::trunc(step))) made.class_id = ndDOUBLE_CLASS;
     made.as_range = range{start, step, stop};
     return made;
 }
@@ -219,7 +221,7 @@ value sparse_subscript(choices& from, std::size_t dim) {
     value made = from.below(2) == 0 ? mask(from, dim) : index_list(from, dim, 0);
     if (!can_be_sparse(made.class_id)) made = numbers(ndDOUBLE_CLASS, made.shape, {1});
     if (made.shape.size() > 2) made.shape = {1, count_of(made.shape)};
-    if (made.class_id == ndDOUBLE_CLASS && from.seldom(4)) made.elements[0].re = 0;
+    if (made.class_id == ndDOUBLE_CLASS && !made.elements.empty() && from.seldom(4)) made.elements[0].re = 0;
     make_sparse(made);
     return made;
 }
