@@ -76,13 +76,29 @@ void copy_kept(const void* source, void* target, std::size_t width, const deleti
 
 void move_onto(ndArray_tag* array, array_ptr value) { api::ndMoveArrayOntoHeader(array, value.release()); }
 
+// A header that has nothing but a block of plain elements and two dimensions.
+bool is_bare(const ndArray_tag* array) noexcept {
+    return array->share_record == nullptr && array->root_record == nullptr && array->dims32 == nullptr &&
+           has_inline_dims(array);
+}
+
+// The same where both headers are of one class of plain elements. Bare ones swap what they have, and the value ends as any array does.
+void move_plain_onto(ndArray_tag* array, array_ptr value) {
+    if (!is_bare(array) || !is_bare(value.get())) return move_onto(array, std::move(value));
+    std::swap(array->pdata, value->pdata);
+    std::swap(array->m_or_dims, value->m_or_dims);
+    std::swap(array->n_or_ndims, value->n_or_ndims);
+    std::swap(array->flags, value->flags);
+    array->flags &= ~(flag_reusable | flag_empty_square_bracket);
+}
+
 void delete_plain(ndArray_tag* array, const deletion& what) {
     bring_data_up_to_date(array);
     array_ptr result = matrix::detail::do_create_uninitnumeric(what.shape, code_of(array));
     result->flags |= array->flags & flags_kept_by_reference;
     copy_kept(array->pdata, result->pdata, stored_element_size(array), what);
     if (is_complex(result.get())) free_imag_if_zero(result.get());
-    move_onto(array, std::move(result));
+    move_plain_onto(array, std::move(result));
 }
 
 void destroy_slots(ndArray_tag* container, std::size_t first, std::size_t count) noexcept {

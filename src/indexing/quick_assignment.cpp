@@ -1,23 +1,19 @@
 // Short ways of assignment. What doesn't qualify is left to the full way, which gives the same results.
 #include "indexing/quick_assignment.hpp"
 
-#include "indexing/numbers.hpp"
+#include "indexing/folded_dimensions.hpp"
+#include "indexing/position_steps.hpp"
 #include "indexing/store_loops.hpp"
 #include "matrix/accessors.hpp"
-#include "matrix/colon_layout.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/scaffolding.hpp"
 
-#include <nd/colon.hpp>
-#include <nd/scalars.hpp>
-
 #include <array>
 #include <cstring>
+#include <optional>
 
 namespace matrix::internal {
 namespace {
-
-namespace api = matrix::detail::noninlined::nd_array_api;
 
 bool has_current_data(const ndArray_tag* array) noexcept {
     if (array->pdata == nullptr) return false;
@@ -33,101 +29,136 @@ bool is_plain(const ndArray_tag* array) noexcept {
            has_current_data(array);
 }
 
-struct values {
-    const std::byte* data;
+// The right-hand side, as far as it has been stored.
+struct value_source {
+    const std::byte* next;
     bool scalar;
+
+    const std::byte* take(std::size_t bytes) noexcept {
+        const std::byte* const taken = next;
+        if (!scalar) next += bytes;
+        return taken;
+    }
 };
 
-// A position is whole and within the array: it has been tested.
-template <std::size_t Width, class Index>
-void scatter(std::byte* to, const Index* subscripts, std::size_t count, const values& from) noexcept {
-    // Subscripts count from 1.
-    const auto place = [to](Index subscript) {
+template <std::size_t Width>
+void store_steps(std::byte* to, const position_steps& steps, value_source& from) noexcept {
+    const std::byte* const values = from.take(steps.count * Width);
+    const std::size_t stride = from.scalar ? 0 : Width;
+    std::byte* const first = to + steps.first * Width;
+    if (steps.count == 1) {
+        std::memcpy(first, values, Width);
+    } else if (steps.step == 1 && from.scalar) {
+        fill_block<Width>(first, values, steps.count);
+    } else if (steps.step == 1) {
+        std::memcpy(first, values, steps.count * Width);
+    } else {
+        const auto step =
+            static_cast<std::ptrdiff_t>(steps.step * Width); // of a range that descends, below 0
+        for (std::size_t i = 0; i < steps.count; ++i)
+            std::memcpy(first + static_cast<std::ptrdiff_t>(i) * step, values + i * stride, Width);
+    }
+}
+
+// Subscripts have been tested: they are whole and within the array, counted from 1.
+template <std::size_t Width, class Subscript>
+void scatter(std::byte* to, const Subscript* subscripts, std::size_t count, value_source& from) noexcept {
+    const auto place = [to](Subscript subscript) {
         return to + (static_cast<std::uint64_t>(static_cast<std::int64_t>(subscript)) - 1) * Width;
     };
     if (from.scalar) {
         std::array<std::byte, Width> value;
-        std::memcpy(value.data(), from.data, Width);
+        std::memcpy(value.data(), from.next, Width);
         for (std::size_t i = 0; i < count; ++i) std::memcpy(place(subscripts[i]), value.data(), Width);
         return;
     }
-    for (std::size_t i = 0; i < count; ++i) std::memcpy(place(subscripts[i]), from.data + i * Width, Width);
+    const std::byte* const values = from.next;
+    for (std::size_t i = 0; i < count; ++i) std::memcpy(place(subscripts[i]), values + i * Width, Width);
 }
 
-template <std::size_t Width>
-bool store_through(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscript, std::size_t count,
-                   const values& from) noexcept {
-    auto* const to = static_cast<std::byte*>(lhs->pdata);
-    const store_kernels& kernels = store_kernels_in_use();
-    if (subscript->class_id == ndDOUBLE_CLASS) {
-        const auto* const subscripts = static_cast<const double*>(subscript->pdata);
-        if (!kernels.doubles_within(subscripts, count, room)) return false;
-        scatter<Width>(to, subscripts, count, from);
-        return true;
-    }
-    const auto* const subscripts = static_cast<const std::uint64_t*>(subscript->pdata);
-    if (!kernels.words_within(subscripts, count, room)) return false;
-    scatter<Width>(to, subscripts, count, from);
+template <std::size_t Width, class Subscript>
+bool scatter_within(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscript, std::size_t count,
+                    bool (*within)(const Subscript*, std::size_t, std::uint64_t) noexcept,
+                    value_source& from) noexcept {
+    const auto* const subscripts = static_cast<const Subscript*>(subscript->pdata);
+    if (!within(subscripts, count, room)) return false;
+    scatter<Width>(static_cast<std::byte*>(lhs->pdata), subscripts, count, from);
     return true;
 }
 
+bool fits(const ndArray_tag* rhs, std::size_t count) noexcept {
+    const std::size_t given = element_count(rhs);
+    return count != 0 && (given == 1 || given == count);
+}
+
 template <std::size_t Width>
-void store_block(ndArray_tag* lhs, std::size_t first, std::size_t count, const values& from) noexcept {
-    std::byte* const to = static_cast<std::byte*>(lhs->pdata) + first * Width;
-    if (from.scalar) {
-        fill_block<Width>(to, from.data, count);
-    } else {
-        std::memcpy(to, from.data, count * Width);
-    }
-}
-
-// What one subscript selects.
-struct selection {
-    std::size_t first;
-    std::size_t count; // 0: not here
-    bool is_block;
-};
-
-selection whole_range(const ndArray_tag* colon_object, std::size_t room) noexcept {
-    double operands[3];
-    api::ndGetColonObjValues(colon_object, operands);
-    const double start = operands[0];
-    const double stop = operands[2];
-    const bool fits = operands[1] == 1 && start >= 1 && start <= stop && stop <= largest_exact &&
-                      is_whole(start) && is_whole(stop) && static_cast<std::size_t>(stop) <= room;
-    if (!fits) return {0, 0, true};
-    const auto first = static_cast<std::size_t>(start) - 1;
-    return {first, static_cast<std::size_t>(stop) - first, true};
-}
-
-selection select(const ndArray_tag* subscript, std::size_t room) noexcept {
-    if (api::ndIsColonIndex(subscript)) return {0, room, true};
-    if (is_colon_object(subscript)) return whole_range(subscript, room);
+bool assign_listed(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscript, const ndArray_tag* rhs,
+                   value_source from) noexcept {
     const std::int32_t id = subscript->class_id;
-    const bool is_list = id == ndDOUBLE_CLASS || id == ndINT64_CLASS || id == ndUINT64_CLASS;
-    if (!is_list || !is_plain(subscript)) return {0, 0, false};
-    return {0, element_count(subscript), false};
+    const bool wide = id == ndINT64_CLASS || id == ndUINT64_CLASS;
+    if ((!wide && id != ndDOUBLE_CLASS) || !is_plain(subscript) || subscript->pdata == lhs->pdata)
+        return false;
+    const std::size_t count = element_count(subscript);
+    if (!fits(rhs, count)) return false;
+    const store_kernels& kernels = store_kernels_in_use();
+    return wide ? scatter_within<Width>(lhs, room, subscript, count, kernels.words_within, from)
+                : scatter_within<Width>(lhs, room, subscript, count, kernels.doubles_within, from);
 }
 
 template <std::size_t Width>
-bool assign(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscript, const selection& selected,
-            const values& from) noexcept {
-    if (!selected.is_block) return store_through<Width>(lhs, room, subscript, selected.count, from);
-    store_block<Width>(lhs, selected.first, selected.count, from);
+bool assign_vector(ndArray_tag* lhs, const ndArray_tag* subscript, const ndArray_tag* rhs,
+                   value_source from) noexcept {
+    const std::size_t room = element_count(lhs);
+    const std::optional<position_steps> steps = steps_within(subscript, room);
+    if (!steps) return assign_listed<Width>(lhs, room, subscript, rhs, from);
+    if (!fits(rhs, steps->count)) return false;
+    store_steps<Width>(static_cast<std::byte*>(lhs->pdata), *steps, from);
     return true;
 }
 
-bool assign_by_width(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscript,
-                     const selection& selected, const values& from) noexcept {
+// A row or a column fits both; anything else must have the shape that is selected.
+bool fits_block(const ndArray_tag* rhs, std::size_t rows, std::size_t columns) noexcept {
+    if (!fits(rhs, rows * columns)) return false;
+    if (element_count(rhs) == 1) return true;
+    const dims_view dims = dims_of(rhs);
+    if (dims.size() != 2) return false;
+    if (dims[0] == rows && dims[1] == columns) return true;
+    return (rows == 1 || columns == 1) && (dims[0] == 1 || dims[1] == 1);
+}
+
+template <std::size_t Width>
+bool assign_block(ndArray_tag* lhs, const ndArray_tag* const* subs, const ndArray_tag* rhs,
+                  value_source from) noexcept {
+    const dims_view dims = dims_of(lhs);
+    const std::optional<position_steps> rows = steps_within(subs[0], dims[0]);
+    if (!rows) return false;
+    const std::optional<position_steps> columns = steps_within(subs[1], folded_dimension(dims, 2, 1));
+    if (!columns || !fits_block(rhs, rows->count, columns->count)) return false;
+    auto* const data = static_cast<std::byte*>(lhs->pdata);
+    for (std::size_t i = 0; i < columns->count; ++i)
+        store_steps<Width>(data + (columns->first + i * columns->step) * dims[0] * Width, *rows, from);
+    return true;
+}
+
+template <std::size_t Width>
+bool assign(ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs, const ndArray_tag* rhs,
+            value_source from) noexcept {
+    return nsubs == 1 ? assign_vector<Width>(lhs, subs[0], rhs, from)
+                      : assign_block<Width>(lhs, subs, rhs, from);
+}
+
+bool assign_by_width(ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
+                     const ndArray_tag* rhs) noexcept {
+    const value_source from{static_cast<const std::byte*>(rhs->pdata), element_count(rhs) == 1};
     switch (element_size(code_of(lhs->class_id, false))) {
     case 1:
-        return assign<1>(lhs, room, subscript, selected, from);
+        return assign<1>(lhs, nsubs, subs, rhs, from);
     case 2:
-        return assign<2>(lhs, room, subscript, selected, from);
+        return assign<2>(lhs, nsubs, subs, rhs, from);
     case 4:
-        return assign<4>(lhs, room, subscript, selected, from);
+        return assign<4>(lhs, nsubs, subs, rhs, from);
     default:
-        return assign<8>(lhs, room, subscript, selected, from);
+        return assign<8>(lhs, nsubs, subs, rhs, from);
     }
 }
 
@@ -135,17 +166,11 @@ bool assign_by_width(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subs
 
 bool assign_quickly(ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
                     const ndArray_tag* rhs) noexcept {
-    if (nsubs != 1 || lhs->class_id != rhs->class_id || !is_plain(lhs) || !is_plain(rhs)) return false;
-    const ndArray_tag* const subscript = subs[0];
-    if (lhs->pdata == rhs->pdata || lhs->pdata == subscript->pdata) return false;
-    const std::size_t room = element_count(lhs);
-    const std::size_t given = element_count(rhs);
-    const selection selected = select(subscript, room);
-    if (selected.count == 0 || (given != 1 && given != selected.count)) return false;
-    if (!assign_by_width(lhs, room, subscript, selected,
-                         {static_cast<const std::byte*>(rhs->pdata), given == 1}))
+    if ((nsubs != 1 && nsubs != 2) || lhs->class_id != rhs->class_id || !is_plain(lhs) || !is_plain(rhs) ||
+        lhs->pdata == rhs->pdata)
         return false;
-    if (room == 1) refresh_scalar_double(lhs);
+    if (!assign_by_width(lhs, nsubs, subs, rhs)) return false;
+    if (lhs->class_id == ndDOUBLE_CLASS) refresh_scalar_double(lhs);
     return true;
 }
 

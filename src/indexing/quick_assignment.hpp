@@ -7,10 +7,10 @@
 
 namespace matrix::internal {
 
-/// x(i) = y with one subscript into a full array of plain elements, y of its class and complexity:
+/// x(s) = y and x(r, c) = y for a full real array of plain elements and y of its class:
 ///
-///   a range that ascends by 1   a block is copied or filled
-///   doubles, 64-bit integers    all values are tested, then stored through; a scalar y goes to all of them
+///   r, c, s   the colon, a whole range, a single double: blocks are copied or filled, and elements at steps
+///   s         a full vector of doubles or 64-bit integers: all are tested, then values are stored through them
 ///
 /// False, with nothing changed, for everything else, also for what is an error or would make x grow: the full way finds out.
 /// Raises nothing.

@@ -57,7 +57,7 @@ void become_real_if_possible(ndArray_tag* array) noexcept {
 class dense_assignment {
 public:
     dense_assignment(ndArray_tag* lhs, subscript_list subs, const ndArray_tag* rhs)
-        : rhs_(rhs), fitted_(lhs, subs, rhs), lhs_(lhs), changed_(lhs), grew_(fitted_.reaches_beyond()) {
+        : rhs_(rhs), fitted_(lhs, subs, rhs), changed_(lhs), grew_(fitted_.reaches_beyond()) {
         if (lhs->share_record != nullptr) lhs->interleave_data();
         if (fitted_.is_one_colon_of_nothing() && makes_own_elements(rhs))
             errors::raise<TARVEL::matrix::singleSubscriptNumelMismatch>();
@@ -108,7 +108,6 @@ private:
 
     const ndArray_tag* rhs_;
     fitted_subscripts fitted_;
-    ndArray_tag* lhs_;
     changed_array changed_;
     bool grew_;
 };

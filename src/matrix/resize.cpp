@@ -12,6 +12,7 @@
 #include "matrix/header_factory.hpp"
 #include "matrix/own_block.hpp"
 #include "matrix/resize_kernels.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/size_check.hpp"
 
 #include <foundation/core/except/exception.hpp>
@@ -75,6 +76,7 @@ void grow(ndArray_tag* array, const growth& change) {
     if (!change.keep && old_data != nullptr) std::memcpy(block.data, old_data, change.old_count * Width);
     write_elements<Width>(old_data, block.data, change, true);
     replace_block(array, block.data);
+    end_view(array); // parts that were kept for the old block
     if (block.tracked) array->flags |= flag_capacity_tracked;
 }
 

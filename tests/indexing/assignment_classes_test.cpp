@@ -304,7 +304,7 @@ TEST_F(AssignmentClasses, OpaqueElementsAreReplacedByTheirClass) {
     assign(x.get(), {"1:2"}, opaque({1, 1}, {4}).get());
     EXPECT_EQ(elements_of(x), (elements{4, 4, 8, 0, 7}));
     opaque_world::elements_before_failure = 0;
-    EXPECT_EQ(error_of([&] { assign(x.get(), {"1"}, opaque({1, 1}, {6}).get()); }), "out of memory");
+    EXPECT_EQ(error_of([&] { assign(x.get(), {"1"}, opaque({1, 1}, {6}).get()); }), "TARVEL:nomem nomem()");
     EXPECT_EQ(elements_of(x), (elements{4, 4, 8, 0, 7}));
 }
 
@@ -380,7 +380,7 @@ TEST_F(AssignmentClasses, GapsInAGrowingArrayOfTheHandleClassAreTheCallers) {
                  std::bad_function_call);
     EXPECT_EQ(elements_of(x), (elements{1, 2}));
     EXPECT_EQ(error_of([&] { assign(ways[0].lhs().get(), {":"}, y.get()); }),
-              "TARVEL:singleSubscriptNumelMismatch singleSubscriptNumelMismatch()");
+              "TARVEL:matrix:singleSubscriptNumelMismatch singleSubscriptNumelMismatch()");
     const array_ptr other = opaque({1, 2}, {1, 2}, 2);
     assign(other.get(), {"4"}, opaque({1, 1}, {5}, 2).get());
     EXPECT_EQ(elements_of(other), (elements{1, 2, 0, 5}));

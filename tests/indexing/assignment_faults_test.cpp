@@ -78,7 +78,7 @@ const fault_case cases[] = {
      [] { return arr("cell 1x3", arr("cell", arr("double", {9})), nullptr, arr("char", u"x")); }},
     {"scalar cell", cells, {"1:5"}, [] { return arr("cell", arr("cell", arr("double", {9}))); }},
     {"eleven subscripts",
-     cells,
+     [] { return arr("cell 1x2", arr("double", {1}), arr("char", u"x")); },
      {"1", ":", "1", "1", "1", "1", "1", "1", "1", "1", "2"},
      [] { return arr("cell", arr("double", {9})); }},
     {"eleven subscripts, complex",

@@ -79,10 +79,10 @@ const bad_reference bad_references[] = {
      [] {
          return subs_of(arr("complex double", {{1, 0}}));
      },
-     "TARVEL:badsubscript badTypeIndices(1, 3x4, 1, 1)"},
+     "TARVEL:badsubscript badTypeIndices(1, 3x4, 1+0i, 1)"},
     {"3x4", [] { return subs_of(range(0, 1, 3)); }, "TARVEL:badsubscript badTypeIndices(1, 3x4, 0, 1)"},
     {"3x4", [] { return subs_of(one(1e15)); },
-     "TARVEL:badsubscript indexExceedsDims(1, 3x4, 1000000000000000, 1, numeric)"},
+     "TARVEL:badsubscript indexExceedsDims(1, 3x4, 1e+15, 1, numeric)"},
     {"3x4", [] { return subs_of(range(1, 1, INFINITY)); },
      "TARVEL:colon:nonFiniteEndpoint nonFiniteEndpoint()"},
     {"3x4", [] { return subscripts(); }, "TARVEL:nindexIsZero nindexIsZero()"},
@@ -123,7 +123,7 @@ TEST_F(ReferenceErrors, OfAResultThatIsTooLargeComeBeforeItIsMade) {
     const array_ptr sparse = sparse_arr("double 1099511627776x4", {{0, 0, 1}});
     EXPECT_THROW(at(sparse, arr("double 1x1", {1}), arr("double 1x1", {1}), arr("double 1x2", {1, 1})),
                  matrix::internal::SizeLimitExceeded);
-    EXPECT_THROW(matrix::subscriptedReference(*x, std::span(subs).first(3)),
+    EXPECT_THROW(matrix::subscriptedReference(*x, std::span(subs).first(2)),
                  matrix::internal::SizeLimitExceeded);
     limit.setEnabled(false);
 }

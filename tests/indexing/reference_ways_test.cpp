@@ -57,7 +57,7 @@ TEST_F(ReferenceWays, GiveTheSameOfVectors) {
                     expect_same(x, subs_of(random_numbers(index, length, length, random)));
                 for (const unsigned percent : {0U, 3U, 50U, 97U, 100U}) {
                     expect_same(x, subs_of(random_mask(length, percent, random)));
-                    expect_same(x, subs_of(random_mask(length / 2, percent, random)));
+                    expect_same(x, subs_of(random_mask((length + 1) / 2, percent, random)));
                 }
                 expect_same(x, subs_of(colon()));
             }
@@ -160,8 +160,8 @@ TEST_F(ReferenceWays, LeaveBadSubscriptsToTheLongOne) {
 TEST_F(ReferenceWays, AgreeWithOneElementAtATime) {
     std::mt19937 random(7);
     for (int round = 0; round < 300; ++round) {
-        const std::size_t rows = 1 + random() % 6;
-        const std::size_t columns = 1 + random() % 6;
+        const std::size_t rows = 1 + random() % 5;
+        const std::size_t columns = 1 + random() % 5;
         const std::size_t pages = 1 + random() % 3;
         const array_ptr x = numbered("int32 " + std::to_string(rows) + "x" + std::to_string(columns) + "x" +
                                      std::to_string(pages));

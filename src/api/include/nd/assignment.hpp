@@ -42,9 +42,9 @@ namespace matrix::detail::noninlined::nd_array_api {
 ///   TARVEL:legacy_two_part:invalidConversion  the right-hand side is of another class
 ///   TARVEL:legacy_two_part:err_non_scalar_function_handles  a function handle would get more than one element
 ///   TARVEL:pmaxsize, SizeLimitExceeded  the new size; out of memory
-/// A struct or object is ndStructureAssignment's (nd/structures.hpp), also as the right-hand side of a left side that gives way. A
-/// growing array of the opaque class "HOBJ" isn't for this function: where the class would have to make new elements the
-/// process ends.
+/// A struct or object is ndStructureAssignment's (nd/structures.hpp), also as the right-hand side of a left side that gives way. Where a
+/// growing array of the opaque class "HOBJ" would get elements that the assignment doesn't store, std::bad_function_call is raised: the
+/// next function is for that.
 ND_EXPORT void ndSubscriptedAssignment(ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
                                        const ndArray_tag* rhs);
 
