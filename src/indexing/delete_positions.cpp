@@ -78,8 +78,8 @@ void move_onto(ndArray_tag* array, array_ptr value) { api::ndMoveArrayOntoHeader
 
 // A header that has nothing but a block of plain elements and two dimensions.
 bool is_bare(const ndArray_tag* array) noexcept {
-    return array->share_record == nullptr && array->root_record == nullptr && array->dims32 == nullptr &&
-           has_inline_dims(array);
+    return array->share_record == nullptr && (array->flags & flag_shared_data) == 0 &&
+           array->root_record == nullptr && array->dims32 == nullptr && has_inline_dims(array);
 }
 
 // The same where both headers are of one class of plain elements. Bare ones swap what they have, and the value ends as any array does.

@@ -1,6 +1,6 @@
 // Deletion by subscripts. Cases, in the order in which they are tried:
 //
-//   no subscript; empty of class unknown   errors
+//   no subscript; no class         errors
 //   indexing-opaque                its class is told by the assignment of an empty array
 //   colon object, sparse array     the vector or the full array that it stands for, which comes back as what it was
 //   a subscript without elements   of an empty array: nothing goes

@@ -3,6 +3,7 @@
 #include "indexing/sub_list.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/function_records.hpp"
+#include "matrix/opaque_assignment.hpp"
 #include "support/array_matchers.hpp"
 #include "support/fixture.hpp"
 #include "support/variations.hpp"
@@ -231,6 +232,29 @@ TEST_F(DeletionFromContainers, CopiesOpaqueElementsByTheirClass) {
     EXPECT_EQ(api::ndGetN(x.get()), 2u);
     erase(x, ":");
     EXPECT_TRUE(api::ndIsEmpty(x.get()));
+}
+
+// What an indexing-opaque array does with a deletion is its class's affair: it hears of an assignment of nothing.
+TEST_F(DeletionFromContainers, TellsTheClassOfAnIndexingOpaqueArray) {
+    static std::string heard;
+    static constexpr matrix::internal::opaque_assignment_table table{
+        [](ndArray_tag*, std::size_t nsubs, const kvIndex* const* positions, const kvSize* counts,
+           const kvSize*, const ndArray_tag* rhs) {
+            heard = std::to_string(nsubs) + " subscripts, " + std::to_string(counts[1]) + " from " +
+                    std::to_string(positions[1][0]) + ", " + array_text(rhs).substr(0, 10);
+        },
+        nullptr, nullptr};
+    const std::size_t dims[] = {2, 3};
+    const array_ptr x = matrix::create(dims, ndOPAQUE_CLASS, ndREAL);
+    x->flags |= matrix::flag_indexing_opaque;
+    EXPECT_EQ(error_of([&] { erase(x, ":, [2 3]"); }), "TARVEL:invalidInput invalidInput()");
+    matrix::internal::set_opaque_assignment(&table);
+    erase(x, ":, [2 3]");
+    matrix::internal::set_opaque_assignment(nullptr);
+    EXPECT_EQ(heard, "2 subscripts, 2 from 1, double 0x0");
+    x->flags &= ~matrix::flag_indexing_opaque; // the slots are given back as they were made
+    heard.clear();
+    heard.shrink_to_fit();
 }
 
 } // namespace

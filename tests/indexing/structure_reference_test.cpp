@@ -202,11 +202,11 @@ TEST_F(StructureReference, RefusesInEveryModuleMode) {
 }
 
 TEST_F(StructureReference, HandsOutATemporary) {
-    const module_mode_scope scope(mode_exceptions);
+    const lists_on lists;
     const array_ptr s = counting("1x3");
     const sub_list subs("2");
     ndArray_tag* const result = api::ndStructureReference(s.get(), subs.size(), subs.data(), 1);
-    EXPECT_EQ(result->scope, static_cast<std::uint32_t>(ndTEMPORARY_SCOPE));
+    EXPECT_EQ(result->scope, ndTEMPORARY_SCOPE);
     EXPECT_EQ(content_text(result), "1x1: 20");
     matrix::destroyArray(result);
 }
