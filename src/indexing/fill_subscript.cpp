@@ -1,9 +1,13 @@
-// Subscripts converted one by one: the colon costs nothing, a colon object stays a range where it may, all others become lists.
+// Subscripts converted one by one: the colon and a single double cost nothing, a colon object stays a range where it
+// may, all others become lists.
+#include "indexing/scalar_index.hpp"
 #include "indexing/subscript_lists.hpp"
 
 #include "matrix/colon_layout.hpp"
 
 #include <nd/scalars.hpp>
+
+#include <utility>
 
 namespace matrix::internal {
 
@@ -14,6 +18,8 @@ void FillSubscriptSlot(SubscriptSet& set, std::size_t slot, const ndArray_tag* c
                        const BadSubscriptHandler& handler) {
     const ndArray_tag* const array = *subscript;
     const std::size_t place = set.start + slot;
+    if (const kvIndex index = set.useRanges ? plain_scalar_index(array) : 0; index != 0)
+        return set.put_position(place, index - 1);
     if (api::ndIsColonIndex(array)) return set.put_colon(place, dim);
     if (is_colon_object(array)) return fill_with_range(set, place, array, handler);
     index_list list = array->class_id == ndLOGICAL_CLASS ? logical_positions(array, handler)

@@ -79,7 +79,7 @@ void fill_with_whole(SubscriptSet& set, std::size_t slot, double first, double s
     const auto [range, count, kind] =
         checked_range(truncated<std::int64_t>(first), truncated<std::int64_t>(step),
                       truncated<std::int64_t>(stop), handler);
-    if (set.useRanges) return set.put_range(slot, make_range(range), kind, count);
+    if (set.useRanges) return set.put_range(slot, range, kind, count);
     index_block list = checked_list(count);
     const std::uint64_t forward = kind == slot_kind::ascending ? range.step : 0 - range.step;
     for (std::size_t i = 0; i < count; ++i) list[i] = range.first + i * forward;

@@ -13,6 +13,7 @@
 #include "indexing/position_steps.hpp"
 #include "indexing/reference_kernels.hpp"
 #include "indexing/reference_shape.hpp"
+#include "indexing/scalar_index.hpp"
 #include "indexing/subscript_kernels.hpp"
 
 #include "matrix/accessors.hpp"
@@ -88,9 +89,7 @@ array_ptr finished(const plain_source& source, array_ptr result) {
 void copy_positions(const plain_source& source, const position_steps& steps, std::size_t offset,
                     std::byte* to) {
     const std::byte* const from = source.data + (offset + steps.first) * source.size;
-    if (steps.count == 1 && source.size == sizeof(double)) {
-        std::memcpy(to, from, sizeof(double)); // no call for the most frequent of all
-    } else if (steps.step == 1) {
+    if (steps.step == 1) {
         std::memcpy(to, from, steps.count * source.size);
     } else {
         family.get().stride[source.width()](from, steps.step, steps.count, to);
@@ -101,6 +100,21 @@ array_ptr reference_steps(const plain_source& source, const position_steps& step
     array_ptr result = create_like(source, dims, steps.count);
     if (!result) return nullptr;
     if (steps.count != 0) copy_positions(source, steps, 0, static_cast<std::byte*>(result->pdata));
+    return finished(source, std::move(result));
+}
+
+// The most frequent of all. No limit of the user is as low as one element.
+array_ptr reference_element(const plain_source& source, std::size_t position) {
+    array_ptr result(take_ready_pair(source.code, 1, 1, DataInitialization::uninitialized));
+    const std::size_t dims[] = {1, 1};
+    if (!result) result = create_numeric(dims, source.code, DataInitialization::uninitialized);
+    result->flags |= source.header->flags & flags_kept_by_reference;
+    const std::byte* const from = source.data + position * source.size;
+    if (source.size == sizeof(double)) {
+        std::memcpy(result->pdata, from, sizeof(double));
+    } else {
+        std::memcpy(result->pdata, from, source.size);
+    }
     return finished(source, std::move(result));
 }
 
@@ -131,13 +145,10 @@ array_ptr reference_masked(const plain_source& source, std::size_t elements, con
 array_ptr reference_linear(const plain_source& source, const ndArray_tag* subscript) {
     const dims_view own = dims_of(source.header);
     const std::size_t elements = element_count(source.header);
-    if (const auto steps = steps_within(subscript, elements)) {
-        if ((subscript->flags & flag_scalar_double) != 0) {
-            const std::size_t one[] = {1, 1};
-            return reference_steps(source, *steps, one);
-        }
+    if (const kvIndex index = plain_scalar_index(subscript); index != 0)
+        return index <= elements ? reference_element(source, index - 1) : nullptr;
+    if (const auto steps = steps_within(subscript, elements))
         return reference_steps(source, *steps, linear_reference_dims(own, elements, subscript, steps->count));
-    }
     if (!is_full_and_current(subscript) || is_complex(subscript)) return nullptr;
     switch (subscript->class_id) {
     case ndDOUBLE_CLASS:

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 namespace matrix::internal {
 
@@ -22,19 +21,18 @@ index_block make_index_block(std::size_t count) {
     return index_block(static_cast<kvIndex*>(block));
 }
 
-index_block make_range(const IndexRange& range) {
-    index_block block = make_index_block(sizeof range / sizeof(kvIndex));
-    std::memcpy(block.get(), &range, sizeof range);
-    return block;
+void SubscriptSet::free_block(std::size_t slot) noexcept {
+    if (indices[slot] != words_[slot].data()) index_block_deleter()(indices[slot]);
 }
 
 SubscriptSet::~SubscriptSet() {
-    for (kvIndex* const block : indices) index_block_deleter()(block);
+    for (std::size_t slot = 0; slot < indices.size(); ++slot) free_block(slot);
 }
 
 void SubscriptSet::put(std::size_t slot, kvIndex* block, slot_kind kind, IndexFlag flag, kvSize num,
                        kvSize max) noexcept {
-    index_block_deleter()(std::exchange(indices[slot], block));
+    free_block(slot);
+    indices[slot] = block;
     kinds[slot] = kind;
     info.flag[slot] = flag;
     info.num[slot] = num;
@@ -53,10 +51,14 @@ void SubscriptSet::put_list(std::size_t slot, index_block positions, kvSize num,
     put(slot, positions.release(), slot_kind::list, IndexFlag::list, num, max);
 }
 
-void SubscriptSet::put_range(std::size_t slot, index_block range, slot_kind kind, kvSize num) noexcept {
-    IndexRange ends;
-    std::memcpy(&ends, range.get(), sizeof ends);
-    put(slot, range.release(), kind, IndexFlag::list, num, std::max(ends.first, ends.last) + 1);
+void SubscriptSet::put_position(std::size_t slot, kvIndex position) noexcept {
+    words_[slot][0] = position;
+    put(slot, words_[slot].data(), slot_kind::list, IndexFlag::list, 1, position + 1);
+}
+
+void SubscriptSet::put_range(std::size_t slot, const IndexRange& range, slot_kind kind, kvSize num) noexcept {
+    std::memcpy(words_[slot].data(), &range, sizeof range);
+    put(slot, words_[slot].data(), kind, IndexFlag::list, num, std::max(range.first, range.last) + 1);
 }
 
 } // namespace matrix::internal

@@ -9,7 +9,7 @@
 // For a slot of one position the first word is that position, whatever the kind.
 //
 // An operation builds one on its stack, fills the slots in the order of the subscripts, walks, and lets it go, with everything in it. Up
-// to ten slots need no block of its own.
+// to ten slots need no block of its own, and neither do their ranges and single positions.
 #pragma once
 
 #include "indexing/index_info.hpp"
@@ -53,7 +53,8 @@ public:
           count(slots),
           indices(slots),
           kinds(slots),
-          info(slots, rhs, has_field_slot) {}
+          info(slots, rhs, has_field_slot),
+          words_(slots) {}
     ~SubscriptSet();
     SubscriptSet(const SubscriptSet&) = delete;
     SubscriptSet& operator=(const SubscriptSet&) = delete;
@@ -64,23 +65,25 @@ public:
     void put_nothing(std::size_t slot) noexcept;
     /// num positions, at least one; max is the largest, counted from 1.
     void put_list(std::size_t slot, index_block positions, kvSize num, kvSize max) noexcept;
-    /// The same positions, with the ends of the range in its block.
-    void put_range(std::size_t slot, index_block range, slot_kind kind, kvSize num) noexcept;
+    /// A list of one, without a block.
+    void put_position(std::size_t slot, kvIndex position) noexcept;
+    /// The positions of a range, num of them, at least one.
+    void put_range(std::size_t slot, const IndexRange& range, slot_kind kind, kvSize num) noexcept;
 
     bool useRanges;
     kvSize start; ///< the first slot of a subscript: 1 behind a field slot, else 0
     kvSize count; ///< slots
-    Korvane::engine::slot_list<kvIndex*> indices; ///< owned
+    Korvane::engine::slot_list<kvIndex*> indices; ///< blocks that the set owns, or its words for the slot
     Korvane::engine::slot_list<slot_kind> kinds;
     Korvane::engine::IndexInfo info;
 
 private:
     void put(std::size_t slot, kvIndex* block, slot_kind kind, Korvane::engine::IndexFlag flag, kvSize num,
              kvSize max) noexcept;
-};
+    void free_block(std::size_t slot) noexcept;
 
-/// The words of a range in the block that a slot owns. Raises TARVEL:nomem.
-index_block make_range(const IndexRange& range);
+    Korvane::engine::slot_list<std::array<kvIndex, sizeof(IndexRange) / sizeof(kvIndex)>> words_;
+};
 
 /// Converts one subscript and fills a slot with it; slot counts as the functions of info do, from the first slot of a subscript. dim is the size of
 /// the dimension; only a colon reads it. That the positions fit the dimension isn't asked: MaxIndex tells. handler is the one of

@@ -97,7 +97,7 @@ TEST_F(ElementWalk, StopsWhenARunSaysSo) {
 
 TEST_F(ElementWalk, ReadsAFieldSlotToo) {
     SubscriptSet set(2, true, true);
-    set.put_range(0, matrix::internal::make_range({1, 1, 1}), matrix::internal::slot_kind::ascending, 1);
+    set.put_range(0, {1, 1, 1}, matrix::internal::slot_kind::ascending, 1);
     const array_ptr elements = arr("int8 1x2", {3, 1});
     const ndArray_tag* const sub = elements.get();
     matrix::internal::FillSubscriptSlot(set, 0, &sub, 3, growing());

@@ -151,6 +151,29 @@ TEST_F(ReferenceElements, OfAClassWithoutElements) {
     EXPECT_EQ(part->n_or_ndims, 1u);
 }
 
+// The class of an array that keeps its elements to itself is asked for them, also beyond dimensions that only it can tell.
+TEST_F(ReferenceElements, OfAnIndexingOpaqueArrayAreItsClasssAffair) {
+    const array_ptr x = arr("double 1x3", {1, 2, 3});
+    x->flags |= matrix::flag_indexing_opaque;
+    EXPECT_EQ(error_at(x, arr("double", {9})), "TARVEL:invalidInput invalidInput()");
+    EXPECT_EQ(error_at(x, arr("double", {9}), range(1, 1, 4)), "TARVEL:invalidInput invalidInput()");
+    EXPECT_EQ(error_at(x, arr("double", {0})), "TARVEL:badsubscript badTypeIndices(1, 1x3, 0, 1)");
+    x->flags &= ~matrix::flag_indexing_opaque;
+}
+
+TEST_F(ReferenceElements, OfAnOpaqueArrayAreCopiedByItsClass) {
+    const std::size_t dims[] = {1, 3};
+    const array_ptr x =
+        matrix::detail::do_create_numeric(dims, matrix::internal::code_of(ndOPAQUE_CLASS, false));
+    const array_ptr part = at(x, range(2, 1, 3));
+    ASSERT_EQ(part->n_or_ndims, 2u);
+    EXPECT_EQ(static_cast<void**>(part->pdata)[0], nullptr) << "no element, no copy";
+    int element = 0;
+    static_cast<void**>(x->pdata)[1] = &element;
+    EXPECT_EQ(error_at(x, range(2, 1, 3)), "TARVEL:invalidInput invalidInput()") << "no class knows it";
+    static_cast<void**>(x->pdata)[1] = nullptr;
+}
+
 TEST_F(ReferenceElements, OfAHeaderThatLostItsDataAreZero) {
     const array_ptr x = arr("double 1x3", {1, 2, 3});
     const array_ptr other = matrix::create_empty_copy(x.get());
