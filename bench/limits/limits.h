@@ -10,6 +10,7 @@
 
 #include <stdbool.h>
 #include <stddef.h>
+#include <stdint.h>
 #include <uchar.h>
 
 #define LIMIT_EXPORT __attribute__((visibility("default")))
@@ -82,7 +83,68 @@ typedef struct limit_text {
 LIMIT_EXPORT limit_text limit_text_of(bool ascii);
 LIMIT_EXPORT void limit_free_text(char* text);
 
-/* Ends an array that a conversion, a range or a text made, with room for so many bytes. */
+/* Parts of count elements by indices that count from 1; each is checked, and null or false is the answer to one that is none. New
+ * arrays end with limit_destroy_result; the kernel is the quickest for n of them.
+ *   checked-C, checked-avx2, checked-avx512-gather   x(indices)
+ *   checked-avx512                                   x(indices) = values, in place */
+typedef limit_array* (*limit_int64_gatherer)(const double* x, size_t count, const int64_t* indices, size_t n);
+typedef struct limit_gather_int64 {
+    limit_int64_gatherer gather;
+    const char* name;
+} limit_gather_int64;
+LIMIT_EXPORT limit_gather_int64 limit_gather_int64_of(size_t n);
+LIMIT_EXPORT limit_array* limit_gather_double(const double* x, size_t count, const double* indices, size_t n);
+LIMIT_EXPORT bool limit_scatter_int64(double* x, size_t count, const int64_t* indices, const double* values,
+                                      size_t n);
+LIMIT_EXPORT bool limit_scatter_double(double* x, size_t count, const double* indices, const double* values,
+                                       size_t n);
+
+/* C-branchless, avx512-compress: x(mask). The block has room for one element more than are selected. */
+typedef limit_array* (*limit_mask_selector)(const double* x, const bool* mask, size_t count);
+typedef struct limit_mask_select {
+    limit_mask_selector select;
+    const char* name;
+} limit_mask_select;
+LIMIT_EXPORT limit_mask_select limit_mask_select_of(size_t count);
+
+/* scalar-C, avx512: x(1:2:end). */
+typedef limit_array* (*limit_second_selector)(const double* x, size_t count);
+typedef struct limit_every_second {
+    limit_second_selector select;
+    const char* name;
+} limit_every_second;
+LIMIT_EXPORT limit_every_second limit_every_second_of(size_t count);
+
+/* memcpy: n elements from first on. memcpy-kept: count elements without those. avx512, std::fill: a value to each of them, in place. */
+LIMIT_EXPORT limit_array* limit_run(const double* x, size_t first, size_t n);
+LIMIT_EXPORT limit_array* limit_kept(const double* x, size_t count, size_t first, size_t n);
+LIMIT_EXPORT void limit_fill(double* x, size_t first, double value, size_t n);
+
+/* memcpy-per-column, C-gather-per-column: part of a matrix with so many rows. At most 1024 row indices. */
+typedef struct limit_region {
+    size_t row;
+    size_t rows;
+    size_t column;
+    size_t columns;
+} limit_region;
+LIMIT_EXPORT limit_array* limit_block(const double* x, size_t rows, limit_region part);
+LIMIT_EXPORT limit_array* limit_block_by_indices(const double* x, size_t rows, size_t columns,
+                                                 const double* row_indices, size_t m,
+                                                 const double* column_indices, size_t n);
+
+/* shared-library-call,checked: where x(i, j) is. freelist-hdr+data: x(index) as a new array, which limit_destroy ends. call-per-element: one
+ * value stored. */
+LIMIT_EXPORT bool limit_offset(const double* i, const double* j, size_t rows, size_t columns, size_t* offset);
+LIMIT_EXPORT limit_array* limit_element(const double* x, size_t count, const double* index);
+LIMIT_EXPORT void limit_store(double* x, size_t index, double value);
+
+/* loop nests in C: x(row, :, page) and x(:, indices, :) of n by n by n. */
+LIMIT_EXPORT limit_array* limit_row_of_page(const double* x, size_t n, size_t row, size_t page);
+LIMIT_EXPORT limit_array* limit_columns_of_pages(const double* x, size_t n, const double* column_indices,
+                                                 size_t columns);
+
+/* A new array of so many doubles, from the lists or the heap, and the end of one that this, a conversion, a range, a text or a reference made. */
+LIMIT_EXPORT limit_array* limit_create_result(size_t count);
 LIMIT_EXPORT void limit_destroy_result(limit_array* array, size_t bytes);
 
 /* C(-O3): a new full array of m by n doubles from compressed columns, and back: a new array with three blocks, as long as needed. */

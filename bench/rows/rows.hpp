@@ -17,6 +17,8 @@ row_list conversion_rows();     // every pair of classes
 row_list sparse_rows();         // sparse to full storage and back
 row_list range_rows();          // the colon operator
 row_list text_rows();           // char rows from text and back
+row_list reference_rows();      // parts of arrays by subscripts
+row_list assignment_rows();     // stores by subscripts, deletion, growth
 row_list inside_engine_rows();  // what is judged inside the engine too
 row_list managed_memory_rows(); // blocks on the alloc list
 

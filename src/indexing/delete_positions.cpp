@@ -179,7 +179,9 @@ void delete_everything(ndArray_tag* array, dims_view shape) {
     array_ptr result = create_empty_copy(array);
     result->set_dimensions(shape);
     result->flags &= ~flag_complex;
+    const std::uint32_t literal = array->flags & flag_empty_square_bracket; // which it stays, as containers do
     move_onto(array, std::move(result));
+    array->flags |= literal;
 }
 
 } // namespace matrix::internal

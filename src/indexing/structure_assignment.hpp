@@ -14,9 +14,10 @@ inline bool gives_way(const ndArray_tag* lhs) noexcept {
            (lhs->class_id == ndUNKNOWN_CLASS && element_count(lhs) == 0);
 }
 
-/// Assignments that are ndStructureAssignment's: those to a struct or object, or of one to a left side that gives way.
+/// Assignments that are ndStructureAssignment's: those to a struct or object, or of one to a left side that gives way. What gives
+/// way is what its right-hand side is, also where it was a struct.
 inline bool is_structure_assignment(const ndArray_tag* lhs, const ndArray_tag* rhs) noexcept {
-    return is_struct_like(lhs->class_id) || (is_struct_like(rhs->class_id) && gives_way(lhs));
+    return is_struct_like(gives_way(lhs) ? rhs->class_id : lhs->class_id);
 }
 
 } // namespace matrix::internal
