@@ -277,7 +277,10 @@ struct opaque_world {
         elements_before_failure = -1;
         matrix::internal::set_opaque_assignment(&table);
     }
-    ~opaque_world() { matrix::internal::set_opaque_assignment(nullptr); }
+    ~opaque_world() {
+        matrix::internal::set_opaque_assignment(nullptr);
+        std::vector<std::string>().swap(calls);
+    }
 };
 
 array_ptr opaque(const sizes& dims, std::vector<std::uintptr_t> elements, std::uint64_t word = 0) {
