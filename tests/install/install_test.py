@@ -97,6 +97,12 @@ class Installed(unittest.TestCase):
             for program, generation in pool.map(build, jobs):
                 self.check_consumer(program, generation)
 
+    def test_each_header_stands_alone(self):
+        flags = ["-std=c++20", "-fsyntax-only", "-x", "c++", *pkg_config("--cflags", "nd-engine")]
+        with ThreadPoolExecutor(max_workers=os.cpu_count()) as pool:
+            list(pool.map(lambda path: run(os.environ["CXX"], *flags, "-include", path, "/dev/null"),
+                          sorted((PREFIX / "include" / "nd").glob("*.h*"))))
+
     def test_a_c_project_needs_nothing_but_the_library(self):
         folder = WORK / "c_only_source"
         folder.mkdir()

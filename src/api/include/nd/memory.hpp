@@ -17,6 +17,8 @@
 
 #include <nd/types.h>
 
+#include <cstddef>
+
 namespace matrix {
 
 /// Opens a context on the alloc list. Returns its depth, counted with the base context, so 2 on a fresh list; 0 when no list
