@@ -10,9 +10,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -68,6 +70,19 @@ int fail(const nd_host::failure& why) {
     return static_cast<int>(why.status());
 }
 
+// The words of the command line. CLI11 would take "[1 2]" apart as a list of values; a blank in front keeps it whole, and means nothing
+// in a line of the notation.
+std::vector<std::string> words_of(int argc, char** argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    for (std::string& word : words) {
+        if (words.front() == "eval" && word.rfind('[', 0) == 0) {
+            word.insert(0, 1, ' ');
+        }
+    }
+    std::reverse(words.begin(), words.end()); // the order that CLI11 wants
+    return words;
+}
+
 int run(int argc, char** argv) {
     CLI::App app("nd: calls addon functions of libnd with arrays from CSV files, and evaluates lines");
     app.set_version_flag("--version", "nd " ND_VERSION ", interface version " +
@@ -83,7 +98,7 @@ int run(int argc, char** argv) {
     nd_host::eval_options eval_options;
     add_eval(app, eval_options);
     try {
-        app.parse(argc, argv);
+        app.parse(words_of(argc, argv));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : static_cast<int>(exit_status::usage);
     }

@@ -1,0 +1,166 @@
+#!/usr/bin/env python3
+"""nd eval from outside: what is shown, errors with a caret, exit statuses, addons, files, pipes and a terminal with history."""
+import os
+import pty
+import select
+import subprocess
+import time
+import unittest
+from pathlib import Path
+
+from tool import SANITIZERS, SOURCE, TOOL, ToolTest, addon
+
+USAGE, INPUT, NO_ADDON, RAISED, FOREIGN, OUTPUTS, NOTATION = 2, 3, 4, 6, 7, 8, 10
+
+
+class EvalTest(ToolTest):
+    def eval(self, *lines, **options):
+        return self.run_tool("eval", *lines, **options)
+
+    def shows(self, lines, expected, *options):
+        result = self.eval(*([lines] if isinstance(lines, str) else lines), *options)
+        self.check(result, 0)
+        self.assertEqual(result.stdout.decode(), expected)
+
+    def fails(self, line, status, identifier, caret, *options):
+        """The error, the line, and a caret in the column (from 0) where it says."""
+        result = self.eval(*options, line)
+        text = result.stderr.decode().splitlines()
+        self.assertEqual(result.returncode, status, text)
+        self.assertEqual(len(text), 3, text)
+        self.assertTrue(text[0].startswith(f"nd: {identifier}: "), text)
+        self.assertEqual(text[1], "  " + line)
+        self.assertEqual(text[2], "  " + " " * caret + "^", text)
+
+
+class Shown(EvalTest):
+    def test_values_are_shown_unless_a_semicolon_follows(self):
+        self.shows("x = 1:5; x(2) = []", "x: 1x4 double [1 3 4 5]\n")
+        self.shows("x = 1, y = 'a'; y", "x: 1x1 double 1\ny: 1x1 char 'a'\n")
+        self.shows("x = 1;", "")
+        self.shows("5", "ans: 1x1 double 5\n")
+        self.shows("% nothing", "")
+
+    def test_matrices_are_tables_and_containers_trees(self):
+        self.shows("x = [1 2; 3 4.5]", "x: 2x2 double\n     1    2\n  1  1  2.0\n  2  3  4.5\n")
+        self.shows("s(2).name = 'b'", "s: 1x2 struct\n  (1).name: empty\n  (2).name: 1x1 char 'b'\n")
+        self.shows("c = {1, 'two'}", "c: 1x2 cell\n  {1}: 1x1 double 1\n  {2}: 1x3 char 'two'\n")
+        self.shows("c = {1, 'two'}; c{:}", "ans: 1x1 double 1\nans: 1x3 char 'two'\n")
+
+    def test_long_values_are_elided_without_all(self):
+        self.assertIn(b"...", self.eval("1:100").stdout)
+        self.assertNotIn(b"...", self.eval("1:100", "--all").stdout)
+
+    def test_each_word_is_a_line_and_variables_stay(self):
+        self.shows(["x = 1:3;", "x(2) = 7;", "x"], "x: 1x3 double [1 7 3]\n")
+
+    def test_standard_input_is_read_line_by_line(self):
+        result = self.eval(input=b"x = 1:3;\n\n% a comment\nx(end)\nx(1) = []")
+        self.check(result, 0)
+        self.assertEqual(result.stdout, b"ans: 1x1 double 3\nx: 1x2 double [2 3]\n")
+
+
+class Failures(EvalTest):
+    def test_the_caret_stands_under_the_place(self):
+        self.fails("x = 1:5; x(7)", RAISED, "TARVEL:badsubscript", 11)
+        self.fails("x = 1:5; x(1, 7)", RAISED, "TARVEL:badsubscript", 14)
+        self.fails("x = ones(2); x(1, 2.5) = 3", RAISED, "TARVEL:badsubscript", 18)
+        self.fails("x = ones(2); x(7) = 1", RAISED, "TARVEL:indexed_matrix_cannot_be_resized", 14)
+        self.fails("x = 1:5; x(1:2) = [1 2 3]", RAISED, "TARVEL:subsassigndimmismatch", 10)
+        self.fails("x = 1:5; y = x(x(0))", RAISED, "TARVEL:badsubscript", 17)
+        self.fails("x = int8(1):int16(2)", RAISED, "TARVEL:colon:mixedNonDoubleOperands", 4)
+        self.fails("x = 1; y", NOTATION, "nd:eval:undefinedName", 7)
+        self.fails("x = 5 + 'a'", NOTATION, "nd:eval:operands", 6)
+        self.fails("s.a = 1; s.b", NOTATION, "nd:eval:undefinedField", 10)
+        self.fails("x = [1 2", NOTATION, "nd:eval:syntax", 4)
+        self.fails("'é', x(", NOTATION, "nd:eval:syntax", 7)
+
+    def test_the_first_line_that_fails_is_the_last(self):
+        result = self.eval("x = 1", "x(0)", "x = 2")
+        self.assertEqual(result.returncode, RAISED)
+        self.assertEqual(result.stdout, b"x: 1x1 double 1\n")
+        result = self.eval(input=b"x = 1\nx(\nx = 2\n")
+        self.assertEqual(result.returncode, NOTATION)
+        self.assertEqual(result.stdout, b"x: 1x1 double 1\n")
+
+    def test_usage(self):
+        self.assertEqual(self.eval("--frobnicate").returncode, USAGE)
+        self.assertEqual(self.eval("--help").returncode, 0)
+
+
+class Files(EvalTest):
+    def test_reads_csv(self):
+        path = self.file("a.csv", "a,b\n1,2\n3,4\n")
+        self.shows(f"x = read('{path}'); x(2, :)", "ans: 1x2 double [3 4]\n")
+        self.shows(f"s = read('{path}', 'struct'); s.b(end) = 7; s.b", "ans: 2x1 double [2; 7]\n")
+        self.fails("read('/nonexistent.csv')", INPUT, "/nonexistent.csv", 0)
+        self.fails(f"read('{path}', 'frob')", NOTATION, "nd:eval:arguments", 0)
+
+    def test_works_on_measured_data(self):
+        quakes = SOURCE / "examples/data/quakes.csv"
+        rows = quakes.read_text().splitlines()
+        magnitude = rows[0].replace('"', "").split(",").index("mag")
+        last = [float(row.split(",")[magnitude]) for row in rows[-3:]]
+        self.shows(f"q = read('{quakes}', 'struct'); q.mag(end-2:end)", "ans: 3x1 double [%g; %g; %g]\n" % tuple(last))
+
+
+class Addons(EvalTest):
+    def test_an_addon_is_called_by_its_files_name(self):
+        means = addon("column_means")
+        self.shows("m = column_means([1 2; 3 5])", "m: 1x2 double [2 3.5]\n", "--addon", means)
+        self.shows("x = {column_means([1 2; 3 5])}; x{1}(2)", "ans: 1x1 double 3.5\n", "--addon", means)
+        self.shows("[a, b] = test_copies(1, 'x'); b", "b: 1x1 char 'x'\n", "--addon", addon("test_copies"))
+        self.shows("column_means = 5", "column_means: 1x1 double 5\n", "--addon", means)
+
+    def test_failures_of_addons_have_a_place(self):
+        means = addon("column_means")
+        self.fails("x = 1; y = column_means()", OUTPUTS, means, 11, "--addon", means)
+        result = self.eval("1", "--addon", "/nonexistent.so")
+        self.check(result, NO_ADDON, "/nonexistent.so")
+
+    def test_what_an_addon_forgot_is_told(self):
+        result = self.eval("x = trimmed_means([1 2; 3 4; 5 6]);", "--report", "--addon", addon("trimmed_means"))
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertIn(b"forgot 2 arrays", result.stderr)
+
+
+class Terminal(EvalTest):
+    def type(self, text, history):
+        """Types text at a terminal that nd eval has; what it shows, and its exit status."""
+        environment = {**os.environ, **SANITIZERS, "ND_HISTORY": history, "TERM": "dumb", "HOME": self.folder.name}
+        screen, terminal = pty.openpty()
+        tool = subprocess.Popen([TOOL, "eval"], stdin=terminal, stdout=terminal, stderr=terminal, env=environment,
+                                start_new_session=True)
+        os.close(terminal)
+        shown, sent, deadline = b"", False, time.monotonic() + 60
+        while time.monotonic() < deadline:
+            if select.select([screen], [], [], 0.2)[0]:
+                try:
+                    piece = os.read(screen, 65536)
+                except OSError:
+                    break
+                if not piece:
+                    break
+                shown += piece
+            if not sent and b"> " in shown:
+                os.write(screen, text)
+                sent = True
+        status = tool.wait(timeout=60)
+        os.close(screen)
+        return shown.decode(errors="replace"), status
+
+    def test_a_failing_line_doesnt_end_the_session_and_lines_are_remembered(self):
+        history = self.path("history")
+        shown, status = self.type(b"x = 1:3;\nx(7)\nx(2) = []\n\x04", history)
+        self.assertEqual(status, 0, shown)
+        self.assertIn("nd: TARVEL:badsubscript: ", shown)
+        self.assertIn("x: 1x2 double [1 3]", shown)
+        self.assertIn("x(7)", Path(history).read_text().replace("\\040", " "))
+        shown, status = self.type(b"\x10\x10\x10\n\x04", history)  # three lines back: x = 1:3;
+        self.assertEqual(status, 0, shown)
+        shown, status = self.type(b"x = 5\n\x10\n\x04", "")
+        self.assertEqual(shown.count("x: 1x1 double 5"), 2, shown)
+
+
+if __name__ == "__main__":
+    unittest.main()
