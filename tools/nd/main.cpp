@@ -84,7 +84,7 @@ std::vector<std::string> words_of(int argc, char** argv) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("nd: calls addon functions of libnd with arrays from CSV files, and evaluates lines");
+    CLI::App app("nd: calls addon functions of libnd with arrays from CSV files, and evaluates lines", "nd");
     app.set_version_flag("--version", "nd " ND_VERSION ", interface version " +
                                           nd_host::version_text(nd_host::current_interface));
     app.require_subcommand(1);
