@@ -94,6 +94,8 @@ class Files(EvalTest):
         self.shows(f"x = read('{path}'); x(2, :)", "ans: 1x2 double [3 4]\n")
         self.shows(f"s = read('{path}', 'struct'); s.b(end) = 7; s.b", "ans: 2x1 double [2; 7]\n")
         self.fails("read('/nonexistent.csv')", INPUT, "/nonexistent.csv", 0)
+        iris = SOURCE / "examples/data/iris.csv"
+        self.shows(f"f = read('{iris}', 'struct'); f.Species{{end}}", "ans: 1x9 char 'virginica'\n")
         self.fails(f"read('{path}', 'frob')", NOTATION, "nd:eval:arguments", 0)
 
     def test_works_on_measured_data(self):
@@ -109,7 +111,8 @@ class Addons(EvalTest):
         means = addon("column_means")
         self.shows("m = column_means([1 2; 3 5])", "m: 1x2 double [2 3.5]\n", "--addon", means)
         self.shows("x = {column_means([1 2; 3 5])}; x{1}(2)", "ans: 1x1 double 3.5\n", "--addon", means)
-        self.shows("[a, b] = test_copies(1, 'x'); b", "b: 1x1 char 'x'\n", "--addon", addon("test_copies"))
+        self.shows(" [a, b] = test_copies(1, [2 3]); b", "b: 1x2 double [2 3]\n", "--addon", addon("test_copies"))
+        self.shows("[test_copies(4) 5]", "ans: 1x2 double [4 5]\n", "--addon", addon("test_copies"))
         self.shows("column_means = 5", "column_means: 1x1 double 5\n", "--addon", means)
 
     def test_failures_of_addons_have_a_place(self):
