@@ -163,6 +163,6 @@ std::vector<std::filesystem::path> case_files() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, Cases, testing::ValuesIn(case_files()),
-                         [](const auto& info) { return info.param.stem().string(); });
+                         [](const auto& file) { return file.param.stem().string(); });
 
 } // namespace

@@ -20,12 +20,12 @@ std::string list_of(const expression_list& list) {
     return text;
 }
 
-std::string path_of(const std::vector<access>& path) {
+std::string path_of(const std::vector<path_step>& path) {
     std::string text;
-    for (const access& step : path) {
-        text += step.kind == access_kind::field    ? "." + step.field
-                : step.kind == access_kind::braces ? "{" + list_of(step.subscripts) + "}"
-                                                   : "(" + list_of(step.subscripts) + ")";
+    for (const path_step& step : path) {
+        text += step.kind == step_kind::field    ? "." + step.field
+                : step.kind == step_kind::braces ? "{" + list_of(step.subscripts) + "}"
+                                                 : "(" + list_of(step.subscripts) + ")";
     }
     return text;
 }

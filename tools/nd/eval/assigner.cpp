@@ -69,7 +69,7 @@ subscript_list first_element(const ndArray_tag& target) {
 
 } // namespace
 
-void assigner::store(array_ptr& target, std::span<const access> path, array_ptr value) {
+void assigner::store(array_ptr& target, std::span<const path_step> path, array_ptr value) {
     if (path.empty()) {
         target = std::move(value);
         return;
@@ -79,10 +79,10 @@ void assigner::store(array_ptr& target, std::span<const access> path, array_ptr 
     if (!target) {
         changed.reset(nd_array_api::ndCreateEmptyUnknownArrayNotOnArrayList());
     }
-    const bool with_subscripts = path.front().kind == access_kind::parentheses;
-    if (path.front().kind == access_kind::braces) {
+    const bool with_subscripts = path.front().kind == step_kind::parentheses;
+    if (path.front().kind == step_kind::braces) {
         store_content(place, path, std::move(value));
-    } else if (!with_subscripts || (path.size() > 1 && path[1].kind == access_kind::field)) {
+    } else if (!with_subscripts || (path.size() > 1 && path[1].kind == step_kind::field)) {
         store_field(place, path, std::move(value));
     } else {
         store_elements(place, path, std::move(value));
@@ -93,8 +93,8 @@ void assigner::store(array_ptr& target, std::span<const access> path, array_ptr 
 }
 
 // x(i)... = value
-void assigner::store_elements(array_ptr& target, std::span<const access> path, array_ptr value) {
-    const access& step = path.front();
+void assigner::store_elements(array_ptr& target, std::span<const path_step> path, array_ptr value) {
+    const path_step& step = path.front();
     const subscript_list subscripts = evaluator_.subscripts(step, *target);
     if (subscripts.size() == 0) {
         throw placed_failure(notation_error("syntax", "subscripts are missing"), step.place);
@@ -109,8 +109,8 @@ void assigner::store_elements(array_ptr& target, std::span<const access> path, a
 }
 
 // x{i}... = value
-void assigner::store_content(array_ptr& target, std::span<const access> path, array_ptr value) {
-    const access& step = path.front();
+void assigner::store_content(array_ptr& target, std::span<const path_step> path, array_ptr value) {
+    const path_step& step = path.front();
     const subscript_list subscripts = evaluator_.subscripts(step, *target);
     const bool new_cell = gives_way(*target);
     if (!new_cell && !nd_array_api::ndIsCell(target.get())) {
@@ -126,10 +126,10 @@ void assigner::store_content(array_ptr& target, std::span<const access> path, ar
 }
 
 // x(i).f... = value, x.f... = value
-void assigner::store_field(array_ptr& target, std::span<const access> path, array_ptr value) {
-    const bool with_subscripts = path.front().kind == access_kind::parentheses;
-    const access& step = path.front();
-    const access& field = path[with_subscripts ? 1 : 0];
+void assigner::store_field(array_ptr& target, std::span<const path_step> path, array_ptr value) {
+    const bool with_subscripts = path.front().kind == step_kind::parentheses;
+    const path_step& step = path.front();
+    const path_step& field = path[with_subscripts ? 1 : 0];
     const auto rest = path.subspan(with_subscripts ? 2 : 1);
     const bool new_struct = gives_way(*target);
     if (!new_struct && !nd_array_api::ndIsStruct(target.get())) {

@@ -26,12 +26,12 @@ public:
 
     /// Stores value at the place that path leads to, or, when it is null, deletes the elements there: path ends in parentheses then. target is the variable, null when there is none yet.
     /// Raises placed_failure; target then has the value that it had.
-    void store(array_ptr& target, std::span<const access> path, array_ptr value);
+    void store(array_ptr& target, std::span<const path_step> path, array_ptr value);
 
 private:
-    void store_elements(array_ptr& target, std::span<const access> path, array_ptr value);
-    void store_content(array_ptr& target, std::span<const access> path, array_ptr value);
-    void store_field(array_ptr& target, std::span<const access> path, array_ptr value);
+    void store_elements(array_ptr& target, std::span<const path_step> path, array_ptr value);
+    void store_content(array_ptr& target, std::span<const path_step> path, array_ptr value);
+    void store_field(array_ptr& target, std::span<const path_step> path, array_ptr value);
 
     evaluator& evaluator_;
 };

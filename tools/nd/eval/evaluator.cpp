@@ -138,7 +138,7 @@ private:
     std::vector<end_context>& all_;
 };
 
-subscript_list evaluator::subscripts(const access& step, const ndArray_tag& value) {
+subscript_list evaluator::subscripts(const path_step& step, const ndArray_tag& value) {
     subscript_list list;
     const std::size_t count = step.subscripts.size();
     for (std::size_t i = 0; i < count; ++i) {
@@ -175,7 +175,7 @@ std::vector<array_ptr> evaluator::values_of_path(const path_expression& node, in
         const array_ptr base = one(*node.base);
         return values_along(*base, node.path, 0);
     }
-    const bool with_arguments = node.path.front().kind == access_kind::parentheses;
+    const bool with_arguments = node.path.front().kind == step_kind::parentheses;
     static const expression_list none;
     const expression_list& arguments = with_arguments ? node.path.front().subscripts : none;
     const std::size_t next = with_arguments ? 1 : 0;
@@ -187,7 +187,7 @@ std::vector<array_ptr> evaluator::values_of_path(const path_expression& node, in
     return values_along(*base, node.path, next);
 }
 
-std::vector<array_ptr> evaluator::values_along(const ndArray_tag& start, const std::vector<access>& path,
+std::vector<array_ptr> evaluator::values_along(const ndArray_tag& start, const std::vector<path_step>& path,
                                                std::size_t next) {
     std::vector<array_ptr> values;
     const ndArray_tag* value = &start;
@@ -204,24 +204,23 @@ std::vector<array_ptr> evaluator::values_along(const ndArray_tag& start, const s
 }
 
 // One step, or two where a field follows on parentheses.
-std::vector<array_ptr> evaluator::values_of_step(const ndArray_tag& value, const std::vector<access>& path,
+std::vector<array_ptr> evaluator::values_of_step(const ndArray_tag& value, const std::vector<path_step>& path,
                                                  std::size_t& next) {
-    const access& step = path[next++];
-    if (step.kind == access_kind::field) {
+    const path_step& step = path[next++];
+    if (step.kind == step_kind::field) {
         subscript_list every;
         every.add(value_of(all_literal{}));
         return at(step.place, [&] { return field_values(value, every, step.field); });
     }
     const subscript_list list = subscripts(step, value);
-    if (step.kind == access_kind::braces) {
+    if (step.kind == step_kind::braces) {
         return at_step(step, [&] { return contents(value, list); });
     }
-    const bool field_follows =
-        list.size() != 0 && next < path.size() && path[next].kind == access_kind::field;
+    const bool field_follows = list.size() != 0 && next < path.size() && path[next].kind == step_kind::field;
     if (!field_follows) {
         return at_step(step, [&] { return alone(elements(value, list)); });
     }
-    const access& field = path[next++];
+    const path_step& field = path[next++];
     at(field.place, [&] { return field_number(value, field.field); });
     return at_step(step, [&] { return field_values(value, list, field.field); });
 }

@@ -43,7 +43,7 @@ public:
     std::vector<array_ptr> many(const expression& what, int nlhs = 1);
 
     /// The subscripts of a step; in them end tells of value.
-    subscript_list subscripts(const access& step, const ndArray_tag& value);
+    subscript_list subscripts(const path_step& step, const ndArray_tag& value);
 
 private:
     struct end_context {
@@ -66,9 +66,9 @@ private:
 
     std::vector<array_ptr> values_of_name(const name_use& node, int nlhs);
     std::vector<array_ptr> values_of_path(const path_expression& node, int nlhs);
-    std::vector<array_ptr> values_along(const ndArray_tag& start, const std::vector<access>& path,
+    std::vector<array_ptr> values_along(const ndArray_tag& start, const std::vector<path_step>& path,
                                         std::size_t next);
-    std::vector<array_ptr> values_of_step(const ndArray_tag& value, const std::vector<access>& path,
+    std::vector<array_ptr> values_of_step(const ndArray_tag& value, const std::vector<path_step>& path,
                                           std::size_t& next);
     std::vector<array_ptr> call_function(const std::string& name, const expression_list& arguments, int nlhs);
     array_ptr exact_integer(const std::string& function, const expression_list& arguments) const;

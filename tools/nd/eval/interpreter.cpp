@@ -17,7 +17,7 @@ bool is_literal_brackets(const expression& what) {
 
 bool deletes(const statement& what) {
     return !what.several && !what.targets.front().path.empty() &&
-           what.targets.front().path.back().kind == access_kind::parentheses &&
+           what.targets.front().path.back().kind == step_kind::parentheses &&
            is_literal_brackets(*what.value);
 }
 

@@ -199,14 +199,14 @@ private:
         return value;
     }
 
-    std::vector<access> parse_path() {
-        std::vector<access> path;
+    std::vector<path_step> parse_path() {
+        std::vector<path_step> path;
         while (!(in_rows_ && now().blank_before)) {
             const std::size_t place = now().place;
             if (take("(")) {
-                path.push_back({access_kind::parentheses, parse_subscripts(")"), {}, place});
+                path.push_back({step_kind::parentheses, parse_subscripts(")"), {}, place});
             } else if (take("{")) {
-                path.push_back({access_kind::braces, parse_subscripts("}"), {}, place});
+                path.push_back({step_kind::braces, parse_subscripts("}"), {}, place});
                 if (path.back().subscripts.empty()) {
                     fail("there is no subscript between the braces", place);
                 }
@@ -214,7 +214,7 @@ private:
                 if (now().kind != token_kind::name) {
                     fail("a field's name is missing here");
                 }
-                path.push_back({access_kind::field, {}, tokens_[next_++].text, place});
+                path.push_back({step_kind::field, {}, tokens_[next_++].text, place});
             } else {
                 break;
             }

@@ -76,7 +76,7 @@ array_ptr slot_to_write(const ndArray_tag& value, const subscript_list& subscrip
     return element != nullptr ? copy_of(*element) : array_ptr();
 }
 
-std::size_t place_of_error(const access& step) {
+std::size_t place_of_error(const path_step& step) {
     try {
         throw;
     } catch (const foundation::core::except::IMsgIDException& error) {

@@ -48,11 +48,11 @@ std::vector<array_ptr> field_values(const ndArray_tag& value, const subscript_li
 array_ptr slot_to_write(const ndArray_tag& value, const subscript_list& subscripts, std::size_t field);
 
 /// The place of the subscript that an error of the library tells, and the step's place when it tells none. For use in a catch block.
-std::size_t place_of_error(const access& step);
+std::size_t place_of_error(const path_step& step);
 
 /// What doing gives; what it raises leaves as a placed_failure.
 template <class Doing>
-auto at_step(const access& step, Doing&& doing) -> decltype(doing()) {
+auto at_step(const path_step& step, Doing&& doing) -> decltype(doing()) {
     try {
         return doing();
     } catch (const placed_failure&) {

@@ -51,11 +51,11 @@ struct bracket_expression {
     std::vector<expression_list> rows;
 };
 
-enum class access_kind { parentheses, braces, field };
+enum class step_kind { parentheses, braces, field };
 
 /// One step from a value to a part of it: (1,:), {3}, .name
-struct access {
-    access_kind kind;
+struct path_step {
+    step_kind kind;
     expression_list subscripts; ///< of parentheses and braces
     std::string field;
     std::size_t place;
@@ -63,7 +63,7 @@ struct access {
 
 struct path_expression {
     expression_ptr base;
-    std::vector<access> path; ///< at least one
+    std::vector<path_step> path; ///< at least one
 };
 
 struct expression {
@@ -77,7 +77,7 @@ struct expression {
 /// Where an assignment stores: a variable, or a part of it.
 struct assignment_target {
     std::string name;
-    std::vector<access> path;
+    std::vector<path_step> path;
     std::size_t place;
 };
 
