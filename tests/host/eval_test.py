@@ -6,11 +6,11 @@ import select
 import subprocess
 import time
 import unittest
-from pathlib import Path
 
 from tool import SANITIZERS, SOURCE, TOOL, ToolTest, addon
 
-USAGE, INPUT, NO_ADDON, RAISED, FOREIGN, OUTPUTS, NOTATION = 2, 3, 4, 6, 7, 8, 10
+USAGE, INPUT, NO_ADDON, RAISED, OUTPUTS, NOTATION = 2, 3, 4, 6, 8, 10
+BACK, END = b"\x10", b"\x04"  # the keys control-P and control-D
 
 
 class EvalTest(ToolTest):
@@ -128,41 +128,43 @@ class Addons(EvalTest):
 
 
 class Terminal(EvalTest):
-    def type(self, text, history):
-        """Types text at a terminal that nd eval has; what it shows, and its exit status."""
+    def type(self, keys, history):
+        """Types at a terminal that nd eval has, each of keys when it waits for them; what the terminal shows, and the exit status."""
         environment = {**os.environ, **SANITIZERS, "ND_HISTORY": history, "TERM": "dumb", "HOME": self.folder.name}
         screen, terminal = pty.openpty()
         tool = subprocess.Popen([TOOL, "eval"], stdin=terminal, stdout=terminal, stderr=terminal, env=environment,
                                 start_new_session=True)
         os.close(terminal)
-        shown, sent, deadline = b"", False, time.monotonic() + 60
-        while time.monotonic() < deadline:
-            if select.select([screen], [], [], 0.2)[0]:
-                try:
-                    piece = os.read(screen, 65536)
-                except OSError:
-                    break
-                if not piece:
-                    break
-                shown += piece
-            if not sent and b"> " in shown:
-                os.write(screen, text)
-                sent = True
-        status = tool.wait(timeout=60)
-        os.close(screen)
-        return shown.decode(errors="replace"), status
+        shown, keys, deadline = b"", list(keys), time.monotonic() + 60
+        try:
+            while time.monotonic() < deadline:
+                if select.select([screen], [], [], 0.2)[0]:
+                    shown += os.read(screen, 65536)
+                elif shown.endswith(b"> ") and keys:
+                    os.write(screen, keys.pop(0))
+        except OSError:  # the other end is closed
+            pass
+        finally:
+            os.close(screen)
+            if tool.poll() is None and time.monotonic() >= deadline:
+                tool.kill()
+        return shown.decode(errors="replace"), tool.wait(timeout=60)
 
     def test_a_failing_line_doesnt_end_the_session_and_lines_are_remembered(self):
         history = self.path("history")
-        shown, status = self.type(b"x = 1:3;\nx(7)\nx(2) = []\n\x04", history)
+        shown, status = self.type([b"x = 1:3;\n", b"x(7)\n", b"x(2) = []\n", END], history)
         self.assertEqual(status, 0, shown)
         self.assertIn("nd: TARVEL:badsubscript: ", shown)
         self.assertIn("x: 1x2 double [1 3]", shown)
-        self.assertIn("x(7)", Path(history).read_text().replace("\\040", " "))
-        shown, status = self.type(b"\x10\x10\x10\n\x04", history)  # three lines back: x = 1:3;
+        shown, status = self.type([BACK * 3 + b"\n", b"x(end)\n", END], history)  # three lines back: x = 1:3;
         self.assertEqual(status, 0, shown)
-        shown, status = self.type(b"x = 5\n\x10\n\x04", "")
+        self.assertIn("ans: 1x1 double 3", shown)
+
+    def test_without_a_history_lines_are_remembered_in_the_session_only(self):
+        shown, status = self.type([b"x = 5\n", BACK + b"\n", END], "")
+        self.assertEqual(status, 0, shown)
         self.assertEqual(shown.count("x: 1x1 double 5"), 2, shown)
+        self.assertEqual(os.listdir(self.folder.name), [])
 
 
 if __name__ == "__main__":
