@@ -43,7 +43,7 @@ TEST(EvalLexer, TellsTokensApart) {
         {"c{1}' (x)'", "W<c>{N<1>}' (W<x>)'"},
         {"a % b 'c", "W<a>"},
         {"'50 % of it'", "T<50 % of it>"},
-        {"a % b\nc", "W<a>NL<\n>W<c>"},
+        {"a % b\nc", "W<a> NL<\n>W<c>"},
         {"a\r\nb", "W<a> NL<\n>W<b>"},
         {"_x1 end", "W<_x1> W<end>"},
         {"", ""},
