@@ -68,7 +68,7 @@ outcome run(nd_host::engine_session& session, const std::string& source, bool sh
         for (const auto& statement : nd_host::eval::parse(source)) {
             before.emplace_back(it.variables(), share);
             auto values = it.run(statement);
-            result.value = values.empty() ? array_ptr() : std::move(values.back().value);
+            result.value = matrix::detail::do_shared_copy(values.empty() ? nullptr : values.back().value);
         }
     } catch (const nd_host::failure& error) {
         result.identifier = identifier_of(error);

@@ -31,23 +31,27 @@ std::vector<named_value> interpreter::run(const statement& what) {
     if (what.targets.empty()) {
         return show(*what.value);
     }
-    std::vector<named_value> results;
-    if (!what.several) {
-        const bool deletion = deletes(what);
-        array_ptr value = deletion ? array_ptr() : evaluator(variables_, around_).one(*what.value);
-        results.push_back(assign(what.targets.front(), std::move(value)));
-        return results;
+    const std::size_t wanted = what.targets.size();
+    std::vector<array_ptr> values;
+    if (what.several) {
+        values = evaluator(variables_, around_).many(*what.value, static_cast<int>(wanted));
+    } else if (deletes(what)) {
+        values.emplace_back();
+    } else {
+        values.push_back(evaluator(variables_, around_).one(*what.value));
     }
-    const auto wanted = what.targets.size();
-    auto values = evaluator(variables_, around_).many(*what.value, static_cast<int>(wanted));
     if (values.size() < wanted) {
         throw placed_failure(notation_error("valueCount", std::to_string(wanted) +
                                                               " values are wanted, and there are " +
                                                               std::to_string(values.size())),
                              what.value->place);
     }
+    std::vector<named_value> results(wanted); // all that needs memory comes before the first change
     for (std::size_t i = 0; i < wanted; ++i) {
-        results.push_back(assign(what.targets[i], std::move(values[i])));
+        results[i].name = what.targets[i].name;
+    }
+    for (std::size_t i = 0; i < wanted; ++i) {
+        results[i].value = assign(what.targets[i], std::move(values[i]));
     }
     return results;
 }
@@ -55,26 +59,36 @@ std::vector<named_value> interpreter::run(const statement& what) {
 std::vector<named_value> interpreter::show(const expression& what) {
     std::vector<named_value> results;
     const auto* name = std::get_if<name_use>(&what.node);
-    const bool is_variable = name != nullptr && variables_.contains(name->name);
+    const auto variable = name != nullptr ? variables_.find(name->name) : variables_.end();
+    if (variable != variables_.end()) {
+        results.push_back({name->name, variable->second.get(), {}});
+        return results;
+    }
     for (array_ptr& value : evaluator(variables_, around_).many(what, 0)) {
-        results.push_back({is_variable ? name->name : "ans", copy_of(*value)});
-        if (!is_variable) {
-            variables_["ans"] = std::move(value);
-        }
+        const ndArray_tag* const shown = value.get();
+        results.push_back({"ans", shown, std::move(value)});
+    }
+    if (!results.empty()) {
+        array_ptr last = copy_of(*results.back().value);
+        variables_["ans"] = std::move(last);
     }
     return results;
 }
 
-named_value interpreter::assign(const assignment_target& target, array_ptr value) {
-    const auto found = variables_.find(target.name);
-    array_ptr fresh;
-    array_ptr& variable = found != variables_.end() ? found->second : fresh;
-    evaluator subscripts(variables_, around_);
-    at(target.place, [&] { assigner(subscripts).store(variable, target.path, std::move(value)); });
-    if (found == variables_.end()) {
-        return {target.name, copy_of(*variables_.emplace(target.name, std::move(fresh)).first->second)};
-    }
-    return {target.name, copy_of(*variable)};
+// The variable's new value.
+const ndArray_tag* interpreter::assign(const assignment_target& target, array_ptr value) {
+    return at(target.place, [&]() -> const ndArray_tag* {
+        evaluator subscripts(variables_, around_);
+        assigner storing(subscripts);
+        const auto found = variables_.find(target.name);
+        if (found != variables_.end()) {
+            storing.store(found->second, target.path, std::move(value));
+            return found->second.get();
+        }
+        array_ptr fresh;
+        storing.store(fresh, target.path, std::move(value));
+        return variables_.emplace(target.name, std::move(fresh)).first->second.get();
+    });
 }
 
 } // namespace nd_host::eval

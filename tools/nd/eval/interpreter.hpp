@@ -11,10 +11,11 @@
 
 namespace nd_host::eval {
 
-/// A result, for the eye.
+/// A result, for the eye: a variable's value, which is borrowed until the next statement, or one of its own.
 struct named_value {
     std::string name;
-    array_ptr value;
+    const ndArray_tag* value = nullptr;
+    array_ptr kept; ///< value, where it is no variable's
 };
 
 class interpreter {
@@ -37,7 +38,7 @@ public:
 
 private:
     std::vector<named_value> show(const expression& what);
-    named_value assign(const assignment_target& target, array_ptr value);
+    const ndArray_tag* assign(const assignment_target& target, array_ptr value);
 
     workspace variables_;
     std::map<std::string, addon, std::less<>> addons_;
