@@ -150,7 +150,10 @@ TEST(EvalParser, RefusesLinesThatAreTooDeep) {
     EXPECT_THROW(parse(repeated("-", 100000) + "1"), placed_failure);
     EXPECT_THROW(parse("1" + repeated("+1", 100000)), placed_failure);
     EXPECT_THROW(parse("x" + repeated("'", 100000)), placed_failure);
-    EXPECT_NO_THROW(parse("x" + repeated("(1)", 1000)));
+    EXPECT_NO_THROW(parse("x" + repeated("(1)", 300)));
+    EXPECT_THROW(parse("x" + repeated("(1)", 100000)), placed_failure);
+    EXPECT_THROW(parse("x" + repeated(".a", 100000) + " = 1"), placed_failure);
+    EXPECT_THROW(parse(repeated("x(", 100000)), placed_failure);
 }
 
 } // namespace

@@ -92,13 +92,18 @@ void assigner::store(array_ptr& target, std::span<const path_step> path, array_p
     }
 }
 
-// x(i)... = value
-void assigner::store_elements(array_ptr& target, std::span<const path_step> path, array_ptr value) {
-    const path_step& step = path.front();
-    const subscript_list subscripts = evaluator_.subscripts(step, *target);
+subscript_list assigner::some_subscripts(const path_step& step, const ndArray_tag& target) {
+    subscript_list subscripts = evaluator_.subscripts(step, target);
     if (subscripts.size() == 0) {
         throw placed_failure(notation_error("syntax", "subscripts are missing"), step.place);
     }
+    return subscripts;
+}
+
+// x(i)... = value
+void assigner::store_elements(array_ptr& target, std::span<const path_step> path, array_ptr value) {
+    const path_step& step = path.front();
+    const subscript_list subscripts = some_subscripts(step, *target);
     if (path.size() > 1) {
         array_ptr part = at_step(step, [&] { return elements(*target, subscripts); });
         store(part, path.subspan(1), std::move(value));
@@ -111,7 +116,7 @@ void assigner::store_elements(array_ptr& target, std::span<const path_step> path
 // x{i}... = value
 void assigner::store_content(array_ptr& target, std::span<const path_step> path, array_ptr value) {
     const path_step& step = path.front();
-    const subscript_list subscripts = evaluator_.subscripts(step, *target);
+    const subscript_list subscripts = some_subscripts(step, *target);
     const bool new_cell = gives_way(*target);
     if (!new_cell && !nd_array_api::ndIsCell(target.get())) {
         throw placed_failure(notation_error("notACell", "the variable is a " + class_name(*target)),
@@ -136,7 +141,7 @@ void assigner::store_field(array_ptr& target, std::span<const path_step> path, a
         at(field.place, [&] { field_number(*target, field.field); }); // which says that it is none
     }
     const subscript_list subscripts = with_subscripts
-                                          ? evaluator_.subscripts(step, *target)
+                                          ? some_subscripts(step, *target)
                                           : at(step.place, [&] { return first_element(*target); });
     const int known = new_struct ? -1 : nd_array_api::ndGetFieldNumber(target.get(), field.field.c_str());
     array_ptr content;

@@ -29,6 +29,7 @@ public:
     void store(array_ptr& target, std::span<const path_step> path, array_ptr value);
 
 private:
+    subscript_list some_subscripts(const path_step& step, const ndArray_tag& target);
     void store_elements(array_ptr& target, std::span<const path_step> path, array_ptr value);
     void store_content(array_ptr& target, std::span<const path_step> path, array_ptr value);
     void store_field(array_ptr& target, std::span<const path_step> path, array_ptr value);

@@ -201,7 +201,9 @@ private:
 
     std::vector<path_step> parse_path() {
         std::vector<path_step> path;
+        level here(*this); // a path is stored along by recursion
         while (!(in_rows_ && now().blank_before)) {
+            here.deepen();
             const std::size_t place = now().place;
             if (take("(")) {
                 path.push_back({step_kind::parentheses, parse_subscripts(")"), {}, place});

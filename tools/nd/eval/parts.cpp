@@ -53,6 +53,9 @@ std::vector<array_ptr> contents(const ndArray_tag& value, const subscript_list& 
     if (!nd_array_api::ndIsCell(&value)) {
         throw notation_error("notACell", "braces look into cells; this is a " + class_name(value));
     }
+    if (subscripts.size() == 0) {
+        throw notation_error("syntax", "subscripts are missing");
+    }
     return slots_of(elements(value, subscripts));
 }
 

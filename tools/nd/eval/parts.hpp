@@ -36,7 +36,7 @@ std::size_t field_number(const ndArray_tag& value, const std::string& name);
 /// value(subscripts); value itself without subscripts.
 array_ptr elements(const ndArray_tag& value, const subscript_list& subscripts);
 
-/// value{subscripts}: what each element holds. Raises notation_error (notACell).
+/// value{subscripts}: what each element holds. Raises notation_error (notACell; syntax without subscripts).
 std::vector<array_ptr> contents(const ndArray_tag& value, const subscript_list& subscripts);
 
 /// value(subscripts).field: the field of each element.
