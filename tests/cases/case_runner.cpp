@@ -48,6 +48,15 @@ private:
     workspace sharing_;
 };
 
+// Variables are their workspace's alone, and nothing is left for the end of the engine.
+bool stand_right(const workspace& variables) {
+    namespace nd_array_api = matrix::detail::noninlined::nd_array_api;
+    return matrix::isArrayListContextEmpty() && matrix::isAllocListContextEmpty() &&
+           std::all_of(variables.begin(), variables.end(), [](const auto& variable) {
+               return nd_array_api::ndGetArrayScopeField(variable.second.get()) == ndLOCAL_SCOPE;
+           });
+}
+
 struct outcome {
     std::string identifier; // of what was raised
     std::string message;
@@ -76,6 +85,9 @@ outcome run(nd_host::engine_session& session, const std::string& source, bool sh
         if (!before.empty() && !before.back().is_still(it.variables())) {
             result.complaint = "a variable has changed although the statement failed";
         }
+    }
+    if (!stand_right(it.variables())) {
+        result.complaint = "a variable hasn't local scope, or something was left on a list";
     }
     if (!std::all_of(before.begin(), before.end(), [](const auto& s) { return s.sharers_are_unchanged(); })) {
         result.complaint = "an array that shared its data with a variable has changed";

@@ -1,7 +1,7 @@
 // Runs a case and says what is wrong with it.
 //
 // With share every value of a variable also stands in another array, which has to keep it. A statement that raises must leave all variables
-// as they were.
+// as they were. Variables have local scope, and nothing is left on the lists of the engine.
 #pragma once
 
 #include "cases/case_line.hpp"

@@ -2,7 +2,9 @@
 """nd eval from outside: what is shown, errors with a caret, exit statuses, addons, files, pipes and a terminal with history."""
 import os
 import pty
+import re
 import select
+import shlex
 import subprocess
 import time
 import unittest
@@ -125,6 +127,26 @@ class Addons(EvalTest):
         result = self.eval("x = trimmed_means([1 2; 3 4; 5 6]);", "--report", "--addon", addon("trimmed_means"))
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertIn(b"forgot 2 arrays", result.stderr)
+
+
+class Documents(EvalTest):
+    def examples(self, path, title):
+        """The commands of a section, each with what the section says it prints."""
+        section = (SOURCE / path).read_text().split(f"## {title}\n")[1].split("\n## ")[0]
+        block = "\n".join(line[4:] for line in section.splitlines() if line.startswith("    "))
+        for example in re.split(r"^\$ |^(?=build/)", block, flags=re.MULTILINE):
+            command, _, printed = example.partition("\n")
+            if command:
+                yield shlex.split(command)[1:], printed.strip("\n")
+
+    def test_examples_print_what_the_documents_say(self):
+        for path, title in (("README.md", "Trying things out"), ("docs/formats.md", "The notation")):
+            examples = list(self.examples(path, title))
+            self.assertEqual(len(examples), 1, path)
+            for command, printed in examples:
+                words = [addon("column_means") if word == "column_means.so" else word for word in command]
+                result = self.run_tool(*words, cwd=SOURCE)
+                self.assertEqual((result.stdout + result.stderr).decode().strip("\n"), printed, command)
 
 
 class Terminal(EvalTest):
