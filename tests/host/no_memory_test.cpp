@@ -1,9 +1,13 @@
 // Calls of addon functions while memory is short: each allocation of the host and of the library's own records fails in turn.
-// The call then succeeds or is a failure; its lists are empty, and the next call works.
+// The call then succeeds or is a failure; its lists are empty, and the next call works. The same of lines of the notation: one that fails
+// leaves all variables as they were.
+#include "cases/same_value.hpp"
 #include "started_library.hpp"
 
 #include <addon.hpp>
 #include <engine_session.hpp>
+#include <eval/interpreter.hpp>
+#include <eval/parser.hpp>
 #include <failure.hpp>
 
 #include <gtest/gtest.h>
@@ -75,6 +79,48 @@ TEST(ShortOfMemory, CallsFailAndLeaveNothing) {
             EXPECT_TRUE(matrix::isAllocListContextEmpty());
             ++allowed;
         }
+        EXPECT_GT(allowed, 3);
+        EXPECT_LT(allowed, 10000);
+    }
+}
+
+/// Runs line, the (allowed + 1)-th allocation and all later ones failing, where setup has been run. True when there was no such
+/// allocation.
+bool line_passes_with(long allowed, const char* setup, const char* line) {
+    namespace eval = nd_host::eval;
+    engine_session session;
+    eval::interpreter interpreter(session);
+    for (const auto& statement : eval::parse(setup)) interpreter.run(statement);
+    eval::workspace before;
+    for (const auto& [name, value] : interpreter.variables()) {
+        before[name] = matrix::detail::do_deep_copy(value.get());
+    }
+    bool used_up = false;
+    try {
+        remaining = allowed;
+        for (const auto& statement : eval::parse(line)) interpreter.run(statement);
+        used_up = remaining == 0;
+        remaining = -1;
+        return !used_up;
+    } catch (const std::exception&) { // a failure, or there was no memory for it
+        remaining = -1;
+    }
+    EXPECT_EQ(interpreter.variables().size(), before.size());
+    for (const auto& [name, value] : interpreter.variables()) {
+        EXPECT_TRUE(before.contains(name) && test::same_value(value.get(), before[name].get())) << name;
+    }
+    return false;
+}
+
+TEST(ShortOfMemory, LinesFailAndLeaveVariables) {
+    test::start_library();
+    constexpr const char* setup = "x = {1, [4 5 6], 'abc'}; s.a = {[1 2]}; v = 1:5";
+    for (const char* line :
+         {"x{2}(9) = 5", "s(3).b.c{2}(4) = 'q'", "x(1) = []", "v([2 4]) = [v(1) int8(3)]", "y = {x{:}, s.a}",
+          "new.field{3} = [x{2}; v(2:end-1)]'", "[v(2), x{1}]", "s(2) = struct('a', 'text')"}) {
+        SCOPED_TRACE(line);
+        long allowed = 0;
+        while (!line_passes_with(allowed, setup, line) && allowed < 10000) ++allowed;
         EXPECT_GT(allowed, 3);
         EXPECT_LT(allowed, 10000);
     }

@@ -23,7 +23,8 @@ enum class exit_status : int {
         6, ///< an error that has an identifier, raised by the call or by the library before or after
     foreign_exception = 7, ///< the call threw something that isn't an error of the library
     broken_outputs = 8,    ///< outputs missing, doubled, ended, or more than were asked for; inputs ended
-    cannot_write = 9       ///< a result can't be written
+    cannot_write = 9,      ///< a result can't be written
+    bad_notation = 10      ///< a line of the notation can't be read, or asks for what there isn't
 };
 
 /// A failure with its exit status; what() is the whole line that the user sees.

@@ -5,13 +5,16 @@
  */
 #include "addon.hpp"
 #include "call_command.hpp"
+#include "eval/eval_command.hpp"
 #include "failure.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -48,24 +51,54 @@ void add_call(CLI::App& app, nd_host::call_options& options) {
     call->callback([&options] { nd_host::run_call(options); });
 }
 
+void add_eval(CLI::App& app, nd_host::eval_options& options) {
+    CLI::App* eval = app.add_subcommand("eval", "carry out lines of the notation and show what they give");
+    eval->add_option("LINE", options.lines,
+                     "lines such as \"x = 1:5; x(2) = []\"; without one, standard input");
+    eval->add_option("--addon", options.addons, "an addon, called by its file's name; repeat for the next")
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->take_all();
+    eval->add_flag("--report", options.report,
+                   "tell on standard error which arrays and memory addons forgot");
+    eval->add_flag("--all", options.whole, "show long results and reports whole");
+    eval->callback([&options] { nd_host::run_eval(options); });
+}
+
 int fail(const nd_host::failure& why) {
     std::fprintf(stderr, "nd: %s\n", why.what());
     return static_cast<int>(why.status());
 }
 
+// The words of the command line. CLI11 would take "[1 2]" apart as a list of values; a blank in front keeps it whole, and means nothing
+// in a line of the notation.
+std::vector<std::string> words_of(int argc, char** argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    for (std::string& word : words) {
+        if (words.front() == "eval" && word.rfind('[', 0) == 0) {
+            word.insert(0, 1, ' ');
+        }
+    }
+    std::reverse(words.begin(), words.end()); // the order that CLI11 wants
+    return words;
+}
+
 int run(int argc, char** argv) {
-    CLI::App app("nd: calls addon functions of libnd with arrays from CSV files");
+    CLI::App app("nd: calls addon functions of libnd with arrays from CSV files, and evaluates lines", "nd");
     app.set_version_flag("--version", "nd " ND_VERSION ", interface version " +
                                           nd_host::version_text(nd_host::current_interface));
     app.require_subcommand(1);
     app.footer(
         "Exit status: 0 done, 2 usage, 3 input, 4 no addon, 5 interface version, 6 error raised, 7 foreign "
-        "exception,\n8 broken outputs, 9 can't write, 1 anything else. An error's identifier and text go to "
+        "exception,\n8 broken outputs, 9 can't write, 10 a line that can't be read, 1 anything else. An "
+        "error's identifier and text go to "
         "standard error.");
     nd_host::call_options options;
     add_call(app, options);
+    nd_host::eval_options eval_options;
+    add_eval(app, eval_options);
     try {
-        app.parse(argc, argv);
+        app.parse(words_of(argc, argv));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : static_cast<int>(exit_status::usage);
     }
