@@ -51,8 +51,8 @@ array_ptr with_slots(const value& v) {
     std::size_t slot = 0;
     for (const element& one : v.elements) {
         if (!v.is_struct()) api::ndSetCell(made.get(), slot++, slot_value(one.re).release());
-        for (const std::uint64_t held : one.slots)
-            api::ndSetCell(made.get(), slot++, slot_value(held).release());
+        for (std::size_t field = 0; field < v.fields.size(); ++field)
+            api::ndSetCell(made.get(), slot++, slot_value(one.slots[field]).release());
     }
     return made;
 }
@@ -109,7 +109,7 @@ void read_slots(value& v, const ndArray_tag* real) {
     auto* const* slots = static_cast<ndArray_tag* const*>(real->pdata);
     for (element& one : v.elements) {
         if (!v.is_struct()) one.re = number_in(*slots++);
-        for (std::uint64_t& held : one.slots) held = number_in(*slots++);
+        for (std::size_t field = 0; field < v.fields.size(); ++field) one.slots[field] = number_in(*slots++);
     }
 }
 
@@ -122,7 +122,7 @@ value value_of(const ndArray_tag* real) {
     v.shape = dims_of(real);
     for (std::int32_t i = 0; i < real->get_number_of_struct_fields(); ++i)
         v.fields.emplace_back(real->get_struct_field_names()[i]);
-    v.elements.assign(count_of(v.shape), v.blank());
+    v.elements.resize(count_of(v.shape));
     if (v.elements.empty() || v.class_id == ndUNKNOWN_CLASS) return v;
     if (v.sparse) {
         read_sparse(v, real);
@@ -148,7 +148,8 @@ const char* name_of(ndClassID class_id) {
 void tell_element(std::ostream& out, const value& v, const element& one) {
     if (v.is_struct()) {
         out << '(';
-        for (const std::uint64_t held : one.slots) out << (&held == one.slots.data() ? "" : " ") << held;
+        for (std::size_t field = 0; field < v.fields.size(); ++field)
+            out << (field == 0 ? "" : " ") << one.slots[field];
         out << ')';
         return;
     }

@@ -121,7 +121,7 @@ dims grown_shape(const dims& shape, const dims& grown, bool lhs_all_zero) {
 void grow(value& a, const dims& working, const dims& grown, bool lhs_all_zero,
           const growth_terms& terms = {}) {
     check_size(grown, a.element_bytes());
-    element fresh = a.blank();
+    element fresh;
     if (terms.filler) fresh = *terms.filler;
     if (!a.complex) fresh.im = 0;
     move_elements(a, working, grown, fresh);
@@ -265,12 +265,12 @@ void resize(value& a, const dims& shape) {
     if (rest.size() == 1) {
         check_size(rest, a.element_bytes());
         const dims old{a.elements.size()};
-        move_elements(a, old, rest, a.blank());
+        move_elements(a, old, rest, {});
         a.shape = grown_shape(a.shape, rest, false);
         return;
     }
     check_size(shape, a.element_bytes());
-    move_elements(a, folded(a.shape, shape.size()), shape, a.blank());
+    move_elements(a, folded(a.shape, shape.size()), shape, {});
     a.shape = stored_dims(shape);
 }
 
@@ -279,7 +279,7 @@ bool resize_vector(value& a, std::size_t length, bool complex) {
     if (length <= a.elements.size()) return true;
     if (a.shape[0] > 1 && a.shape[1] != 1) return false;
     const bool row = a.shape[0] <= 1;
-    a.elements.resize(length, a.blank());
+    a.elements.resize(length, {});
     a.shape = row ? dims{1, length} : dims{length, 1};
     return true;
 }
@@ -288,7 +288,7 @@ void resize_matrix(value& a, std::size_t m, std::size_t n, bool complex) {
     if (complex) a.complex = true;
     if (m <= a.shape[0] && n <= a.shape[1]) return;
     const dims to{std::max(m, a.shape[0]), std::max(n, a.shape[1])};
-    move_elements(a, a.shape, to, a.blank());
+    move_elements(a, a.shape, to, {});
     a.shape = to;
 }
 

@@ -41,7 +41,7 @@ std::uint64_t number_bits(ndClassID id, std::uint64_t seed, std::uint64_t i) {
 element made_element(ndClassID id, bool complex, std::size_t fields, std::uint64_t seed, std::uint64_t i) {
     element one;
     for (std::size_t field = 0; field < fields; ++field)
-        one.slots.push_back(number_bits(ndCELL_CLASS, seed, i * 4 + field));
+        one.slots[field] = number_bits(ndCELL_CLASS, seed, i * 4 + field);
     if (id == ndSTRUCT_CLASS || id == ndOBJECT_CLASS) return one;
     one.re = number_bits(id, seed, i);
     // Half of the imaginary parts are zero, so that parts of a complex array are real.
@@ -52,7 +52,7 @@ element made_element(ndClassID id, bool complex, std::size_t fields, std::uint64
 void make_sparse(value& v) {
     v.sparse = true;
     for (element& one : v.elements) {
-        if (number_of(v.class_id, one.re) == 0 && number_of(v.class_id, one.im) == 0) one = v.blank();
+        if (number_of(v.class_id, one.re) == 0 && number_of(v.class_id, one.im) == 0) one = {};
     }
 }
 

@@ -135,12 +135,6 @@ bool value::is_colon() const {
 
 bool value::is_empty() const { return as_range ? is_range_empty(*as_range) : elements.empty(); }
 
-element value::blank() const {
-    element made;
-    made.slots.resize(fields.size());
-    return made;
-}
-
 std::size_t value::element_bytes() const {
     if (is_struct()) return 8 * fields.size();
     return class_id == ndCELL_CLASS || class_id == ndUNKNOWN_CLASS ? 8 : element_size(class_id, complex);
@@ -158,7 +152,7 @@ value blank_value(ndClassID class_id, bool complex, const dims& shape, std::vect
     made.complex = complex;
     made.shape = stored_dims(shape);
     made.fields = std::move(fields);
-    made.elements.assign(count_of(made.shape), made.blank());
+    made.elements.resize(count_of(made.shape));
     return made;
 }
 
@@ -213,7 +207,7 @@ void store_sparsely(value& a) {
     if (!a.sparse) return;
     a.shape = folded(a.shape, 2);
     for (element& one : a.elements) {
-        if (number_of(a.class_id, one.re) == 0 && number_of(a.class_id, one.im) == 0) one = a.blank();
+        if (number_of(a.class_id, one.re) == 0 && number_of(a.class_id, one.im) == 0) one = {};
     }
 }
 

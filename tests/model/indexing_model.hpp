@@ -9,6 +9,7 @@
 
 #include "model/array_model.hpp"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -22,10 +23,12 @@ struct refusal {
     std::string error;
 };
 
+inline constexpr std::size_t most_fields = 3;
+
 struct element {
     std::uint64_t re = 0; ///< the bytes of a number from the lowest on; what a slot holds, 0 for nothing
     std::uint64_t im = 0; ///< the same of the imaginary part
-    std::vector<std::uint64_t> slots; ///< of a struct: one for each field
+    std::array<std::uint64_t, most_fields> slots{}; ///< of a struct: one for each field
 
     bool operator==(const element&) const = default;
 };
@@ -52,8 +55,6 @@ struct value {
     bool is_colon() const; ///< the text ':'
     bool is_empty() const;
 
-    /// Zeros, null slots.
-    element blank() const;
     std::size_t element_bytes() const;
     bool operator==(const value& other) const;
 };

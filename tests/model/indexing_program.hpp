@@ -38,6 +38,7 @@ public:
         std::vector<matrix::array_ptr>
             others; ///< which share the block or the header; they keep what they had
         value others_value;
+        bool touched = true; ///< by the step that runs: compared at its end, as all are behind the last one
     };
 
     /// story: what the steps do is written down.
