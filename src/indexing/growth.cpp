@@ -48,18 +48,19 @@ bool grow_dimensions(dims_view array_dims, dims_view reach, std::span<std::size_
 }
 
 dims_list shape_after_growth(dims_view array_dims, dims_view seen, bool all_zero) {
+    dims_list shape(array_dims.begin(), array_dims.end());
     if (seen.size() == 1) {
         const std::size_t along = all_zero || seen[0] == 1 ? 0 : orient(array_dims);
-        if (along == 0) return {1, seen[0]};
-        dims_list dims(array_dims.begin(), array_dims.end());
-        dims[along - 1] = seen[0];
-        return dims;
+        if (along == 0)
+            shape.assign({1, seen[0]});
+        else
+            shape[along - 1] = seen[0];
+    } else if (seen.size() >= array_dims.size()) {
+        shape.assign(seen.begin(), seen.end());
+    } else { // the last subscript stands for several dimensions, of which none has grown
+        std::copy(seen.begin(), seen.end() - 1, shape.begin());
     }
-    if (seen.size() >= array_dims.size()) return {seen.begin(), seen.end()};
-    // The last subscript stands for several dimensions, of which none has grown.
-    dims_list dims(array_dims.begin(), array_dims.end());
-    std::copy(seen.begin(), seen.end() - 1, dims.begin());
-    return dims;
+    return shape;
 }
 
 void grow_left_side(ndArray_tag* array, const left_side_growth& change) {
