@@ -33,10 +33,6 @@ namespace {
 using Korvane::indexing::utilities::BadSubscriptHandler;
 using Korvane::indexing::utilities::IndicesType;
 
-bool is_indexing_opaque(const ndArray_tag* array) noexcept {
-    return (array->flags & flag_indexing_opaque) != 0;
-}
-
 // An array like source, of other dimensions, with the block for its elements.
 array_ptr create_result(const ndArray_tag* source, dims_view dims, std::size_t count) {
     if (has_plain_elements(source->class_id)) {
