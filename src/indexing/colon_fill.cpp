@@ -56,22 +56,51 @@ double middle_of(double start, double end) noexcept {
 }
 
 template <class Element>
-void fill_from_both_ends(Element* out, std::size_t count, double start, double step, double stop) noexcept {
+double last_of(std::size_t count, double start, double step, double stop) noexcept {
     const double computed = count == 1 ? start : static_cast<double>(count - 1) * step + start;
-    const double end =
-        snapped_end(computed, step, start, stop, relative_slack(std::is_same_v<Element, float>));
+    return snapped_end(computed, step, start, stop, relative_slack(std::is_same_v<Element, float>));
+}
+
+template <class Element>
+void fill_from_both_ends(Element* out, std::size_t count, double start, double step, double stop) noexcept {
+    const double end = last_of<Element>(count, start, step, stop);
     const std::size_t half = count / 2;
     draw(out, half, {start, 0, 1, step});
     if (half != 0) draw(out + (count - half), half, {end, static_cast<double>(half - 1), -1, -step});
     if (count % 2 != 0) out[half] = static_cast<Element>(middle_of(start, end));
 }
 
+bool are_exact_whole(double start, double step, double stop) noexcept {
+    return is_exact_whole(start) && is_exact_whole(step) && is_exact_whole(stop);
+}
+
 template <class Element>
 void fill(Element* out, std::size_t count, double start, double step, double stop) noexcept {
     if (count == 0) return;
-    if (is_exact_whole(start) && is_exact_whole(step) && is_exact_whole(stop))
-        return fill_exact(out, count, start, step);
+    if (are_exact_whole(start, step, stop)) return fill_exact(out, count, start, step);
     fill_from_both_ends(out, count, start, step, stop);
+}
+
+// In integers, since the way from the start to the element may have 54 bits.
+double exact_element(std::size_t k, double start, double step) noexcept {
+    if (k == 0) return start; // -0 as it is
+    const auto way = static_cast<std::int64_t>(step) * static_cast<std::int64_t>(k);
+    return static_cast<double>(static_cast<std::int64_t>(start) + way);
+}
+
+// Runs of one: the loops compute an element from its own number.
+template <class Element>
+void fill_element(Element* out, std::size_t k, std::size_t count, double start, double step,
+                  double stop) noexcept {
+    if (are_exact_whole(start, step, stop)) {
+        *out = static_cast<Element>(exact_element(k, start, step));
+        return;
+    }
+    const std::size_t half = count / 2;
+    if (k < half) return draw(out, 1, {start, static_cast<double>(k), 1, step});
+    const double end = last_of<Element>(count, start, step, stop);
+    if (k >= count - half) return draw(out, 1, {end, static_cast<double>(count - 1 - k), -1, -step});
+    *out = static_cast<Element>(middle_of(start, end));
 }
 
 // The conversion refuses -1 too, as all below: no count is negative, and nothing is gained by taking one for 0. NaN passes its tests.
@@ -87,6 +116,16 @@ void fill_range(double* out, std::size_t count, double start, double step, doubl
 
 void fill_range(float* out, std::size_t count, double start, double step, double stop) noexcept {
     fill(out, count, start, step, stop);
+}
+
+void fill_range_element(double* out, std::size_t k, std::size_t count, double start, double step,
+                        double stop) noexcept {
+    fill_element(out, k, count, start, step, stop);
+}
+
+void fill_range_element(float* out, std::size_t k, std::size_t count, double start, double step,
+                        double stop) noexcept {
+    fill_element(out, k, count, start, step, stop);
 }
 
 void fill_whole(void* out, std::size_t size, std::size_t count, std::uint64_t start,

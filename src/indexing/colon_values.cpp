@@ -1,8 +1,7 @@
 // What colon objects stand for: their operands, how many elements there are, and the vector.
 //
 // An array without operands that can be read, whatever its flag says, is an array like any other here.
-#include "indexing/colon_count.hpp"
-#include "indexing/colon_operands.hpp"
+#include "indexing/colon_elements.hpp"
 
 #include "matrix/arraycpy.hpp"
 #include "matrix/class_hooks.hpp"
@@ -11,23 +10,10 @@
 #include <nd/access.hpp>
 #include <nd/colon.hpp>
 
-#include <cmath>
-
 namespace matrix::internal {
 namespace {
 
 namespace api = matrix::detail::noninlined::nd_array_api;
-
-template <class T>
-whole_range range_of(const wide_operands<T>& operands) noexcept {
-    if (operands.step != 0) return whole_range_of(operands.start, operands.step, operands.stop);
-    return whole_range_of(operands.start, operands.double_step, operands.stop);
-}
-
-whole_range wide_range_of(const ndArray_tag* object) {
-    if (object->class_id == ndINT64_CLASS) return range_of(read_wide<long long>(object));
-    return range_of(read_wide<unsigned long long>(object));
-}
 
 template <class T>
 array_ptr expanded(const wide_operands<T>& operands) {
@@ -49,17 +35,13 @@ void get_wide_values(const ndArray_tag* object, T& start, T& step, T& stop, doub
 
 std::size_t count_colon_elements(const ndArray_tag* array) {
     if (!is_colon_object(array)) return api::ndGetNumberOfElements(array);
-    if (has_64_bit_ranges(array->class_id)) return saturated_count(wide_range_of(array).count);
-    const double_operands operands = read_doubles(array);
-    const double count = api::ndColonop_size(operands.start, operands.step, operands.stop,
-                                             static_cast<ndClassID>(array->class_id));
-    return std::isnan(count) ? 1 : saturated_count(count); // what it expands to is one NaN
+    return colon_elements(array).count();
 }
 
 array_ptr expand_if_colon_object(const ndArray_tag* array) {
     if (!is_colon_object(array)) return nullptr;
     array_ptr expanded = expand_colon_object(array);
-    expanded->flags |= array->flags & (flag_from_global_workspace | flag_user_mask);
+    expanded->flags |= array->flags & flags_kept_by_expansion;
     return expanded;
 }
 

@@ -4,6 +4,7 @@
 #include "indexing/structure_assignment.hpp"
 #include "indexing/structure_reference.hpp"
 
+#include "matrix/class_hooks.hpp"
 #include "matrix/field_names.hpp"
 #include "matrix/size_check.hpp"
 
@@ -18,10 +19,6 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using Korvane::engine::RHSInfo;
 using Korvane::indexing::utilities::BadSubscriptHandler;
 
-bool is_indexing_opaque(const ndArray_tag* array) noexcept {
-    return (array->flags & flag_indexing_opaque) != 0;
-}
-
 // Whether its class wants lists of positions.
 bool wants_lists(const ndArray_tag* array) noexcept {
     return array->class_id == ndFUNCTION_CLASS || array->class_id == ndOPAQUE_CLASS ||
@@ -35,10 +32,6 @@ bool is_nothing(const ndArray_tag* lhs) noexcept {
 RHSInfo shape_of(const ndArray_tag* rhs) noexcept {
     const dims_view dims = dims_of(rhs);
     return {dims.data(), dims.size(), is_indexing_opaque(rhs)};
-}
-
-std::size_t fields_of(const ndArray_tag* array) noexcept {
-    return is_struct_like(array->class_id) ? field_count(array) : 0;
 }
 
 } // namespace

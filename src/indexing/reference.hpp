@@ -1,6 +1,6 @@
 // Subscripted reference below the interface: the ways that it takes, each for arrays of one kind of storage.
 //
-// The ways give the same result where both are possible; subscriptedReference tries them in this order.
+// The ways give the same result where two are possible. subscriptedReference tries the first one, and then takes that for the storage.
 #pragma once
 
 #include "indexing/subscript_set.hpp"

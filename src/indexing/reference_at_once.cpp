@@ -1,8 +1,8 @@
 // Subscripted reference of full arrays of plain elements where the positions needn't be listed.
 //
-//   x(s)      s the colon, a range, a single double, or a full vector of doubles, of 64-bit integers or of logical values
-//   x(r, c)   each the colon, a range, a single double, or a vector of doubles or 64-bit integers that isn't long: its positions are
-//             listed on the stack
+//   x(s)      s the colon, a range, a single double, or a full array of doubles, of 64-bit integers or of logical values
+//   x(r, c)   each the colon, a range, a single double, or a full array of doubles or 64-bit integers that isn't long: its positions
+//             are listed on the stack
 //
 // All but the values of s is tested before the result is made. Where a value is no position of x the result is given up, and the
 // general way finds out what is to be raised.
@@ -14,7 +14,7 @@
 #include "indexing/reference_kernels.hpp"
 #include "indexing/reference_shape.hpp"
 #include "indexing/scalar_index.hpp"
-#include "indexing/subscript_kernels.hpp"
+#include "indexing/subscript_kernel_choice.hpp"
 
 #include "matrix/accessors.hpp"
 #include "matrix/array_cache.hpp"
@@ -39,8 +39,6 @@ using foundation::core::cpu::kernel_family;
 
 constexpr kernel_family<reference_kernels> family{
     {&reference_kernels_baseline, &reference_kernels_avx2, &reference_kernels_avx512}};
-constexpr kernel_family<subscript_kernels> subscripts_family{
-    {&subscript_kernels_baseline, &subscript_kernels_avx2, &subscript_kernels_avx512}};
 
 // Data that lie in pdata as they are.
 bool is_full_and_current(const ndArray_tag* array) {
@@ -118,11 +116,23 @@ array_ptr reference_element(const plain_source& source, std::size_t position) {
     return finished(source, std::move(result));
 }
 
+// A value that is no position is told even where there is no memory for the result.
+array_ptr create_for_untested(const plain_source& source, dims_view dims, std::size_t count,
+                              const ndArray_tag* subscript, std::size_t elements) {
+    try {
+        return create_like(source, dims, count);
+    } catch (...) {
+        SubscriptSet set(1, true, false);
+        fill_within(set, source.header, std::span(&elements, 1), std::span(&subscript, 1));
+        throw;
+    }
+}
+
 array_ptr reference_listed(const plain_source& source, std::size_t elements, const ndArray_tag* subscript,
                            gather_kernel gather) {
     const std::size_t count = element_count(subscript);
     const dims_list dims = linear_reference_dims(dims_of(source.header), elements, subscript, count);
-    array_ptr result = create_like(source, dims, count);
+    array_ptr result = create_for_untested(source, dims, count, subscript, elements);
     if (!result) return nullptr;
     if (!gather(subscript->pdata, count, source.data, elements, result->pdata)) return nullptr;
     return finished(source, std::move(result));
@@ -132,7 +142,7 @@ array_ptr reference_masked(const plain_source& source, std::size_t elements, con
     const auto* const bytes = static_cast<const std::uint8_t*>(subscript->pdata);
     const std::size_t length = element_count(subscript);
     const std::size_t within = std::min(length, elements);
-    const auto count_true = subscripts_family.get().count_true;
+    const auto count_true = subscript_loops_here().count_true;
     const std::size_t count = count_true(bytes, within);
     if (count_true(bytes + within, length - within) != 0) return nullptr;
     const dims_list dims = linear_reference_dims(dims_of(source.header), elements, subscript, count);
@@ -182,7 +192,7 @@ std::optional<axis> listed_within(const ndArray_tag* subscript, std::size_t dim,
     const std::size_t count = element_count(subscript);
     if (!is_full_and_current(subscript) || is_complex(subscript) || count > buffer.size() || count == 0)
         return std::nullopt;
-    const subscript_kernels& kernels = subscripts_family.get();
+    const subscript_kernels& kernels = subscript_loops_here();
     std::uint64_t largest = 0;
     if (!(is_wide ? kernels.wide : kernels.doubles)(subscript->pdata, count, buffer.data(), &largest))
         return std::nullopt;

@@ -2,7 +2,7 @@
 //
 //   x(s)                a list is looked up position by position; of a colon or a range the stored elements are asked where they go
 //   x(i, j), x(i, j, 1) column by column of the result
-//   anything else       would have more than two dimensions: the array is made full
+//   anything else       would have more than two dimensions: the result is full
 //
 // First it is found out which elements the result stores, and at which place each, then the result is made in one piece.
 #include "indexing/reference.hpp"
@@ -11,12 +11,11 @@
 
 #include "matrix/accessors.hpp"
 #include "matrix/complexity.hpp"
+#include "matrix/numeric_creation.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/size_check.hpp"
 #include "matrix/sparse_creation.hpp"
 #include "matrix/sparse_parts.hpp"
-
-#include <nd/convert.hpp>
 
 #include <algorithm>
 #include <cstring>
@@ -105,9 +104,21 @@ array_ptr create_gathered(const ndArray_tag* source, dims_view dims, const gathe
     return result;
 }
 
-array_ptr reference_as_full(const ndArray_tag* source, subscript_span subs) {
-    const boost::intrusive_ptr<ndArray_tag> full = convert_to_full_if_needed(source);
-    return reference_full(full.get(), subs);
+// More than two dimensions: without sparse form. Subscripts behind the second one repeat what the first two select.
+array_ptr create_full(const ndArray_tag* source, dims_view dims, const gathered_list& found,
+                      std::size_t gathered_from) {
+    array_ptr result = create_numeric(dims, code_of(source), DataInitialization::zeroed);
+    result->flags |= source->flags & flags_kept_by_reference;
+    const std::size_t size = stored_element_size(source);
+    const std::size_t total = found.empty() ? 0 : element_count(result.get());
+    auto* const to = static_cast<std::byte*>(result->pdata);
+    for (std::size_t before = 0; before < total; before += gathered_from)
+        for (const gathered& element : found)
+            std::memcpy(to + (before + element.place) * size,
+                        static_cast<const std::byte*>(source->pdata) + element.from * size, size);
+    free_imag_if_zero(result.get());
+    refresh_scalar_double(result.get());
+    return result;
 }
 
 } // namespace
@@ -120,13 +131,15 @@ array_ptr reference_sparse(const ndArray_tag* source, subscript_span subs) {
     checked_index_count(counts);
     dims_list dims =
         subs.size() == 1 ? linear_reference_dims(dims_of(source), seen[0], subs[0], counts[0]) : counts;
-    if (without_trailing_ones(dims).size() > 2) return reference_as_full(source, subs);
+    const bool is_full = without_trailing_ones(dims).size() > 2;
+    if (is_full) checked_element_count(dims, stored_element_size(source));
     bring_data_up_to_date(source);
     const bool stores_something = checked_index_count(dims) != 0 && stored_count(source) != 0;
     const gathered_list found = !stores_something  ? gathered_list()
                                 : subs.size() == 1 ? gather_linear(source, set)
                                                    : gather_columns(source, set);
-    return create_gathered(source, dims, found);
+    if (!is_full) return create_gathered(source, dims, found);
+    return create_full(source, dims, found, subs.size() == 1 ? counts[0] : counts[0] * counts[1]);
 }
 
 } // namespace matrix::internal

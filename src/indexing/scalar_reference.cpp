@@ -1,5 +1,10 @@
 // Where the one slot lies that an engine reads or writes: the subscripts become indices one by one, and the indices an offset. No set of
-// subscripts is built and nothing is allocated, but where the array grows.
+// subscripts is built. Where nothing is raised and the array doesn't grow only a subscript may allocate: one whose parts stand in a
+// separate view, for its block.
+//
+// A field is a slot of its own in front; what isn't a struct or an object has none. Growth leaves the class of what has fields alone: an
+// object that became a struct would lose its class with its first new element, and a bracket-empty array has no names that the field's
+// number could mean, so it raises instead of becoming a struct.
 #include "indexing/folded_dimensions.hpp"
 #include "indexing/growth.hpp"
 #include "indexing/scalar_index.hpp"
@@ -14,14 +19,12 @@
 #include <nd/share.hpp>
 
 #include <algorithm>
-#include <string>
 
 namespace matrix::internal {
 namespace {
 
 namespace api = matrix::detail::noninlined::nd_array_api;
 using Korvane::indexing::utilities::BadSubscriptHandler;
-using Korvane::indexing::utilities::IndicesType;
 using subscript_list = const ndArray_tag* const*;
 
 [[gnu::cold, noreturn]] void raise_no_subscripts() { errors::raise<TARVEL::legacy_two_part::nindexIsZero>(); }
@@ -66,7 +69,7 @@ template <class HandlerFor>
     complete_dimensions_if_opaque(array);
     const dims_view dims = dims_of(array);
     offset_sum sum;
-    if (field != 0) sum.add(field, field_count(array));
+    if (field != 0) sum.add(field, fields_of(array));
     for (std::size_t i = 0; i < nsubs; ++i) {
         const kvIndex index = scalar_index(subs[i], [&] { return handler_for(array, nsubs, i + 1); });
         sum.add(index, folded_dimension(dims, nsubs, i));
@@ -99,6 +102,7 @@ void grow_slots(ndArray_tag* array, const left_side_growth& change) {
     if (element_count(array) != 0 || is_struct_like(array->class_id))
         errors::raise<TARVEL::legacy_two_part::invalidInput>();
     array_ptr cell = create_cell(dims_of(array));
+    cell->flags |= array->flags & (flag_from_global_workspace | flag_user_mask);
     grow_left_side(cell.get(), change);
     api::ndMoveArrayOntoHeader(array, cell.release());
 }
@@ -108,10 +112,8 @@ kvIndex grow_to(ndArray_tag* array, dims_view indices, bool has_field, bool keep
     const std::size_t fields = has_field ? 1 : 0;
     const std::size_t nsubs = indices.size() - fields;
     dims_list seen = folded_dimensions(dims_of(array), nsubs);
-    if (has_field) seen.insert(seen.begin(), field_count(array));
-    if (has_field && indices[0] > seen[0])
-        handler_within(array, nsubs, 1)
-            .ThrowIndexExceedsDimensionsError(IndicesType::numeric, std::to_string(indices[0]));
+    if (has_field) seen.insert(seen.begin(), fields_of(array));
+    if (has_field && indices[0] > seen[0]) errors::raise<TARVEL::legacy_two_part::badargs>();
     const dims_list before = seen;
     const bool all_zero =
         std::all_of(dims_of(array).begin(), dims_of(array).end(), [](std::size_t dim) { return dim == 0; });

@@ -1,5 +1,5 @@
 // How many elements a subscript selects, without a look at whether it may.
-#include "indexing/subscript_kernels.hpp"
+#include "indexing/subscript_kernel_choice.hpp"
 #include "indexing/subscript_value.hpp"
 
 #include "matrix/class_hooks.hpp"
@@ -11,17 +11,15 @@
 #include <nd/reference.hpp>
 #include <nd/scalars.hpp>
 
-#include <foundation/core/cpu/instruction_set.hpp>
-
 namespace matrix::internal {
 namespace {
 
-constexpr foundation::core::cpu::kernel_family<subscript_kernels> family{
-    {&subscript_kernels_baseline, &subscript_kernels_avx2, &subscript_kernels_avx512}};
-
+// True elements, each of them one, whatever a byte holds: as many as the positions that it selects. A byte that is neither 0 nor 1 isn't
+// a logical value, and a sum of the bytes would then say more than there are positions.
 std::size_t count_true(const ndArray_tag* mask) {
     if (is_sparse(mask)) return stored_count(mask);
-    return family.get().count_true(static_cast<const std::uint8_t*>(mask->pdata), element_count(mask));
+    return subscript_loops_here().count_true(static_cast<const std::uint8_t*>(mask->pdata),
+                                             element_count(mask));
 }
 
 // The colon in a dimension of an array. Nothing is written for a position that no subscript has.

@@ -42,10 +42,6 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using subscript_list = std::span<const ndArray_tag* const>;
 using filler_function = std::function<array_ptr(const ndArray_tag*)>;
 
-bool is_indexing_opaque(const ndArray_tag* array) noexcept {
-    return (array->flags & flag_indexing_opaque) != 0;
-}
-
 // Where the scan for imaginary parts has no memory for its tasks the array stays complex: the value is the same.
 void become_real_if_possible(ndArray_tag* array) noexcept {
     try {

@@ -24,10 +24,6 @@
 namespace matrix::internal {
 namespace {
 
-bool is_indexing_opaque(const ndArray_tag* array) noexcept {
-    return (array->flags & flag_indexing_opaque) != 0;
-}
-
 // The header without a word to anybody about its data. Until its hook is called an object is a struct: what ends before has
 // nobody to tell.
 array_ptr copy_form(const ndArray_tag* source) {

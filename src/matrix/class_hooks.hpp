@@ -33,9 +33,14 @@ void reference_opaque_elements(const ndArray_tag* source, std::size_t nsubs, ndA
 /// Stores the dimensions that the class of an indexing-opaque array gives.
 void complete_opaque_dimensions(const ndArray_tag* array);
 
+/// Whether the class computes the dimensions on demand and answers for the elements.
+inline bool is_indexing_opaque(const ndArray_tag* array) noexcept {
+    return (array->flags & flag_indexing_opaque) != 0;
+}
+
 /// Completes the dimensions if they are computed on demand.
 inline void complete_dimensions_if_opaque(const ndArray_tag* array) {
-    if ((array->flags & flag_indexing_opaque) != 0) complete_opaque_dimensions(array);
+    if (is_indexing_opaque(array)) complete_opaque_dimensions(array);
 }
 
 /// Class ID of an opaque array (its class decides) or of an object (its tag index, when it has one).

@@ -23,6 +23,11 @@ inline std::size_t field_count(const ndArray_tag* array) noexcept {
     return set == nullptr ? 0 : static_cast<std::size_t>(set->count);
 }
 
+/// Number of fields of any array; what isn't struct-like, and may have something else in these words, has none.
+inline std::size_t fields_of(const ndArray_tag* array) noexcept {
+    return is_struct_like(array->class_id) ? field_count(array) : 0;
+}
+
 /// Moves the array's count on its name set out of the header, which has no fields then.
 name_set_ptr take_names(ndArray_tag* array) noexcept;
 

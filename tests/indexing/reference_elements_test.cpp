@@ -9,8 +9,10 @@
 #include "support/snapshot.hpp"
 #include "support/variations.hpp"
 
+#include <nd/class_access.hpp>
 #include <nd/share.hpp>
 
+#include <cmath>
 #include <cstring>
 
 namespace test {
@@ -61,6 +63,39 @@ TEST_F(ReferenceElements, OfARangeAreThoseThatItStandsFor) {
               "TARVEL:badsubscript indexExceedsDims(1, 1x19, 20, 1, numeric)");
 }
 
+// Of ranges that no memory has room for: neither few of their elements nor what is wrong with a subscript needs the vector.
+TEST_F(ReferenceElements, OfALongRangeAreComputedOneByOne) {
+    const array_ptr x = range(1, 1, 1e13);
+    const auto num = [](double value) { return arr("double", {value}); };
+    EXPECT_THAT(at(x, num(5)), EqualsArray(num(5)));
+    EXPECT_THAT(at(x, arr("double 2x1", {1e13, 3})), EqualsArray(arr("double 1x2", {1e13, 3})));
+    EXPECT_THAT(at(x, arr("int64 2x2", {4, 3, 2, 1})), EqualsArray(arr("double 2x2", {4, 3, 2, 1})));
+    EXPECT_THAT(at(x, range(9, -4, 1)), EqualsArray(arr("double 1x3", {9, 5, 1})));
+    EXPECT_THAT(at(x, arr("logical 1x4", {0, 1, 0, 1})), EqualsArray(arr("double 1x2", {2, 4})));
+    EXPECT_THAT(at(x, arr("double 0x0")), EqualsArray(arr("double 0x0")));
+    EXPECT_THAT(at(x, colon(), num(7)), EqualsArray(num(7)));
+    EXPECT_THAT(at(x, arr("double 1x2", {1, 1}), arr("double 1x3", {6, 7, 8}), arr("double 1x2", {1, 1})),
+                EqualsArray(arr("double 2x3x2", {6, 6, 7, 7, 8, 8, 6, 6, 7, 7, 8, 8})));
+    EXPECT_TRUE(at(x, num(5))->flags & matrix::flag_scalar_double);
+    EXPECT_EQ(error_at(x, num(0)), "TARVEL:badsubscript badTypeIndices(1, 1x10000000000000, 0, 1)");
+    EXPECT_EQ(error_at(x, num(1e13 + 1)),
+              "TARVEL:badsubscript indexExceedsDims(1, 1x10000000000000, 10000000000001, 1, numeric)");
+    EXPECT_EQ(error_at(x, num(2), num(1)),
+              "TARVEL:badsubscript indexExceedsDims(1, 1x10000000000000, 2, 2, numeric)");
+    x->flags |= 0xAB000000U | matrix::flag_from_global_workspace;
+    constexpr std::uint32_t marks = matrix::flag_user_mask | matrix::flag_from_global_workspace;
+    EXPECT_EQ(at(x, num(5))->flags & marks, 0xAB000000U | matrix::flag_from_global_workspace);
+}
+
+TEST_F(ReferenceElements, OfARangeAreOfItsClass) {
+    const array_ptr bytes = matrix::create_colon_object(1, 2, 200, ndUINT8_CLASS);
+    EXPECT_THAT(at(bytes, arr("double 1x2", {100, 1})), EqualsArray(arr("uint8 1x2", {199, 1})));
+    EXPECT_THAT(at(bytes, colon()), EqualsArray(at(matrix::expand_colon_object(bytes.get()), colon())));
+    const array_ptr nothing = matrix::create_colon_object(1, std::nan(""), 5, ndINT16_CLASS);
+    EXPECT_THAT(at(nothing, arr("double", {1})), EqualsArray(arr("double", {std::nan("")})));
+    EXPECT_THAT(at(range(3, 1, 2), colon()), EqualsArray(arr("double 0x1")));
+}
+
 TEST_F(ReferenceElements, OfASplitArrayAreCurrent) {
     const array_ptr x = arr("complex double 1x2", {{1, 2}, {3, 4}});
     ASSERT_TRUE(x->split_data(true));
@@ -97,6 +132,24 @@ TEST_F(ReferenceElements, OfACellAreShared) {
     EXPECT_EQ(slots[2]->scope, static_cast<std::uint32_t>(ndMEMBER_SCOPE));
     const array_ptr twice = at(x, arr("double 2x1", {1, 1}), arr("double", {1}));
     EXPECT_EQ(plain->ref_count, 4u);
+}
+
+TEST_F(ReferenceElements, OfACellThatHoldOthersGetAHeaderOfTheirOwn) {
+    namespace api = matrix::detail::noninlined::nd_array_api;
+    array_ptr object = struct_arr("1x1", {"a"}, numbered("int8"));
+    ASSERT_EQ(api::ndSetClassName(object.get(), "thing"), 0);
+    const std::size_t dims[] = {1, 1};
+    const array_ptr x = arr("cell 1x3", std::move(object), struct_arr("1x1", {"a"}, numbered("int8")),
+                            matrix::create(dims, ndFUNCTION_CLASS, ndREAL));
+    const array_ptr part = at(x, range(3, -1, 1));
+    for (std::size_t i = 0; i < 3; ++i) {
+        const ndArray_tag* const own = matrix::internal::slots_of(x.get())[i];
+        const ndArray_tag* const shared = matrix::internal::slots_of(part.get())[2 - i];
+        EXPECT_NE(shared, own) << i;
+        EXPECT_EQ(shared->class_id, own->class_id);
+        EXPECT_EQ(shared->pdata, own->pdata) << i;
+        EXPECT_EQ(shared->scope, static_cast<std::uint32_t>(ndMEMBER_SCOPE)) << i;
+    }
 }
 
 TEST_F(ReferenceElements, OfACellStopBeingReusable) {
@@ -209,6 +262,7 @@ TEST_F(ReferenceElements, ReachTheCallerAsATemporary) {
     const array_ptr s = arr("double", {2});
     const ndArray_tag* const subs[] = {s.get()};
     const array_ptr made(api::ndSubscriptedReference(x.get(), 1, subs));
+    EXPECT_EQ(made->scope, ndTEMPORARY_SCOPE);
     EXPECT_THAT(made, EqualsArray(arr("double", {2})));
 }
 

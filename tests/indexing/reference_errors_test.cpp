@@ -1,5 +1,7 @@
 // References that can't be: what they raise, with which arguments, and that the source stays as it was.
+#include "indexing/reference.hpp"
 #include "indexing/reference_support.hpp"
+#include "support/alloc_sources.hpp"
 #include "support/array_matchers.hpp"
 #include "support/fixture.hpp"
 #include "support/snapshot.hpp"
@@ -121,11 +123,44 @@ TEST_F(ReferenceErrors, OfAResultThatIsTooLargeComeBeforeItIsMade) {
     matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
     limit.setEnabled(true);
     const array_ptr sparse = sparse_arr("double 1099511627776x4", {{0, 0, 1}});
-    EXPECT_THROW(at(sparse, arr("double 1x1", {1}), arr("double 1x1", {1}), arr("double 1x2", {1, 1})),
+    EXPECT_THROW(at(sparse, colon(), arr("double 1x1", {1}), arr("double 1x2", {1, 1})),
                  matrix::internal::SizeLimitExceeded);
+    EXPECT_THAT(at(sparse, arr("double", {1}), arr("double", {1}), arr("double 1x2", {1, 1})),
+                EqualsArray(arr("double 1x1x2", {1, 1})))
+        << "the source alone is large";
     EXPECT_THROW(matrix::subscriptedReference(*x, std::span(subs).first(2)),
                  matrix::internal::SizeLimitExceeded);
     limit.setEnabled(false);
+}
+
+TEST_F(ReferenceErrors, OfAResultBeyondTheUsersLimitAreToldByTheLongWay) {
+    const array_ptr x = arr("double 1x1000000");
+    const subscripts subs = subs_of(arr("double 1x512", std::vector<number>(512, number(1))), colon());
+    matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
+    const std::uint32_t percent = limit.getPercent();
+    limit.setPercent(1);
+    limit.setEnabled(true);
+    EXPECT_EQ(matrix::internal::reference_at_once(x.get(), pointers_of(subs)), nullptr);
+    EXPECT_THROW(referenced(x.get(), subs), matrix::internal::SizeLimitExceeded);
+    limit.setEnabled(false);
+    limit.setPercent(percent);
+}
+
+// Where there is no memory for the result the values of the subscript haven't been looked at yet.
+TEST_F(ReferenceErrors, OfAValueComeBeforeThoseOfMemory) {
+    const array_ptr x = arr("complex double", {{1, 2}});
+    for (const double bad : {7.0, 1.5}) {
+        const subscripts subs = subs_of(arr("double 1x4", {1, 1, 1, bad}));
+        const auto pointers = pointers_of(subs);
+        const std::string wanted = error_of([&] { matrix::subscriptedReference(*x, pointers); });
+        EXPECT_EQ(wanted.substr(0, 19), "TARVEL:badsubscript");
+        std::string raised;
+        {
+            const injection armed({1});
+            raised = error_of([&] { matrix::subscriptedReference(*x, pointers); });
+        }
+        EXPECT_EQ(raised, wanted);
+    }
 }
 
 } // namespace

@@ -48,6 +48,8 @@ const fault_case cases[] = {
          return arr("complex double 1x3", {{1, 0}, {2, 1}, {3, 0}});
      },
      [] { return subs_of(range(1, 2, 3)); }},
+    {"colon object, one element", [] { return range(1, 3, 100); },
+     [] { return subs_of(arr("double", {9})); }},
     {"colon object", [] { return range(1, 3, 100); },
      [] {
          return subs_of(arr("double 1x2", {1, 9}));
@@ -104,6 +106,30 @@ TEST_F(ReferenceFaults, LeaveNothing) {
             });
         }
     }
+}
+
+// The last allocation of the reference is the share record of the last element.
+TEST_F(ReferenceFaults, OfCopyingAnElementAreToldAsOutOfMemory) {
+    const array_ptr all = range(1, 1, 3);
+    const ndArray_tag* const subs[] = {all.get()};
+    const auto cell = [] {
+        return arr("cell 1x3", arr("cell 1x1", nullptr), arr("cell 1x1", nullptr), arr("cell 1x1", nullptr));
+    };
+    long points = 0;
+    {
+        const array_ptr x = cell();
+        const injection counting({});
+        const array_ptr made = matrix::subscriptedReference(*x, subs);
+        points = counting.points();
+    }
+    ASSERT_GE(points, 3);
+    const array_ptr x = cell();
+    std::string raised;
+    {
+        const injection armed({points});
+        raised = error_of([&] { matrix::subscriptedReference(*x, subs); });
+    }
+    EXPECT_EQ(raised, "TARVEL:nomem nomem()");
 }
 
 TEST_F(ReferenceFaults, LeaveAGrowingCellAsItWas) {

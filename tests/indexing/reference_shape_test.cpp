@@ -74,6 +74,19 @@ const linear_case linear_cases[] = {
      {1, 5, 9, 12}},
     {"double 3x4",
      [] {
+         return arr("logical 1x1x12", {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 1});
+     },
+     "double 1x1x4",
+     {1, 5, 9, 12}},
+    {"double 3x4", [] { return arr("logical 1x1x12"); }, "double 1x1x0", {}},
+    {"double 1x1",
+     [] {
+         return arr("logical 1x1x3", {1, 0, 0});
+     },
+     "double 1x1",
+     {1}},
+    {"double 3x4",
+     [] {
          return arr("logical 2x1", {0, 1});
      },
      "double 1x1",

@@ -1,9 +1,12 @@
 // References of sparse arrays against those of the same values stored in full.
+#include "indexing/colon_support.hpp"
 #include "indexing/reference_support.hpp"
 #include "support/array_matchers.hpp"
 #include "support/fixture.hpp"
 #include "support/sparse_arr.hpp"
 #include "support/variations.hpp"
+
+#include "matrix/dimensions.hpp"
 
 #include <functional>
 
@@ -15,6 +18,11 @@ using ReferenceSparse = NdTest;
 
 array_ptr full_matrix() {
     return arr("double 4x5", {0, 2, 0, 4, 0, 0, 0, 0, 9, 0, 0, 12, 0, 14, 15, 0, 17, 0, 0, 20});
+}
+
+array_ptr ones(const char* shape) {
+    const array_ptr zeros = arr(shape);
+    return arr(shape, std::vector<number>(matrix::internal::element_count(zeros.get()), number(1)));
 }
 
 using maker = std::function<array_ptr()>;
@@ -121,6 +129,44 @@ TEST_F(ReferenceSparse, OfMoreThanTwoDimensionsIsFull) {
     EXPECT_THAT(at(x, colon(), arr("double", {1}), arr("double 1x2", {1, 1})),
                 EqualsArray(arr("double 4x1x2", {0, 2, 0, 4, 0, 2, 0, 4})));
     EXPECT_THAT(at(x, arr("double 1x1x2", {4, 9})), EqualsArray(arr("double 1x1x2", {4, 9})));
+    for (const maker& row : row_subscripts) {
+        for (const maker& column : column_subscripts) {
+            for (const char* const shape : {"double 1x2", "double 2x2", "double 0x0"}) {
+                SCOPED_TRACE(array_text(row().get()) + ", " + array_text(column().get()) + ", " + shape);
+                EXPECT_THAT(at(x, row(), column(), ones(shape)),
+                            EqualsArray(at(full_matrix(), row(), column(), ones(shape))));
+            }
+        }
+    }
+    const array_ptr mixed = sparse_arr("complex double 2x2", {{0, 0, {1, 0}}, {1, 1, {2, 3}}});
+    EXPECT_THAT(at(mixed, arr("double 1x1x2", {1, 4})),
+                EqualsArray(arr("complex double 1x1x2", {{1, 0}, {2, 3}})));
+    EXPECT_THAT(at(mixed, arr("double 1x1x2", {1, 2})), EqualsArray(arr("double 1x1x2", {1, 0})))
+        << "all of it real";
+    EXPECT_THAT(at(sparse_of(arr("logical 2x2", {1, 0, 1, 1})), arr("double 1x1x2", {2, 3})),
+                EqualsArray(arr("logical 1x1x2", {0, 1})));
+    EXPECT_THAT(at(x, colon(), arr("double", {1}), arr("cell 1x2")), EqualsArray(arr("double 4x1x0")));
+}
+
+// Not only the result: a full array of this source's shape can't be had.
+TEST_F(ReferenceSparse, OfMoreThanTwoDimensionsCostsWhatIsSelected) {
+    const array_ptr x = sparse_arr("double 1099511627776x4", {{0, 0, 1}, {7, 1, 2}});
+    const auto one = [] { return arr("double", {1}); };
+    EXPECT_THAT(at(x, one(), one(), arr("double 0x0")), EqualsArray(arr("double 1x1x0")));
+    EXPECT_THAT(at(x, one(), one(), arr("double 1x2", {1, 1})), EqualsArray(arr("double 1x1x2", {1, 1})));
+    EXPECT_THAT(at(x, arr("double 1x1x2", {2, 1})), EqualsArray(arr("double 1x1x2", {0, 1})));
+    EXPECT_EQ(error_at(x, one(), colon(), arr("double 1x2", {1, 2})),
+              "TARVEL:badsubscript indexExceedsDims(3, 1099511627776x4, 2, 3, numeric)");
+}
+
+TEST_F(ReferenceSparse, WarnsOnceOfARangeWithFractions) {
+    const silent_warnings warnings;
+    const array_ptr x = sparse_of(full_matrix());
+    EXPECT_THAT(at(x, range(1.2, 1, 3.2), arr("double", {1}), arr("double 1x2", {1, 1})),
+                EqualsArray(arr("double 3x1x2", {0, 2, 0, 0, 2, 0})));
+    EXPECT_EQ(warnings.count(), 1u);
+    EXPECT_THAT(at(range(1, 1, 3), range(1.2, 1, 3.2)), EqualsArray(arr("double 1x3", {1, 2, 3})));
+    EXPECT_EQ(warnings.count(), 2u) << "of a range";
 }
 
 TEST_F(ReferenceSparse, OfAVeryTallArrayCostsWhatIsStored) {

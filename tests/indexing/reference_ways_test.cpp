@@ -117,6 +117,32 @@ TEST_F(ReferenceWays, GiveTheSameOfBlocks) {
     });
 }
 
+// Around the number of positions that a subscript of two may have in the short way.
+TEST_F(ReferenceWays, GiveTheSameOfLongLists) {
+    for_each_instruction_set([] {
+        std::mt19937 random(5);
+        const array_ptr x = numbered("int16 30x20");
+        for (const std::size_t count : {511, 512, 513}) {
+            for (const char* const index : {"double", "int64", "uint64"}) {
+                for (const bool down : {true, false}) {
+                    SCOPED_TRACE(index + std::string(down ? " rows, " : " columns, ") +
+                                 std::to_string(count));
+                    array_ptr list = random_numbers(index, count, down ? 30 : 20, random);
+                    const subscripts subs =
+                        down ? subs_of(std::move(list), colon()) : subs_of(colon(), std::move(list));
+                    const auto pointers = pointers_of(subs);
+                    const array_ptr quick = reference_at_once(x.get(), pointers);
+                    EXPECT_EQ(quick != nullptr, count <= 512);
+                    const array_ptr wanted = reference_full(x.get(), pointers);
+                    if (quick) {
+                        EXPECT_THAT(quick, EqualsArray(wanted.get()));
+                    }
+                }
+            }
+        }
+    });
+}
+
 // Whatever the short way can't tell it leaves alone: it raises nothing of subscripts, and gives no result.
 TEST_F(ReferenceWays, LeaveBadSubscriptsToTheLongOne) {
     const double nan = std::nan("");

@@ -1,8 +1,10 @@
 // Where single slots lie, and how many elements subscripts select.
+#include "indexing/colon_support.hpp"
 #include "indexing/reference_support.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/size_check.hpp"
 #include "support/array_matchers.hpp"
+#include "support/array_spec.hpp"
 #include "support/classes.hpp"
 #include "support/fixture.hpp"
 #include "support/snapshot.hpp"
@@ -122,6 +124,16 @@ const scalar_case scalar_cases[] = {
     {"cell 3x4", [] { return subs_of(sparse_arr("logical 2x2", {})); }, "offset -1"},
     {"cell 3x4", [] { return subs_of(arr("double 0x0")); }, "offset -1"},
     {"cell 3x4", [] { return subs_of(arr("int8 1x0")); }, "offset -1"},
+    {"cell 3x4", [] { return subs_of(sparse_arr("double 0x0", {})); },
+     "TARVEL:badsubscript badTypeIndices(1, 3x4, 0, 1)"},
+    {"cell 3x4", [] { return subs_of(arr("complex double 0x0")); },
+     "TARVEL:badsubscript badTypeIndices(1, 3x4, none, 1)"},
+    {"cell 3x4", [] { return subs_of(range(281474976710656.0, 1, 281474976710657.0)); },
+     "TARVEL:badsubscript indexExceedsDims(1, 3x4, 281474976710656, 1, numeric)"},
+    {"cell 3x4", [] { return subs_of(range(std::nan(""), 1, 2)); },
+     "TARVEL:badsubscript badTypeIndices(1, 3x4, NaN, 1)"},
+    {"cell 3x4", [] { return subs_of(arr("single", {std::nan("")})); },
+     "TARVEL:badsubscript badTypeIndices(1, 3x4, NaN, 1)"},
     // no indices
     {"cell 3x4", [] { return subs_of(num(0)); }, "TARVEL:badsubscript badTypeIndices(1, 3x4, 0, 1)"},
     {"cell 3x4", [] { return subs_of(num(99), num(1.5)); },
@@ -289,8 +301,72 @@ TEST_F(ScalarReference, ToBeWrittenGrowsTheStruct) {
                                           nullptr, nullptr)));
     EXPECT_EQ(written(s.get(), subs_of(num(2), num(1)), 1), "grew, offset 2");
     EXPECT_EQ(s->class_id, ndSTRUCT_CLASS);
-    EXPECT_EQ(written(s.get(), subs_of(num(1)), 3),
-              "TARVEL:badsubscript indexExceedsDims(1, 2x4, 3, 1, numeric)");
+    EXPECT_EQ(written(s.get(), subs_of(num(1)), 3), "TARVEL:badargs badargs()");
+}
+
+TEST_F(ScalarReference, ToBeWrittenThroughAFieldKeepsTheClass) {
+    const array_ptr s = struct_arr("1x2", {"a", "b"}, num(1), num(2), num(3), num(4));
+    ASSERT_EQ(api::ndSetClassName(s.get(), "thing"), 0);
+    EXPECT_EQ(written(s.get(), subs_of(num(3)), 2), "grew, offset 5");
+    EXPECT_EQ(s->class_id, ndOBJECT_CLASS);
+    EXPECT_STREQ(api::ndGetClassName(s.get()), "thing");
+    EXPECT_EQ(s->n_or_ndims, 3u);
+    // What has no fields has no slot of one, and doesn't become a struct.
+    for (const char* const description : {"double 0x0", "unknown 0x0", "cell 1x2", "double 2x2"}) {
+        SCOPED_TRACE(description);
+        const array_ptr x = arr(description);
+        if (x->m_or_dims == 0) x->flags |= matrix::flag_empty_square_bracket;
+        const snapshot before(x.get());
+        EXPECT_EQ(written(x.get(), subs_of(num(1)), 1), "TARVEL:badargs badargs()");
+        EXPECT_EQ(found(x.get(), subs_of(num(1)), 1), "slot 1 exceeds");
+        EXPECT_EQ(before.difference(), "");
+    }
+    const array_ptr sparse = sparse_arr("double 20x20", {{9, 0, 1}, {19, 1, 2}});
+    EXPECT_EQ(found(sparse.get(), subs_of(num(1)), 9), "slot 1 exceeds") << "its row indices are no fields";
+}
+
+TEST_F(ScalarReference, ToBeWrittenThroughAFieldWithoutItsSlotsLosesNone) {
+    const array_ptr s = struct_arr("1x2", {"a", "b"}, num(1), num(2), num(3), num(4));
+    EXPECT_EQ(written(s.get(), subs_of(num(2), num(3)), 1, false), "grew, offset 10");
+    EXPECT_THAT(s, EqualsArray(struct_arr("2x3", {"a", "b"}, num(1), num(2), num(3), num(4), nullptr, nullptr,
+                                          nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)));
+}
+
+TEST_F(ScalarReference, ToBeWrittenGrowsWithFewerSubscriptsThanDimensions) {
+    const auto grown = [](array_ptr x, std::size_t field, double row, double column) {
+        const std::string result = written(x.get(), subs_of(num(row), num(column)), field);
+        const auto dims = matrix::internal::dims_of(x.get());
+        return result + ", " + dims_text({dims.begin(), dims.end()});
+    };
+    const auto cell = [] { return arr("cell 2x3x2"); };
+    const auto fields = [] { return struct_arr("2x3x2", {"a", "b"}); };
+    EXPECT_EQ(grown(cell(), 0, 3, 6), "grew, offset 17, 3x3x2");
+    EXPECT_EQ(grown(fields(), 2, 3, 6), "grew, offset 35, 3x3x2");
+    EXPECT_EQ(grown(cell(), 0, 2, 7),
+              "TARVEL:indexed_matrix_cannot_be_resized ambiguousArrayGrowth(), 2x3x2");
+    EXPECT_EQ(grown(fields(), 1, 2, 7),
+              "TARVEL:indexed_matrix_cannot_be_resized ambiguousArrayGrowth(), 2x3x2");
+}
+
+// Index 0, of a subscript that selects nothing, is one before the dimension also where another subscript lets the array grow.
+TEST_F(ScalarReference, ToBeWrittenGrowsBesideAnIndexOfNothing) {
+    const array_ptr x = arr("cell 2x2", num(1), num(2), num(3), num(4));
+    EXPECT_EQ(written(x.get(), subs_of(arr("logical", {0}), num(3))), "grew, offset 3");
+    EXPECT_THAT(x, EqualsArray(arr("cell 2x3", num(1), num(2), num(3), num(4), nullptr, nullptr)));
+}
+
+TEST_F(ScalarReference, ToBeWrittenKeepsTheMarksOfTheUser) {
+    constexpr std::uint32_t marks = 0xAB000000U | matrix::flag_from_global_workspace;
+    for (const char* const description : {"cell 0x0", "double 0x0", "unknown 0x0"}) {
+        const array_ptr x = arr(description);
+        x->flags |= marks | matrix::flag_empty_square_bracket;
+        EXPECT_EQ(written(x.get(), subs_of(num(2))), "grew, offset 1");
+        EXPECT_EQ(x->class_id, ndCELL_CLASS);
+        EXPECT_EQ(x->flags & (matrix::flag_user_mask | matrix::flag_from_global_workspace |
+                              matrix::flag_empty_square_bracket),
+                  marks)
+            << description;
+    }
 }
 
 TEST_F(ScalarReference, ToBeWrittenRefusesGrowthThatNobodyCanTell) {
@@ -313,6 +389,12 @@ struct count_case {
     kvSize count;
 };
 
+array_ptr a_byte_of_two() {
+    array_ptr mask = arr("logical 1x3", {1, 0, 1});
+    static_cast<std::uint8_t*>(mask->pdata)[2] = 2;
+    return mask;
+}
+
 const count_case count_cases[] = {
     {"double 2x3x4", colon, 1, 1, 24},
     {"double 2x3x4", colon, 1, 2, 2},
@@ -328,6 +410,10 @@ const count_case count_cases[] = {
     {"double 3x4", colon, 3, 1, 1},
     {"double 3x4", [] { return range(1, 2, 9); }, 1, 1, 5},
     {"double 3x4", [] { return range(9, 2, 1); }, 1, 1, 0},
+    {"double 3x4", [] { return matrix::create_int_colon_object(2LL, 3LL, 12LL, ndINT64_CLASS); }, 1, 1, 4},
+    {"double 3x4", [] { return matrix::create_int_colon_object(9ULL, -2.0, 1ULL, ndUINT64_CLASS); }, 1, 1, 5},
+    {"double 3x4", [] { return arr("char", u"a"); }, 1, 1, 1},
+    {"double 3x4", a_byte_of_two, 1, 1, 2}, // each byte counts once, as it selects
     {"double 3x4",
      [] {
          return arr("logical 2x2", {1, 0, 1, 1});
@@ -356,8 +442,15 @@ TEST_F(ScalarReference, CountsWhatASubscriptSelects) {
     kvSize count = 99;
     EXPECT_TRUE(api::ndSubsCount(x.get(), colon().get(), 2, 1, &count));
     EXPECT_EQ(count, 99u) << "behind the last subscript, before the last dimension";
-    EXPECT_FALSE(api::ndSubsCount(x.get(), arr("cell 1x2").get(), 1, 1, &count));
-    EXPECT_EQ(count, 0u);
+    for (const array_ptr& s : subs_of(arr("cell 1x2"), struct_arr("1x1", {"f"}), arr("unknown 2x3"))) {
+        count = 99;
+        EXPECT_FALSE(api::ndSubsCount(x.get(), s.get(), 1, 1, &count)) << s->class_id;
+        EXPECT_EQ(count, 0u);
+    }
+    const silent_warnings warnings;
+    EXPECT_TRUE(api::ndSubsCount(x.get(), range(1.5, 1, 4).get(), 1, 1, &count));
+    EXPECT_EQ(count, 3u);
+    EXPECT_EQ(warnings.count(), 1u);
 }
 
 } // namespace

@@ -38,7 +38,8 @@ namespace matrix {
 /// and objects are shared with a. A complex array whose selected elements are all real gives a real one; a colon object stands for
 /// its elements. A sparse array gives a sparse one; where that would have more than two dimensions, a full one.
 /// Raises what the subscripts raise; TARVEL:badsubscript (TARVEL:matrix:indexExceedsDims) for a position outside a; TARVEL:pmaxsize and
-/// SizeLimitExceeded for the result; TARVEL:nomem; TARVEL:legacy_two_part:nindexIsZero without subscripts. a is unchanged then.
+/// SizeLimitExceeded for the result; TARVEL:nomem; TARVEL:legacy_two_part:nindexIsZero without subscripts, and invalidInput of that
+/// group where the class of an indexing-opaque array can't tell its elements. a is unchanged then.
 ND_EXPORT array_ptr subscriptedReference(const ndArray_tag& a, std::span<const ndArray_tag* const> subs);
 
 namespace detail::noninlined::nd_array_api {
@@ -50,16 +51,20 @@ ND_EXPORT ndArray_tag* ndSubscriptedReference(const ndArray_tag* a, std::size_t 
 /* Where one slot lies. Each subscript stands for a single index: a number its first element, the colon 1, a colon object its first value,
  * a logical array the place of its first true element. The caller sees to it that there is one. Of a sparse array the element in its
  * first row and column is the one; a logical one may have it anywhere. field is 0, or the number of a field of a struct, counted from
- * 1: the offset is then that of the field's slot. Offsets count slots from 0. A logical array without a true element, and any array without
- * elements, give index 0: the offset is one before the dimension begins, which callers exclude.
+ * 1: the offset is then that of the field's slot; any other array has no fields. Offsets count slots from 0. A logical array without a
+ * true element, and a full real array without elements, give index 0: the offset is one before the dimension begins, which callers exclude.
+ * Without elements, a sparse or a complex array raises as no index, and a colon object still has its first value.
  *
  * All raise TARVEL:legacy_two_part:nindexIsZero for no subscripts, and what <nd/subscripts.hpp> tells for what is no index. */
 
-/// The slot of a that is going to be written; a is a cell, or with a field a struct. Subscripts beyond a make it grow, with spare
-/// room; grew tells. The new slots are null. keepData: the present slots go to their places in the new shape; otherwise they stay where they
+/// The slot of a that is going to be written; a is a cell, or with a field a struct or an object. Subscripts beyond a make it grow, with
+/// spare room; grew tells. Without a field an empty array of another class, [] too, becomes a cell when it grows; with one the class stays
+/// as it is, and what has no fields doesn't grow. The new slots are null. keepData: the present slots go to their places in the new shape; otherwise they stay where they
 /// lie. The caller has unshared a.
 /// Raises TARVEL:indexed_matrix_cannot_be_resized (TARVEL:matrix:ambiguousArrayGrowth) where fewer subscripts than dimensions would have to let
-/// the last one grow; TARVEL:pmaxsize and SizeLimitExceeded for the new size; out of memory. a is unchanged then.
+/// the last one grow; TARVEL:pmaxsize and SizeLimitExceeded for the new size; TARVEL:legacy_two_part:invalidInput
+/// where a would have to grow and is a struct or object without a field, or has elements and isn't a cell;
+/// TARVEL:legacy_two_part:badargs for a field that a doesn't have; out of memory. a is unchanged then.
 ND_EXPORT kvIndex ndScalarRef(ndArray_tag* a, std::size_t nsubs, const ndArray_tag* const* subs,
                               std::size_t field, bool keepData, bool& grew);
 
