@@ -9,7 +9,6 @@
 #include "errors/raise.hpp"
 #include "matrix/arraycpy.hpp"
 #include "matrix/field_names.hpp"
-#include "matrix/size_check.hpp"
 
 #include <nd/class_access.hpp>
 #include <nd/share.hpp>
@@ -36,7 +35,7 @@ bool assign_slots(ndArray_tag* lhs, std::span<const ndArray_tag* const> subs, co
     refuse_other_fields(lhs, rhs, field, fitted.replaces());
     fitted.select_field();
     const bool grows = fitted.reaches_beyond();
-    if (grows) checked_element_count(fitted.new_seen(), sizeof(ndArray_tag*));
+    if (grows) checked_slot_count(fitted.new_seen()); // before copies for so many places are asked for
     changed_array changed(lhs);
     if (fitted.replaces()) changed.replace(create_empty_copy(rhs));
     change_elements(changed, fitted, rhs, fitted.copy_needed(), nullptr);
@@ -53,6 +52,7 @@ using namespace internal;
 
 void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
                            const ndArray_tag* rhs, std::size_t field) {
+    grew = false; // also for whoever catches what is raised
     if (nsubs == 0) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
     // Slots that are stored to aren't read at the same time.
     const array_ptr own = rhs == lhs && is_struct_like(lhs->class_id) ? shallow_copy(lhs) : nullptr;

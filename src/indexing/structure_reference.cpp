@@ -3,6 +3,7 @@
 #include "indexing/structure_reference.hpp"
 
 #include "indexing/element_read.hpp"
+#include "indexing/growth.hpp"
 #include "indexing/reference.hpp"
 #include "indexing/reference_shape.hpp"
 
@@ -10,7 +11,6 @@
 #include "matrix/data_copy.hpp"
 #include "matrix/field_names.hpp"
 #include "matrix/header_factory.hpp"
-#include "matrix/size_check.hpp"
 
 #include <nd/share.hpp>
 
@@ -56,7 +56,7 @@ array_ptr structureReference(const ndArray_tag& s, std::span<const ndArray_tag* 
     fill_within(set, &s, dims_view(seen).subspan(1), subs);
 
     array_ptr result = field == 0 ? create_empty_copy(&s) : create_cell({});
-    const std::size_t total = checked_element_count(set.info.num, sizeof(ndArray_tag*));
+    const std::size_t total = checked_slot_count(set.info.num);
     result->set_dimensions(selected_dims(s, subs, set, field));
     if (total == 0) return result;
     void* const slots = allocate_data(total * sizeof(ndArray_tag*), DataInitialization::zeroed);

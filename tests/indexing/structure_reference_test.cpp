@@ -13,6 +13,7 @@
 #include <nd/containers.hpp>
 #include <nd/lists.hpp>
 #include <nd/reference.hpp>
+#include <nd/sizes.hpp>
 #include <nd/structures.hpp>
 
 namespace test {
@@ -143,6 +144,30 @@ TEST_F(StructureReference, TakesStructsWithoutFieldsOrElements) {
     EXPECT_EQ(content_text(matrix::structureReference(*none, sub_list(":").span(), 0).get()), "0x1:");
     EXPECT_EQ(content_text(matrix::structureReference(*none, sub_list(":").span(), 1).get()), "0x1:");
     EXPECT_EQ(content_text(matrix::structureReference(*none, sub_list("[]").span(), 0).get()), "0x0:");
+}
+
+// A position is selected as often as it is named.
+sub_list often(std::size_t times, std::size_t nsubs) {
+    sub_list subs;
+    const std::vector<number> ones(times, number(1));
+    for (std::size_t i = 0; i < nsubs; ++i)
+        subs.add(arr("double 1x" + std::to_string(times), std::span<const number>(ones)));
+    return subs;
+}
+
+TEST_F(StructureReference, RefusesSizesBeyondTheCeiling) {
+    for (const array_ptr& s : {struct_arr("1x1", {}), counting("1x1")}) {
+        for (const std::size_t nsubs : {3U, 4U})
+            EXPECT_EQ(error_of([&] { matrix::structureReference(*s, often(65536, nsubs).span(), 0); }),
+                      "TARVEL:pmaxsize pmaxsize()");
+    }
+    const array_ptr bare = matrix::structureReference(*struct_arr("1x1", {}), often(65535, 3).span(), 0);
+    EXPECT_EQ(dims_text(bare.get()), "65535x65535x65535");
+    matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
+    limit.setEnabled(true);
+    EXPECT_THROW(matrix::structureReference(*counting("1x1"), often(20000, 3).span(), 1),
+                 matrix::internal::SizeLimitExceeded);
+    limit.setEnabled(false);
 }
 
 TEST_F(StructureReference, KeepsObjectsObjects) {

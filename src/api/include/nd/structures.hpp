@@ -36,7 +36,7 @@ ND_EXPORT ndArray_tag* ndStructureReference(const ndArray_tag* s, std::size_t ns
 
 /// lhs(subs) = rhs, or lhs(subs).f = rhs for field f. lhs is a struct or object array, or an empty one that gives way to the class of
 /// rhs: of class unknown, or marked as the empty bracket. The caller has unshared it. It grows where the subscripts lie outside, new
-/// slots are empty, and grew tells whether it did or gave way.
+/// slots are empty, and grew tells whether it did or gave way; after a failure it is false.
 /// Without a field rhs is a struct or object array with as many fields; they are stored by position, and ordering them is the
 /// caller's. With a field rhs is a cell of values. Their shape fits the subscripts as in subscripted assignment; one element
 /// goes to all places. rhs stays the caller's.
