@@ -39,10 +39,11 @@ constexpr std::size_t widest_packed = std::size_t{1} << (element_width_count - 1
 std::size_t kept_count(const deletion& what) noexcept { return what.inner * what.keep.count * what.outer; }
 
 // Calls copy(first, count) for blocks of elements that stay. Where one run goes, what stays behind it and in front of it the next time
-// lies together.
+// lies together. A block may belong to an array that a dimension of 0 has left without elements.
 template <class Copy>
 void for_each_kept_block(const deletion& what, Copy&& copy) {
     const keep_list& keep = what.keep;
+    if (kept_count(what) == 0) return;
     if (keep.marks != nullptr) {
         for (std::size_t pass = 0; pass < what.outer; ++pass)
             for_each_kept_run(keep, [&](kvSize first, kvSize count) {
@@ -179,7 +180,8 @@ void delete_everything(ndArray_tag* array, dims_view shape) {
     array_ptr result = create_empty_copy(array);
     result->set_dimensions(shape);
     result->flags &= ~flag_complex;
-    const std::uint32_t literal = array->flags & flag_empty_square_bracket; // which it stays, as containers do
+    const std::uint32_t literal =
+        array->flags & flag_empty_square_bracket; // which it stays, as containers do
     move_onto(array, std::move(result));
     array->flags |= literal;
 }

@@ -218,6 +218,39 @@ TEST_F(Deletion, ShortensTheVectorOfAColonObject) {
     EXPECT_EQ(value_text(without(range(), ":")), "double 0x0");
 }
 
+struct emptied_row {
+    std::vector<std::size_t> made;
+    std::vector<std::size_t> set;
+    const char* subs;
+    std::vector<std::size_t> left;
+};
+
+const emptied_row emptied_rows[] = {
+    {{3, 4}, {3, 0}, "2, :", {2, 0}},
+    {{3, 4}, {3, 0}, "1:2, :", {1, 0}},
+    {{3, 4}, {3, 0}, "[1 3], :", {1, 0}},
+    {{3, 4}, {3, 0}, "<010>, :", {2, 0}},
+    {{3, 4}, {0, 4}, ":, 2", {0, 3}},
+    {{3, 4}, {0, 4}, ":, [4 1]", {0, 2}},
+    {{2, 3, 2}, {2, 3, 0}, ":, 2, :", {2, 2, 0}},
+    {{2, 3, 2}, {2, 3, 0}, ":, <101>, :", {2, 1, 0}},
+};
+
+// A size that is set to 0 leaves the block where it is. Nothing of it is moved.
+TEST_F(Deletion, MovesNothingOfABlockWithoutElements) {
+    for (const emptied_row& row : emptied_rows) {
+        for_each_class(class_set::all, [&](const class_case& c) {
+            if (c.id == ndSTRUCT_CLASS || c.id == ndOBJECT_CLASS) return; // made by other functions
+            SCOPED_TRACE(row.subs);
+            const array_ptr x = matrix::create(row.made, c.id, ndREAL);
+            ASSERT_EQ(api::ndSetDimensions(x.get(), row.set.data(), row.set.size()), 0);
+            erase(x.get(), row.subs);
+            const kvSize* const dims = api::ndGetDimensions(x.get());
+            EXPECT_EQ(std::vector<std::size_t>(dims, dims + api::ndGetNumberOfDimensions(x.get())), row.left);
+        });
+    }
+}
+
 // Long enough for every way that elements close up, with runs of all lengths between those that go.
 TEST_F(Deletion, ClosesUpLongArrays) {
     std::mt19937 random(3);
