@@ -3,6 +3,7 @@
 // aside and moves onto the header in the end.
 #include "indexing/structure_assignment.hpp"
 
+#include "indexing/assignment_source.hpp"
 #include "indexing/changed_array.hpp"
 #include "indexing/fitted_subscripts.hpp"
 
@@ -54,6 +55,7 @@ void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs, cons
                            const ndArray_tag* rhs, std::size_t field) {
     grew = false; // also for whoever catches what is raised
     if (nsubs == 0) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
+    const array_ptr held = held_for_change(rhs, lhs);
     // Slots that are stored to aren't read at the same time.
     const array_ptr own = rhs == lhs && is_struct_like(lhs->class_id) ? shallow_copy(lhs) : nullptr;
     grew = assign_slots(lhs, {subs, nsubs}, own ? own.get() : rhs, field);

@@ -248,6 +248,24 @@ TEST_F(AssignmentClasses, CountedElementsAreCountedInAndOut) {
     EXPECT_THAT(slots_of(x.get())[0], EqualsArray(arr("double", {2})));
 }
 
+TEST_F(AssignmentClasses, ACellTakesWhatOneOfItsSlotsHolds) {
+    const auto numbers = [](double first) {
+        return arr("cell 1x3", arr("double", {first}), arr("double", {first + 1}),
+                   arr("double", {first + 2}));
+    };
+    const array_ptr x = arr("cell 1x3", numbers(1), nullptr, nullptr);
+    assign(x.get(), {":"}, slots_of(x.get())[0]);
+    EXPECT_THAT(x, EqualsArray(numbers(1)));
+    const array_ptr deeper = arr("cell 1x3", arr("cell 1x1", numbers(4)), nullptr, nullptr);
+    assign(deeper.get(), {"[3 1 2]"}, slots_of(slots_of(deeper.get())[0])[0]);
+    EXPECT_THAT(deeper,
+                EqualsArray(arr("cell 1x3", arr("double", {5}), arr("double", {6}), arr("double", {4}))));
+    reference_counter counter;
+    const array_ptr counted = arr("cell 1x3", numbers(7), nullptr, nullptr);
+    assign(counted.get(), {":"}, slots_of(counted.get())[0]);
+    EXPECT_THAT(counted, EqualsArray(numbers(7)));
+}
+
 // What classes of opaque arrays are asked: a class system as small as can be. Elements are numbers in place of pointers.
 struct opaque_world {
     static inline std::vector<std::string> calls;

@@ -243,6 +243,19 @@ TEST_F(StructureAssignment, TakesItselfAsRightHandSide) {
     EXPECT_EQ(content_text(s.get()), "1x4: 12 13 10 11 12 13 10 11");
 }
 
+// The slot that the right-hand side stands in is among those that are stored to.
+TEST_F(StructureAssignment, TakesWhatAFieldHoldsAsRightHandSide) {
+    const array_ptr s = struct_arr("1x3", {"a"}, cell_of("1x3", 1), nullptr, arr("double", {5}));
+    const sub_list subs(":");
+    bool grew = true;
+    api::ndStructureAssignment(grew, s.get(), 1, subs.data(), slots_of(s.get())[0], 1);
+    EXPECT_FALSE(grew);
+    EXPECT_EQ(content_text(s.get()), "1x3: 1 2 3");
+    const array_ptr nested = struct_arr("1x2", {"a", "b"}, counting("1x2", 1), nullptr, nullptr, nullptr);
+    api::ndStructureAssignment(grew, nested.get(), 1, subs.data(), slots_of(nested.get())[0], 0);
+    EXPECT_EQ(content_text(nested.get()), "1x2: 1 2 3 4");
+}
+
 TEST_F(StructureAssignment, StoresByPositionWhateverTheNames) {
     const array_ptr lhs = counting("1x1", 10);
     EXPECT_FALSE(assign(lhs, "1", struct_arr("1x1", {"b", "c"}, arr("double", {1}), arr("double", {2}))));
