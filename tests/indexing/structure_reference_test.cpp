@@ -226,6 +226,22 @@ TEST_F(StructureReference, RefusesInEveryModuleMode) {
     }
 }
 
+// What they keep where a struct has its fields is none.
+TEST_F(StructureReference, RefusesOtherClasses) {
+    const sub_list subs("1");
+    for (const std::size_t field : {0U, 1U}) {
+        const auto refused_as = [&](const array_ptr& x) {
+            return error_of([&] { matrix::structureReference(*x, subs.span(), field); });
+        };
+        EXPECT_EQ(refused_as(sparse_arr("double 3x2", {{1, 0, 2.5}})),
+                  "TARVEL:invalidConversion invalidConversion(double, struct)");
+        EXPECT_EQ(refused_as(arr("double", {1})),
+                  "TARVEL:invalidConversion invalidConversion(double, struct)");
+        EXPECT_EQ(refused_as(arr("cell 1x1", nullptr)),
+                  "TARVEL:invalidConversion invalidConversion(cell, struct)");
+    }
+}
+
 TEST_F(StructureReference, HandsOutATemporary) {
     const lists_on lists;
     const array_ptr s = counting("1x3");
