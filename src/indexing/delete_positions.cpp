@@ -6,6 +6,7 @@
 //   function handle, opaque  those that stay are copied as their makers tell, since each copy counts; the old array ends as a whole
 #include "indexing/delete_positions.hpp"
 
+#include "errors/raise.hpp"
 #include "indexing/reference.hpp"
 #include "indexing/reference_kernels.hpp"
 #include "matrix/accessors.hpp"
@@ -25,6 +26,7 @@
 
 #include <bit>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace matrix::internal {
@@ -144,10 +146,14 @@ void delete_counted(ndArray_tag* array, const deletion& what) {
     result->set_dimensions(what.shape);
     data_copy copy(result.get());
     auto* to = static_cast<std::byte*>(copy.allocate(kept_count(what), width, DataInitialization::zeroed));
-    for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
-        copy_counted(array, first, to, count, result.get());
-        to += count * width;
-    });
+    try {
+        for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
+            copy_counted(array, first, to, count, result.get());
+            to += count * width;
+        });
+    } catch (const std::bad_alloc&) { // as in reference of the same elements
+        errors::raise<TARVEL::legacy_two_part::nomem>();
+    }
     put_data(result.get(), copy.take());
     move_onto(array, std::move(result));
 }
