@@ -211,6 +211,56 @@ TEST_F(Deletion, LeavesSparseArraysSparse) {
     }
 }
 
+// Complex ones, logical ones, and subscripts beyond the two dimensions.
+TEST_F(Deletion, LeavesSparseArraysSparseInEveryClass) {
+    const auto full = [](const char* class_name) {
+        const bool complex = std::string_view(class_name).starts_with("complex");
+        return arr(std::string(class_name) + " 3x3", {1, 0, {1, complex ? 5 : 0}, 0, 0, 0, 1, 1, 0});
+    };
+    for (const char* class_name : {"double", "complex double", "single", "complex single", "logical"}) {
+        for (const char* subs : {"3", "3, :", ":, 1", "1, :", "[4 5]", "[]", ":", "1:9", ":, :, 1",
+                                 ":, :, :", ":, :, []", ":, :, <0>"}) {
+            SCOPED_TRACE(std::string(class_name) + " (" + subs + ")");
+            const array_ptr x = sparse_of(full(class_name));
+            erase(x.get(), subs);
+            EXPECT_THAT(x, EqualsArray(sparse_of(without(full(class_name), subs))));
+        }
+    }
+    const array_ptr third = sparse_of(full("double"));
+    erase(third.get(), ":, :, 1");
+    EXPECT_EQ(api::ndGetM(third.get()), 3u);
+    EXPECT_EQ(api::ndGetN(third.get()), 0u);
+    const array_ptr flat = sparse_arr("complex double 3x3", {{1, 1, {2, 0}}});
+    erase(flat.get(), "<000000000>");
+    EXPECT_TRUE(api::ndIsComplex(flat.get()));
+    erase(flat.get(), ":, []");
+    EXPECT_FALSE(api::ndIsComplex(flat.get()));
+}
+
+// As full arrays they would be larger than any memory.
+TEST_F(Deletion, NeedsNoElementsOfASparseArrayWhereAllOrNoneGo) {
+    struct row {
+        const char* subs;
+        std::size_t m;
+        std::size_t n;
+    };
+    const row wide_rows[] = {{":", 0, 0},
+                             {":, :", 0, 1 << 20},
+                             {":, []", 1 << 20, 1 << 20},
+                             {"[], :", 1 << 20, 1 << 20},
+                             {"1:1048576, :", 0, 1 << 20},
+                             {":, 1:1048576", 1 << 20, 0},
+                             {"<0>", 1 << 20, 1 << 20}};
+    for (const row& expected : wide_rows) {
+        SCOPED_TRACE(expected.subs);
+        const array_ptr x = sparse_arr("double 1048576x1048576", {{5, 7, 2.5}});
+        erase(x.get(), expected.subs);
+        EXPECT_TRUE(api::ndIsSparse(x.get()));
+        EXPECT_EQ(api::ndGetM(x.get()), expected.m);
+        EXPECT_EQ(api::ndGetN(x.get()), expected.n);
+    }
+}
+
 TEST_F(Deletion, ShortensTheVectorOfAColonObject) {
     const auto range = [] { return matrix::create_colon_object(1, 1, 5); };
     EXPECT_EQ(value_text(without(range(), "2")), "double 1x4 {1, 3, 4, 5}");
