@@ -216,7 +216,7 @@ TEST_F(StructureAssignment, RefusesWhatPassesTheLimitOfTheUser) {
     const snapshot before(s.get());
     matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
     limit.setEnabled(true);
-    EXPECT_THROW(assign(s, "35184372088831", counting("1x1", 1)), matrix::internal::SizeLimitExceeded);
+    EXPECT_THROW(assign(s, "8796093022208", counting("1x1", 1)), matrix::internal::SizeLimitExceeded);
     limit.setEnabled(false);
     EXPECT_EQ(before.difference(), "");
 }

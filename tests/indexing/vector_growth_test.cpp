@@ -237,7 +237,7 @@ TEST_F(VectorGrowth, KeepsImaginaryPartsWithinItsRoom) {
 TEST_F(VectorGrowth, RefusesSizesBeyondTheLimitOfTheUser) {
     const array_ptr x = numbered("double 1x3");
     const snapshot before(x.get());
-    const std::size_t beyond = std::size_t{1} << 44;
+    const std::size_t beyond = std::size_t{1} << 43;
     matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
     limit.setEnabled(true);
     EXPECT_THROW(lengthen_double(x, beyond), matrix::internal::SizeLimitExceeded);

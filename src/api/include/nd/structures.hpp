@@ -24,7 +24,7 @@ namespace matrix {
 /// shape that subscripted reference tells; otherwise the result has as many elements along each dimension as the subscript
 /// selects there. The result is local and on no list.
 /// Raises what the subscripts raise, TARVEL:badsubscript (TARVEL:matrix:indexExceedsDims) for a position outside the array,
-/// TARVEL:badargs for a field that the array hasn't got, TARVEL:legacy_two_part:invalidConversion for an array of another class,
+/// TARVEL:badargs for a field that the array hasn't got, TARVEL:invalidConversion for an array of another class,
 /// TARVEL:nindexIsZero without subscripts, TARVEL:pmaxsize and SizeLimitExceeded for the result; out of memory.
 ND_EXPORT array_ptr structureReference(const ndArray_tag& s, std::span<const ndArray_tag* const> subs,
                                        std::size_t field);
@@ -44,7 +44,7 @@ ND_EXPORT ndArray_tag* ndStructureReference(const ndArray_tag* s, std::size_t ns
 /// Raises what the subscripts raise; TARVEL:subsassigndimmismatch where the shapes don't fit; TARVEL:indexed_matrix_cannot_be_resized
 /// (TARVEL:matrix:ambiguousArrayGrowth) where fewer subscripts than dimensions would have to let the last one grow;
 /// TARVEL:nindexIsZero without subscripts; TARVEL:badargs for a field that lhs hasn't got;
-/// TARVEL:legacy_two_part:invalidConversion for a right-hand side of another class or another number of fields;
+/// TARVEL:invalidConversion for a right-hand side of another class or another number of fields;
 /// TARVEL:pmaxsize and SizeLimitExceeded for the new size; out of memory. lhs then has the value that it had.
 ND_EXPORT void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs,
                                      const ndArray_tag* const* subs, const ndArray_tag* rhs,
