@@ -132,7 +132,8 @@ const fault_case values[] = {
      }},
 };
 
-const char* const deleted[] = {"2", "[1 3]", "2:3", "<0101>", ":, 1", ":, :", ":", "[]", ":, 1, :, :"};
+const char* const deleted[] = {"2",    "[1 3]", "2:3", "<0101>",     ":, 1",
+                               ":, :", ":",     "[]",  ":, 1, :, :", ":, 1, :, :, :, :, :, :, :, :, :, :"};
 
 void attack(const std::string& name, const fault_case& c, const variation& shape, const char* written) {
     for_each_failing_alloc(name, [&](fault_run& run) {

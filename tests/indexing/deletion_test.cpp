@@ -81,6 +81,8 @@ const deletion_row rows[] = {
     {"double 2x2x2", ":, [1 4]", "double 2x2 {3, 4, 5, 6}"},
     {"double 2x2x2", ":, 3", "double 2x3 {1, 2, 3, 4, 7, 8}"},
     {"double 3x4", "<101>, :", "double 1x4 {2, 5, 8, 11}"},
+    {"double 3x2", "2, :, :, :, :, :, :, :, :, :, :, :", "double 2x2 {1, 3, 4, 6}"},
+    {"double 3x2", ":, :, :, :, :, :, :, :, :, :, :, 1", "double 3x2x1x1x1x1x1x1x1x1x1x0"},
     // nothing to delete
     {"double 3x3", "[]", "double 1x9 {1, 2, 3, 4, 5, 6, 7, 8, 9}"},
     {"double 2x1x2", "[]", "double 1x4 {1, 2, 3, 4}"},
@@ -188,15 +190,21 @@ TEST_F(Deletion, TellsAScalarDouble) {
     EXPECT_FALSE(is_scalar_double(without(numbered("single 1x2"), "1")));
 }
 
+// Room to spare goes with the block that had it.
 TEST_F(Deletion, KeepsTheHeaderAndTheBitsOfTheUser) {
-    array_ptr x = numbered("double 1x400");
-    x->flags |= 0x5A000000U | matrix::flag_from_global_workspace;
-    const ndArray_tag* const header = x.get();
-    erase(x.get(), "2");
-    EXPECT_EQ(x.get(), header);
-    EXPECT_EQ(x->flags & (matrix::flag_user_mask | matrix::flag_from_global_workspace),
-              0x5A000000U | matrix::flag_from_global_workspace);
-    EXPECT_EQ(x->flags & matrix::flag_capacity_tracked, 0u);
+    constexpr std::uint32_t kept = matrix::flag_user_mask | matrix::flag_from_global_workspace;
+    for (const char* subs : {"2", "2:399", "[2 4]", ":", "1:400", ":, :", ":, 1:400"}) {
+        SCOPED_TRACE(subs);
+        array_ptr x = numbered("double 1x300");
+        ASSERT_TRUE(api::ndResizeDoubleVector(x.get(), 1, 300, 400, false));
+        ASSERT_NE(x->flags & matrix::flag_capacity_tracked, 0u);
+        x->flags |= 0x5A000000U | matrix::flag_from_global_workspace;
+        const ndArray_tag* const header = x.get();
+        erase(x.get(), subs);
+        EXPECT_EQ(x.get(), header);
+        EXPECT_EQ(x->flags & kept, 0x5A000000U | matrix::flag_from_global_workspace);
+        EXPECT_EQ(x->flags & matrix::flag_capacity_tracked, 0u);
+    }
 }
 
 TEST_F(Deletion, LeavesSparseArraysSparse) {
