@@ -29,7 +29,9 @@ assignment_source::assignment_source(const ndArray_tag* given, const ndArray_tag
 
 // The flags stay: an owner for the length of a call is none that others could notice.
 array_ptr held_for_change(const ndArray_tag* source, const ndArray_tag* changing) noexcept {
-    if (!is_container_class(source->class_id) || !is_container_class(changing->class_id)) return nullptr;
+    if (source == changing || !is_container_class(source->class_id) ||
+        !is_container_class(changing->class_id))
+        return nullptr;
     auto* const held = const_cast<ndArray_tag*>(source);
     ++held->ref_count;
     return array_ptr(held);

@@ -120,7 +120,7 @@ TEST_F(KeepList, RefusesMasksWithoutData) {
         matrix::detail::noninlined::nd_array_api::ndSetData(subscript.get(), nullptr, nullptr);
         const ndArray_tag* const subs[] = {subscript.get()};
         EXPECT_EQ(error_of([&] { matrix::internal::kept_positions(subs, 5, growing()); }),
-                  "TARVEL:badsubscript badTypeIndices(1, , , 1)")
+                  "TARVEL:badsubscript badTypeIndices(1, , none, 1)")
             << mask;
     }
 }
