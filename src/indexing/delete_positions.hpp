@@ -6,7 +6,8 @@
 
 namespace matrix::internal {
 
-/// The positions of one dimension that stay. The elements lie as outer passes of it, at each position inner of them. The caller has expanded what isn't stored element by element.
+/// The positions of one dimension that stay. The elements lie as outer passes of it, at each position inner of them.
+/// The caller has expanded what isn't stored element by element.
 struct deletion {
     const keep_list& keep;
     std::size_t inner; ///< elements of one position that lie together
