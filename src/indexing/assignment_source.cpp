@@ -2,6 +2,7 @@
 #include "indexing/assignment_source.hpp"
 
 #include "matrix/class_hooks.hpp"
+#include "matrix/class_table.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sparse_parts.hpp"
 
@@ -9,7 +10,8 @@
 
 namespace matrix::internal {
 
-assignment_source::assignment_source(const ndArray_tag* given, const ndArray_tag* not_this) : array_(given) {
+assignment_source::assignment_source(const ndArray_tag* given, const ndArray_tag* not_this)
+    : array_(given), held_(held_for_change(given, not_this)) {
     const auto take = [this](array_ptr made) {
         made_.reset(made.release(), false);
         array_ = made_.get();
@@ -23,6 +25,16 @@ assignment_source::assignment_source(const ndArray_tag* given, const ndArray_tag
     }
     if (array_ == not_this) take(detail::do_deep_copy(array_));
     bring_data_up_to_date(array_);
+}
+
+// The flags stay: an owner for the length of a call is none that others could notice.
+array_ptr held_for_change(const ndArray_tag* source, const ndArray_tag* changing) noexcept {
+    if (source == changing || !is_container_class(source->class_id) ||
+        !is_container_class(changing->class_id))
+        return nullptr;
+    auto* const held = const_cast<ndArray_tag*>(source);
+    ++held->ref_count;
+    return array_ptr(held);
 }
 
 } // namespace matrix::internal

@@ -6,6 +6,7 @@
 //   function handle, opaque  those that stay are copied as their makers tell, since each copy counts; the old array ends as a whole
 #include "indexing/delete_positions.hpp"
 
+#include "errors/raise.hpp"
 #include "indexing/reference.hpp"
 #include "indexing/reference_kernels.hpp"
 #include "matrix/accessors.hpp"
@@ -25,6 +26,7 @@
 
 #include <bit>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace matrix::internal {
@@ -39,10 +41,11 @@ constexpr std::size_t widest_packed = std::size_t{1} << (element_width_count - 1
 std::size_t kept_count(const deletion& what) noexcept { return what.inner * what.keep.count * what.outer; }
 
 // Calls copy(first, count) for blocks of elements that stay. Where one run goes, what stays behind it and in front of it the next time
-// lies together.
+// lies together. A block may belong to an array that a dimension of 0 has left without elements.
 template <class Copy>
 void for_each_kept_block(const deletion& what, Copy&& copy) {
     const keep_list& keep = what.keep;
+    if (kept_count(what) == 0) return;
     if (keep.marks != nullptr) {
         for (std::size_t pass = 0; pass < what.outer; ++pass)
             for_each_kept_run(keep, [&](kvSize first, kvSize count) {
@@ -143,10 +146,14 @@ void delete_counted(ndArray_tag* array, const deletion& what) {
     result->set_dimensions(what.shape);
     data_copy copy(result.get());
     auto* to = static_cast<std::byte*>(copy.allocate(kept_count(what), width, DataInitialization::zeroed));
-    for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
-        copy_counted(array, first, to, count, result.get());
-        to += count * width;
-    });
+    try {
+        for_each_kept_block(what, [&](std::size_t first, std::size_t count) {
+            copy_counted(array, first, to, count, result.get());
+            to += count * width;
+        });
+    } catch (const std::bad_alloc&) { // as in reference of the same elements
+        errors::raise<TARVEL::legacy_two_part::nomem>();
+    }
     put_data(result.get(), copy.take());
     move_onto(array, std::move(result));
 }
@@ -179,7 +186,8 @@ void delete_everything(ndArray_tag* array, dims_view shape) {
     array_ptr result = create_empty_copy(array);
     result->set_dimensions(shape);
     result->flags &= ~flag_complex;
-    const std::uint32_t literal = array->flags & flag_empty_square_bracket; // which it stays, as containers do
+    const std::uint32_t literal =
+        array->flags & flag_empty_square_bracket; // which it stays, as containers do
     move_onto(array, std::move(result));
     array->flags |= literal;
 }

@@ -6,7 +6,8 @@
 
 namespace matrix::internal {
 
-/// An array of a by positions of one dimension. The caller has expanded what isn't stored element by element.
+/// The positions of one dimension that stay. The elements lie as outer passes of it, at each position inner of them.
+/// The caller has expanded what isn't stored element by element.
 struct deletion {
     const keep_list& keep;
     std::size_t inner; ///< elements of one position that lie together
@@ -14,8 +15,8 @@ struct deletion {
     dims_view shape;   ///< of what is left
 };
 
-/// Takes the positions out, at least one, and leaves at least one. Raises out of memory and what copying the elements of a class does
-/// that counts its copies; nothing has changed then.
+/// Takes the positions out, at least one, and leaves at least one. Raises out of memory, TARVEL:nomem and
+/// what else copying the elements of a class does that counts its copies; nothing has changed then.
 void delete_positions(ndArray_tag* array, const deletion& what);
 
 /// Takes all elements out; the array is real afterwards. shape has a dimension of 0. Raises out of memory; nothing has changed

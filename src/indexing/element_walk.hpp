@@ -1,5 +1,5 @@
 // The walk over the elements that the subscripts of one operation select, in the order of the result: the first subscript runs
-// fastest. Reference, assignment and deletion walk the same way, each with what it does to the elements of one run.
+// fastest. Reference and assignment walk the same way, each with what it does to the elements of one run.
 //
 // Subscripts of one position are folded into the start. The first of the others is the inner loop: one call with all its
 // positions; those behind turn like the wheels of a counter. Neighbouring colons, and a colon with a range of step 1 behind it, make

@@ -63,12 +63,19 @@ dims_list shape_after_growth(dims_view array_dims, dims_view seen, bool all_zero
     return shape;
 }
 
+std::size_t checked_slot_count(dims_view dims) {
+    checked_index_count(dims.subspan(1));
+    return checked_element_count(dims, sizeof(ndArray_tag*));
+}
+
 void grow_left_side(ndArray_tag* array, const left_side_growth& change) {
     const dims_view subscripted = change.new_seen.subspan(change.has_field_slot ? 1 : 0);
     const auto is_one = [](std::size_t dim) { return dim == 1; };
     if (array->class_id == ndFUNCTION_CLASS && !std::all_of(subscripted.begin(), subscripted.end(), is_one))
         errors::raise<TARVEL::legacy_two_part::err_non_scalar_function_handles>();
-    const std::size_t new_count = checked_element_count(change.new_seen, stored_element_size(array));
+    const std::size_t new_count = change.has_field_slot
+                                      ? checked_slot_count(change.new_seen)
+                                      : checked_element_count(change.new_seen, stored_element_size(array));
     const dims_list shape = shape_after_growth(dims_of(array), subscripted, change.all_zero);
     prepared_dims dims({shape.data(), shape.size()}, array);
     grow_data(array, {change.old_seen, product(change.old_seen), change.new_seen, new_count, change.keep,

@@ -43,6 +43,10 @@ struct left_side_growth {
     const void* filler = nullptr;
 };
 
+/// The slots of a struct of these dimensions, of which the number of fields is the first. The elements are tested as well, since a
+/// struct without fields has no slots. Raises TARVEL:pmaxsize and SizeLimitExceeded.
+std::size_t checked_slot_count(dims_view dims);
+
 /// Gives the array the block and the dimensions of its new shape. The caller has unshared it; it isn't sparse.
 /// Raises, with the array's value unchanged, TARVEL:err_non_scalar_function_handles for a function handle that would have more
 /// than one element, TARVEL:pmaxsize and SizeLimitExceeded, and foundation::core::except::bad_alloc or std::bad_alloc.

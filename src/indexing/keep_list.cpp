@@ -38,7 +38,8 @@ keep_list without_run(kvSize dim, kvSize first, kvSize count) {
 
 bool is_full_mask_of(const ndArray_tag* subscript, kvSize dim) noexcept {
     return subscript->class_id == ndLOGICAL_CLASS &&
-           (subscript->flags & (flag_sparse | flag_colon_object)) == 0 && element_count(subscript) == dim;
+           (subscript->flags & (flag_sparse | flag_colon_object)) == 0 &&
+           (subscript->pdata != nullptr || dim == 0) && element_count(subscript) == dim;
 }
 
 keep_list kept_by_mask(const ndArray_tag* subscript, kvSize dim) {

@@ -1,7 +1,8 @@
 // What stays of a dimension when the positions that a subscript selects are deleted.
 //
-//   deleted side by side   the number of positions in front of them and behind them, which is all that a deletion of whole blocks needs
-//   any other              a mark for each position of the dimension
+//   a run that ascends, a range of step 1 or -1   the number of positions in front of them and behind them, which is all that a deletion
+//                                                 of whole blocks needs
+//   any other                                     a mark for each position of the dimension, whatever it selects
 #pragma once
 
 #include <nd/subscripts.hpp>

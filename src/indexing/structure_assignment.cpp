@@ -3,13 +3,13 @@
 // aside and moves onto the header in the end.
 #include "indexing/structure_assignment.hpp"
 
+#include "indexing/assignment_source.hpp"
 #include "indexing/changed_array.hpp"
 #include "indexing/fitted_subscripts.hpp"
 
 #include "errors/raise.hpp"
 #include "matrix/arraycpy.hpp"
 #include "matrix/field_names.hpp"
-#include "matrix/size_check.hpp"
 
 #include <nd/class_access.hpp>
 #include <nd/share.hpp>
@@ -36,7 +36,7 @@ bool assign_slots(ndArray_tag* lhs, std::span<const ndArray_tag* const> subs, co
     refuse_other_fields(lhs, rhs, field, fitted.replaces());
     fitted.select_field();
     const bool grows = fitted.reaches_beyond();
-    if (grows) checked_element_count(fitted.new_seen(), sizeof(ndArray_tag*));
+    if (grows) checked_slot_count(fitted.new_seen()); // before copies for so many places are asked for
     changed_array changed(lhs);
     if (fitted.replaces()) changed.replace(create_empty_copy(rhs));
     change_elements(changed, fitted, rhs, fitted.copy_needed(), nullptr);
@@ -53,7 +53,9 @@ using namespace internal;
 
 void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
                            const ndArray_tag* rhs, std::size_t field) {
+    grew = false; // also for whoever catches what is raised
     if (nsubs == 0) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
+    const array_ptr held = held_for_change(rhs, lhs);
     // Slots that are stored to aren't read at the same time.
     const array_ptr own = rhs == lhs && is_struct_like(lhs->class_id) ? shallow_copy(lhs) : nullptr;
     grew = assign_slots(lhs, {subs, nsubs}, own ? own.get() : rhs, field);

@@ -3,15 +3,17 @@
 #include "indexing/structure_reference.hpp"
 
 #include "indexing/element_read.hpp"
+#include "indexing/growth.hpp"
 #include "indexing/reference.hpp"
 #include "indexing/reference_shape.hpp"
 
 #include "errors/raise.hpp"
+#include "matrix/class_table.hpp"
 #include "matrix/data_copy.hpp"
 #include "matrix/field_names.hpp"
 #include "matrix/header_factory.hpp"
-#include "matrix/size_check.hpp"
 
+#include <nd/class_access.hpp>
 #include <nd/share.hpp>
 
 namespace matrix::internal {
@@ -49,6 +51,9 @@ using namespace internal;
 array_ptr structureReference(const ndArray_tag& s, std::span<const ndArray_tag* const> subs,
                              std::size_t field) {
     if (subs.empty()) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
+    if (!is_struct_like(s.class_id))
+        errors::raise<TARVEL::legacy_two_part::invalidConversion>(
+            detail::noninlined::nd_array_api::ndGetClassName(&s), class_rows[ndSTRUCT_CLASS].name);
     const std::size_t fields = field_count(&s);
     const dims_list seen = dimensions_with_fields(fields, folded_dimensions(dims_of(&s), subs.size()));
     SubscriptSet set(subs.size() + 1, true, true);
@@ -56,7 +61,7 @@ array_ptr structureReference(const ndArray_tag& s, std::span<const ndArray_tag* 
     fill_within(set, &s, dims_view(seen).subspan(1), subs);
 
     array_ptr result = field == 0 ? create_empty_copy(&s) : create_cell({});
-    const std::size_t total = checked_element_count(set.info.num, sizeof(ndArray_tag*));
+    const std::size_t total = checked_slot_count(set.info.num);
     result->set_dimensions(selected_dims(s, subs, set, field));
     if (total == 0) return result;
     void* const slots = allocate_data(total * sizeof(ndArray_tag*), DataInitialization::zeroed);

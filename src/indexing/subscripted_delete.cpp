@@ -2,12 +2,12 @@
 //
 //   no subscript; no class         errors
 //   indexing-opaque                its class is told by the assignment of an empty array
-//   colon object, sparse array     the vector or the full array that it stands for, which comes back as what it was
+//   colon object                   the vector that it stands for
 //   a subscript without elements   of an empty array: nothing goes
 //   several that aren't colons     an error
 //   one, without elements          nothing goes; one subscript alone makes a matrix a row
 //   colons only                    everything goes, along the first dimension
-//   one                            the positions that it selects
+//   one                            the positions that it selects; of a sparse array through the full one that it stands for
 #include "indexing/delete_positions.hpp"
 #include "indexing/folded_dimensions.hpp"
 #include "indexing/reference.hpp"
@@ -16,6 +16,7 @@
 #include "matrix/class_hooks.hpp"
 #include "matrix/complexity.hpp"
 #include "matrix/containers.hpp"
+#include "matrix/sparse_creation.hpp"
 
 #include <nd/access.hpp>
 #include <nd/assignment.hpp>
@@ -71,26 +72,49 @@ dims_list shape_of_rest(const ndArray_tag* array, const dims_list& seen, std::si
     return shape;
 }
 
-void delete_all_by_colons(ndArray_tag* array, std::size_t nsubs) {
-    dims_list shape(2);
-    if (nsubs != 1) {
-        shape = folded_dimensions(dims_of(array), nsubs);
-        shape[0] = 0;
-    }
-    delete_everything(array, shape);
+dims_list shape_after_colons(const ndArray_tag* array, std::size_t nsubs) {
+    if (nsubs == 1) return dims_list(2);
+    dims_list shape = folded_dimensions(dims_of(array), nsubs);
+    shape[0] = 0;
+    return shape;
 }
 
-void delete_selected(ndArray_tag* array, subscript_span subs, std::size_t dimension) {
-    const dims_list seen = folded_dimensions(dims_of(array), subs.size());
+// Marks that belong to the header, not to its storage.
+void move_back(ndArray_tag* array, array_ptr value) {
+    value->flags |= array->flags & flags_kept_by_reference & ~(flag_complex | flag_numeric);
+    api::ndMoveArrayOntoHeader(array, value.release());
+}
+
+// change(array), of a sparse one on the full array that it stands for.
+template <class Change>
+void change_as_full(ndArray_tag* array, Change change) {
+    if ((array->flags & flag_sparse) == 0) return change(array);
+    const boost::intrusive_ptr<ndArray_tag> full = convert_to_full_if_needed(array);
+    change(full.get());
+    boost::intrusive_ptr<ndArray_tag> rest = convert_to_sparse_if_needed(full.get());
+    move_back(array, array_ptr(rest.detach()));
+}
+
+void leave_nothing(ndArray_tag* array, const dims_list& shape) {
+    if ((array->flags & flag_sparse) == 0) return delete_everything(array, shape);
+    const dims_view dims = shape;
+    move_back(array, create_sparse(dims[0], product(dims.subspan(1)), 0, code_of(array->class_id, false),
+                                   DataInitialization::uninitialized));
+}
+
+void delete_selected(ndArray_tag* given, subscript_span subs, std::size_t dimension) {
+    const dims_list seen = folded_dimensions(dims_of(given), subs.size());
     const auto handler = BadSubscriptHandler::InitializeInvalidIndexHandler(subs.size(), dimension + 1);
     const keep_list keep = kept_positions(&subs[dimension], seen[dimension], handler);
     if (keep.deletes_nothing()) return;
-    const dims_list shape = shape_of_rest(array, seen, dimension, keep.count);
-    if (keep.count == 0) return delete_everything(array, shape);
-    const dims_view all = seen;
-    const std::size_t fields = is_struct_like(array->class_id) ? field_count(array) : 1;
-    delete_positions(
-        array, {keep, fields * product(all.first(dimension)), product(all.subspan(dimension + 1)), shape});
+    const dims_list shape = shape_of_rest(given, seen, dimension, keep.count);
+    if (keep.count == 0) return leave_nothing(given, shape);
+    change_as_full(given, [&](ndArray_tag* array) {
+        const dims_view all = seen;
+        const std::size_t fields = is_struct_like(array->class_id) ? field_count(array) : 1;
+        delete_positions(array, {keep, fields * product(all.first(dimension)),
+                                 product(all.subspan(dimension + 1)), shape});
+    });
 }
 
 bool is_vector(const ndArray_tag* array) noexcept {
@@ -104,30 +128,31 @@ void make_row(ndArray_tag* array) {
     array->set_dimensions(dims);
 }
 
-void delete_from_full(ndArray_tag* array, subscript_span subs) {
-    const survey found(subs);
-    if (found.any_empty && api::ndIsEmpty(array)) return free_imag_if_zero(array);
-    if (found.count > 1) errors::raise<TARVEL::legacy_two_part::badnullassign>();
-    if (found.any_empty) {
+void delete_nothing(ndArray_tag* given, std::size_t nsubs) {
+    if (nsubs != 1 || api::ndIsEmpty(given) || is_vector(given)) return free_imag_if_zero(given);
+    change_as_full(given, [](ndArray_tag* array) {
         free_imag_if_zero(array);
-        if (subs.size() == 1 && !is_vector(array)) make_row(array);
-        return;
-    }
-    if (found.count == 0) return delete_all_by_colons(array, subs.size());
+        make_row(array);
+    });
+}
+
+// A sparse array becomes full only where elements move. What is refused, and what leaves all or none, needs none of them.
+void delete_elements(ndArray_tag* array, subscript_span subs) {
+    const survey found(subs);
+    if (found.count > 1 && !(found.any_empty && api::ndIsEmpty(array)))
+        errors::raise<TARVEL::legacy_two_part::badnullassign>();
+    if (found.any_empty) return delete_nothing(array, subs.size());
+    if (found.count == 0) return leave_nothing(array, shape_after_colons(array, subs.size()));
     delete_selected(array, subs, found.last);
 }
 
-// Marks that belong to the header, not to its storage.
-void move_back(ndArray_tag* array, array_ptr value) {
-    value->flags |= array->flags & flags_kept_by_reference & ~(flag_complex | flag_numeric);
-    api::ndMoveArrayOntoHeader(array, value.release());
-}
-
-void delete_from_sparse(ndArray_tag* array, subscript_span subs) {
-    const boost::intrusive_ptr<ndArray_tag> full = convert_to_full_if_needed(array);
-    delete_from_full(full.get(), subs);
-    boost::intrusive_ptr<ndArray_tag> rest = convert_to_sparse_if_needed(full.get());
-    move_back(array, array_ptr(rest.detach()));
+// The vector comes into being only for subscripts that may go on.
+void delete_from_colon_object(ndArray_tag* array, subscript_span subs) {
+    const survey found(subs);
+    if (found.count > 1 && !found.any_empty) errors::raise<TARVEL::legacy_two_part::badnullassign>();
+    array_ptr range = expand_if_colon_object(array);
+    delete_elements(range.get(), subs);
+    move_back(array, std::move(range));
 }
 
 void delete_from_opaque(ndArray_tag* array, subscript_span subs) {
@@ -148,14 +173,8 @@ void ndSubscriptedDelete(ndArray_tag* a, std::size_t nsubs, const ndArray_tag* c
     if (a->class_id == ndUNKNOWN_CLASS && ndIsEmpty(a))
         errors::raise<TARVEL::legacy_two_part::badnullindex>();
     if ((a->flags & flag_indexing_opaque) != 0) return delete_from_opaque(a, list);
-    if (array_ptr range = expand_if_colon_object(a)) {
-        delete_from_full(range.get(), list);
-        move_back(a, std::move(range));
-    } else if ((a->flags & flag_sparse) != 0) {
-        delete_from_sparse(a, list);
-    } else {
-        delete_from_full(a, list);
-    }
+    if ((a->flags & flag_colon_object) != 0) return delete_from_colon_object(a, list);
+    delete_elements(a, list);
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api

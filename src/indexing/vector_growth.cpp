@@ -1,6 +1,8 @@
 // Vectors and matrices of plain elements that an engine lengthens, without subscripts. Spare room is that of assignment. Complexity comes
 // first.
+#include "errors/raise.hpp"
 #include "matrix/accessors.hpp"
+#include "matrix/class_table.hpp"
 #include "matrix/complexity.hpp"
 #include "matrix/resize.hpp"
 #include "matrix/size_check.hpp"
@@ -14,6 +16,11 @@
 
 namespace matrix::internal {
 namespace {
+
+// One block, with the elements as the dimensions tell.
+bool is_laid_out_in_full(const ndArray_tag* array) noexcept {
+    return has_plain_elements(array->class_id) && (array->flags & (flag_sparse | flag_colon_object)) == 0;
+}
 
 using matrix_dims = std::array<std::size_t, 2>;
 
@@ -63,16 +70,18 @@ namespace matrix::detail::noninlined::nd_array_api {
 using namespace internal;
 
 bool ndResizeDoubleVector(ndArray_tag* a, kvSize m, kvSize n, kvSize newLength, bool makeComplex) {
+    if (!is_laid_out_in_full(a)) return false;
     return grow_with_complexity(a, makeComplex,
                                 [=](ndArray_tag* array) { return lengthen(array, m, n, newLength); });
 }
 
 bool ndResizeNumericVector(ndArray_tag* a, kvSize m, kvSize n, kvSize newLength, bool makeComplex) {
-    if (a->class_id == ndCHAR_CLASS) return lengthen(a, m, n, newLength);
+    if (a->class_id == ndCHAR_CLASS) return ndResizeDoubleVector(a, m, n, newLength, false);
     return is_numeric(code_of(a->class_id, false)) && ndResizeDoubleVector(a, m, n, newLength, makeComplex);
 }
 
 void ndResizeDoubleMatrix(ndArray_tag* a, kvSize m, kvSize n, kvSize newM, kvSize newN, bool makeComplex) {
+    if (!is_laid_out_in_full(a)) errors::raise<TARVEL::legacy_two_part::invalidInput>();
     grow_with_complexity(a, makeComplex, [=](ndArray_tag* array) {
         enlarge(array, {m, n}, {std::max(m, newM), std::max(n, newN)});
         return true;

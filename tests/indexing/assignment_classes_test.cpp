@@ -248,6 +248,45 @@ TEST_F(AssignmentClasses, CountedElementsAreCountedInAndOut) {
     EXPECT_THAT(slots_of(x.get())[0], EqualsArray(arr("double", {2})));
 }
 
+TEST_F(AssignmentClasses, CountedFieldsAreCountedInEachPlace) {
+    const auto number = [](double x) { return arr("double", {x}); };
+    reference_counter counter;
+    const array_ptr s =
+        struct_arr("1x3", {"a", "b"}, number(1), number(2), number(3), number(4), number(5), number(6));
+    assign(s.get(), {":"}, struct_arr("1x1", {"a", "b"}, handle(1), number(7)).get());
+    EXPECT_EQ(counter.added, 3);
+    EXPECT_EQ(counter.released, 0);
+    for (const std::size_t slot : {0U, 2U, 4U})
+        EXPECT_EQ(slots_of(s.get())[slot]->class_id, ndFUNCTION_CLASS);
+    bool grew = true;
+    const subscripts all({":"});
+    const array_ptr values = arr("cell 1x3", number(8), handle(2), number(9));
+    api::ndStructureAssignment(grew, s.get(), 1, all.data(), values.get(), 2);
+    api::ndStructureAssignment(grew, s.get(), 1, all.data(), arr("cell 1x1", number(0)).get(), 1);
+    const subscripts second({"2"});
+    api::ndStructureAssignment(grew, s.get(), 1, second.data(), arr("cell 1x1", number(7)).get(), 2);
+    EXPECT_THAT(s, EqualsArray(struct_arr("1x3", {"a", "b"}, number(0), number(8), number(0), number(7),
+                                          number(0), number(9))));
+}
+
+TEST_F(AssignmentClasses, ACellTakesWhatOneOfItsSlotsHolds) {
+    const auto numbers = [](double first) {
+        return arr("cell 1x3", arr("double", {first}), arr("double", {first + 1}),
+                   arr("double", {first + 2}));
+    };
+    const array_ptr x = arr("cell 1x3", numbers(1), nullptr, nullptr);
+    assign(x.get(), {":"}, slots_of(x.get())[0]);
+    EXPECT_THAT(x, EqualsArray(numbers(1)));
+    const array_ptr deeper = arr("cell 1x3", arr("cell 1x1", numbers(4)), nullptr, nullptr);
+    assign(deeper.get(), {"[3 1 2]"}, slots_of(slots_of(deeper.get())[0])[0]);
+    EXPECT_THAT(deeper,
+                EqualsArray(arr("cell 1x3", arr("double", {5}), arr("double", {6}), arr("double", {4}))));
+    reference_counter counter;
+    const array_ptr counted = arr("cell 1x3", numbers(7), nullptr, nullptr);
+    assign(counted.get(), {":"}, slots_of(counted.get())[0]);
+    EXPECT_THAT(counted, EqualsArray(numbers(7)));
+}
+
 // What classes of opaque arrays are asked: a class system as small as can be. Elements are numbers in place of pointers.
 struct opaque_world {
     static inline std::vector<std::string> calls;

@@ -9,6 +9,7 @@
 #include "support/variations.hpp"
 
 #include <nd/access.hpp>
+#include <nd/assignment.hpp>
 #include <nd/containers.hpp>
 #include <nd/deletion.hpp>
 #include <nd/share.hpp>
@@ -174,6 +175,28 @@ TEST_F(DeletionFromContainers, LeavesEmptySlotsEmpty) {
     EXPECT_THAT(x, EqualsArray(arr("cell 1x2", arr("double", {2}), nullptr)));
 }
 
+// The block that took the place of one with room to spare has none, which the next growth must know.
+TEST_F(DeletionFromContainers, GrowsAgainAfterwards) {
+    const array_ptr one = arr("cell 1x1", arr("double", {1}));
+    for (const char* subs : {"2", ":, 2", "2:300", ":"}) {
+        SCOPED_TRACE(subs);
+        const array_ptr x = arr("cell 1x300");
+        const auto store = [&](std::size_t position) {
+            const sub_list at(arr("double", {position}));
+            api::ndSubscriptedAssignment(x.get(), 1, at.data(), one.get());
+        };
+        store(301);
+        ASSERT_NE(x->flags & matrix::flag_capacity_tracked, 0u);
+        erase(x, subs);
+        EXPECT_EQ(x->flags & matrix::flag_capacity_tracked, 0u);
+        for (const std::size_t position : {500U, 501U, 502U}) store(position);
+        EXPECT_EQ(api::ndGetNumberOfElements(x.get()), 502u);
+        for (const std::size_t position : {499U, 500U, 501U})
+            EXPECT_EQ(slots_of(x.get())[position], slots_of(one.get())[0]);
+        EXPECT_EQ(slots_of(x.get())[498], nullptr);
+    }
+}
+
 struct holders {
     int now = 0;
     int asked = 0;
@@ -214,14 +237,14 @@ TEST_F(DeletionFromContainers, LeavesFunctionHandlesAloneThatCannotBeCopied) {
     holders count;
     {
         const array_ptr x = handles(count, 4);
-        EXPECT_EQ(error_of([&] { erase(x, "1"); }), "out of memory");
+        EXPECT_EQ(error_of([&] { erase(x, "1"); }), "TARVEL:nomem nomem()");
         EXPECT_EQ(count.now, 4);
         EXPECT_EQ(api::ndGetN(x.get()), 4u);
     }
     EXPECT_EQ(count.now, 0);
 }
 
-TEST_F(DeletionFromContainers, CopiesOpaqueElementsByTheirClass) {
+TEST_F(DeletionFromContainers, LeavesOpaqueElementsAloneThatTheirClassCannotCopy) {
     const std::size_t dims[] = {1, 3};
     const array_ptr x = matrix::create(dims, ndOPAQUE_CLASS, ndREAL);
     erase(x, "2"); // null references are nobody's

@@ -10,6 +10,7 @@
 #include "support/variations.hpp"
 
 #include <nd/access.hpp>
+#include <nd/colon.hpp>
 #include <nd/deletion.hpp>
 
 namespace test {
@@ -72,6 +73,32 @@ TEST_F(DeletionFailures, FollowTheirTableInEveryModuleMode) {
     }
 }
 
+// Of arrays that don't lie as elements, too large to be made full before.
+TEST_F(DeletionFailures, NeedNoElements) {
+    const std::string both = "TARVEL:badnullassign badnullassign()";
+    const std::string outside = "TARVEL:subsdeldimmismatch subsdeldimmismatch()";
+    const array_ptr sparse = sparse_arr("double 1048576x1048576", {{5, 7, 2.5}});
+    const array_ptr range = matrix::create_colon_object(1, 1, 1e14);
+    const auto refused_as = [](const array_ptr& x, const char* written) {
+        const sub_list subs(written);
+        const snapshot before(x.get());
+        std::string error = error_of([&] { erase(x.get(), subs); });
+        EXPECT_EQ(before.difference(), "") << written;
+        return error;
+    };
+    for (const array_ptr* x : {&sparse, &range}) {
+        EXPECT_EQ(refused_as(*x, "1, 2"), both);
+        EXPECT_EQ(refused_as(*x, "[1 2.5], 0"), both);
+    }
+    EXPECT_EQ(refused_as(sparse, "[], 1"), both);
+    EXPECT_EQ(refused_as(sparse, "1048577, :"), outside);
+    EXPECT_EQ(refused_as(sparse, "1099511627777"), outside);
+    EXPECT_EQ(refused_as(sparse, ":, 1.5"), "TARVEL:badsubscript badTypeIndices(2, , 1.5, 2)");
+    const array_ptr small = matrix::create_colon_object(1, 1, 5);
+    EXPECT_EQ(refused_as(small, "6"), outside);
+    EXPECT_EQ(refused_as(small, "0"), "TARVEL:badsubscript badTypeIndices(1, , 0, 1)");
+}
+
 struct fault_case {
     const char* name;
     array_ptr (*make)();
@@ -105,7 +132,8 @@ const fault_case values[] = {
      }},
 };
 
-const char* const deleted[] = {"2", "[1 3]", "2:3", "<0101>", ":, 1", ":, :", ":", "[]", ":, 1, :, :"};
+const char* const deleted[] = {"2",    "[1 3]", "2:3", "<0101>",     ":, 1",
+                               ":, :", ":",     "[]",  ":, 1, :, :", ":, 1, :, :, :, :, :, :, :, :, :, :"};
 
 void attack(const std::string& name, const fault_case& c, const variation& shape, const char* written) {
     for_each_failing_alloc(name, [&](fault_run& run) {

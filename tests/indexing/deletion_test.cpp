@@ -81,6 +81,8 @@ const deletion_row rows[] = {
     {"double 2x2x2", ":, [1 4]", "double 2x2 {3, 4, 5, 6}"},
     {"double 2x2x2", ":, 3", "double 2x3 {1, 2, 3, 4, 7, 8}"},
     {"double 3x4", "<101>, :", "double 1x4 {2, 5, 8, 11}"},
+    {"double 3x2", "2, :, :, :, :, :, :, :, :, :, :, :", "double 2x2 {1, 3, 4, 6}"},
+    {"double 3x2", ":, :, :, :, :, :, :, :, :, :, :, 1", "double 3x2x1x1x1x1x1x1x1x1x1x0"},
     // nothing to delete
     {"double 3x3", "[]", "double 1x9 {1, 2, 3, 4, 5, 6, 7, 8, 9}"},
     {"double 2x1x2", "[]", "double 1x4 {1, 2, 3, 4}"},
@@ -188,15 +190,21 @@ TEST_F(Deletion, TellsAScalarDouble) {
     EXPECT_FALSE(is_scalar_double(without(numbered("single 1x2"), "1")));
 }
 
+// Room to spare goes with the block that had it.
 TEST_F(Deletion, KeepsTheHeaderAndTheBitsOfTheUser) {
-    array_ptr x = numbered("double 1x400");
-    x->flags |= 0x5A000000U | matrix::flag_from_global_workspace;
-    const ndArray_tag* const header = x.get();
-    erase(x.get(), "2");
-    EXPECT_EQ(x.get(), header);
-    EXPECT_EQ(x->flags & (matrix::flag_user_mask | matrix::flag_from_global_workspace),
-              0x5A000000U | matrix::flag_from_global_workspace);
-    EXPECT_EQ(x->flags & matrix::flag_capacity_tracked, 0u);
+    constexpr std::uint32_t kept = matrix::flag_user_mask | matrix::flag_from_global_workspace;
+    for (const char* subs : {"2", "2:399", "[2 4]", ":", "1:400", ":, :", ":, 1:400"}) {
+        SCOPED_TRACE(subs);
+        array_ptr x = numbered("double 1x300");
+        ASSERT_TRUE(api::ndResizeDoubleVector(x.get(), 1, 300, 400, false));
+        ASSERT_NE(x->flags & matrix::flag_capacity_tracked, 0u);
+        x->flags |= 0x5A000000U | matrix::flag_from_global_workspace;
+        const ndArray_tag* const header = x.get();
+        erase(x.get(), subs);
+        EXPECT_EQ(x.get(), header);
+        EXPECT_EQ(x->flags & kept, 0x5A000000U | matrix::flag_from_global_workspace);
+        EXPECT_EQ(x->flags & matrix::flag_capacity_tracked, 0u);
+    }
 }
 
 TEST_F(Deletion, LeavesSparseArraysSparse) {
@@ -211,11 +219,95 @@ TEST_F(Deletion, LeavesSparseArraysSparse) {
     }
 }
 
+// Complex ones, logical ones, and subscripts beyond the two dimensions.
+TEST_F(Deletion, LeavesSparseArraysSparseInEveryClass) {
+    const auto full = [](const char* class_name) {
+        const bool complex = std::string_view(class_name).starts_with("complex");
+        return arr(std::string(class_name) + " 3x3", {1, 0, {1, complex ? 5 : 0}, 0, 0, 0, 1, 1, 0});
+    };
+    for (const char* class_name : {"double", "complex double", "single", "complex single", "logical"}) {
+        for (const char* subs : {"3", "3, :", ":, 1", "1, :", "[4 5]", "[]", ":", "1:9", ":, :, 1",
+                                 ":, :, :", ":, :, []", ":, :, <0>"}) {
+            SCOPED_TRACE(std::string(class_name) + " (" + subs + ")");
+            const array_ptr x = sparse_of(full(class_name));
+            erase(x.get(), subs);
+            EXPECT_THAT(x, EqualsArray(sparse_of(without(full(class_name), subs))));
+        }
+    }
+    const array_ptr third = sparse_of(full("double"));
+    erase(third.get(), ":, :, 1");
+    EXPECT_EQ(api::ndGetM(third.get()), 3u);
+    EXPECT_EQ(api::ndGetN(third.get()), 0u);
+    const array_ptr flat = sparse_arr("complex double 3x3", {{1, 1, {2, 0}}});
+    erase(flat.get(), "<000000000>");
+    EXPECT_TRUE(api::ndIsComplex(flat.get()));
+    erase(flat.get(), ":, []");
+    EXPECT_FALSE(api::ndIsComplex(flat.get()));
+}
+
+// As full arrays they would be larger than any memory.
+TEST_F(Deletion, NeedsNoElementsOfASparseArrayWhereAllOrNoneGo) {
+    struct row {
+        const char* subs;
+        std::size_t m;
+        std::size_t n;
+    };
+    const row wide_rows[] = {{":", 0, 0},
+                             {":, :", 0, 1 << 20},
+                             {":, []", 1 << 20, 1 << 20},
+                             {"[], :", 1 << 20, 1 << 20},
+                             {"1:1048576, :", 0, 1 << 20},
+                             {":, 1:1048576", 1 << 20, 0},
+                             {"<0>", 1 << 20, 1 << 20}};
+    for (const row& expected : wide_rows) {
+        SCOPED_TRACE(expected.subs);
+        const array_ptr x = sparse_arr("double 1048576x1048576", {{5, 7, 2.5}});
+        erase(x.get(), expected.subs);
+        EXPECT_TRUE(api::ndIsSparse(x.get()));
+        EXPECT_EQ(api::ndGetM(x.get()), expected.m);
+        EXPECT_EQ(api::ndGetN(x.get()), expected.n);
+    }
+}
+
 TEST_F(Deletion, ShortensTheVectorOfAColonObject) {
     const auto range = [] { return matrix::create_colon_object(1, 1, 5); };
     EXPECT_EQ(value_text(without(range(), "2")), "double 1x4 {1, 3, 4, 5}");
     EXPECT_EQ(value_text(without(range(), "[]")), "double 1x5 {1, 2, 3, 4, 5}");
     EXPECT_EQ(value_text(without(range(), ":")), "double 0x0");
+}
+
+struct emptied_row {
+    std::vector<std::size_t> made;
+    std::vector<std::size_t> set;
+    const char* subs;
+    std::vector<std::size_t> left;
+};
+
+const emptied_row emptied_rows[] = {
+    {{3, 4}, {3, 0}, "2, :", {2, 0}},
+    {{3, 4}, {3, 0}, "1:2, :", {1, 0}},
+    {{3, 4}, {3, 0}, "[1 3], :", {1, 0}},
+    {{3, 4}, {3, 0}, "<010>, :", {2, 0}},
+    {{3, 4}, {0, 4}, ":, 2", {0, 3}},
+    {{3, 4}, {0, 4}, ":, [4 1]", {0, 2}},
+    {{2, 3, 2}, {2, 3, 0}, ":, 2, :", {2, 2, 0}},
+    {{2, 3, 2}, {2, 3, 0}, ":, <101>, :", {2, 1, 0}},
+};
+
+// A size that is set to 0 leaves the block where it is. Nothing of it is moved.
+TEST_F(Deletion, MovesNothingOfABlockWithoutElements) {
+    for (const emptied_row& row : emptied_rows) {
+        for_each_class(class_set::all, [&](const class_case& c) {
+            if (c.id == ndUNKNOWN_CLASS || c.id == ndSTRUCT_CLASS || c.id == ndOBJECT_CLASS)
+                return; // refused, or made by other functions
+            SCOPED_TRACE(row.subs);
+            const array_ptr x = matrix::create(row.made, c.id, ndREAL);
+            ASSERT_EQ(api::ndSetDimensions(x.get(), row.set.data(), row.set.size()), 0);
+            erase(x.get(), row.subs);
+            const kvSize* const dims = api::ndGetDimensions(x.get());
+            EXPECT_EQ(std::vector<std::size_t>(dims, dims + api::ndGetNumberOfDimensions(x.get())), row.left);
+        });
+    }
 }
 
 // Long enough for every way that elements close up, with runs of all lengths between those that go.

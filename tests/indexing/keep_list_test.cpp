@@ -7,6 +7,8 @@
 #include "support/fixture.hpp"
 #include "support/sparse_arr.hpp"
 
+#include <nd/access.hpp>
+
 #include <random>
 #include <set>
 #include <sstream>
@@ -110,6 +112,17 @@ TEST_F(KeepList, RefusesWhatLiesOutside) {
     EXPECT_EQ(error_of([&] { kept_beside("0", 5); }), "TARVEL:badsubscript badTypeIndices(1, , 0, 1)");
     EXPECT_EQ(error_of([&] { kept_beside("[1 2.5]", 5); }),
               "TARVEL:badsubscript badTypeIndices(1, , 2.5, 1)");
+}
+
+TEST_F(KeepList, RefusesMasksWithoutData) {
+    for (const char* mask : {"logical 1x5", "logical 1x4", "logical 5x1"}) {
+        const matrix::array_ptr subscript = arr(mask);
+        matrix::detail::noninlined::nd_array_api::ndSetData(subscript.get(), nullptr, nullptr);
+        const ndArray_tag* const subs[] = {subscript.get()};
+        EXPECT_EQ(error_of([&] { matrix::internal::kept_positions(subs, 5, growing()); }),
+                  "TARVEL:badsubscript badTypeIndices(1, , none, 1)")
+            << mask;
+    }
 }
 
 TEST_F(KeepList, LeavesTheComplementOfAnyList) {

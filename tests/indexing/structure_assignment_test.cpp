@@ -11,6 +11,7 @@
 #include <nd/access.hpp>
 #include <nd/assignment.hpp>
 #include <nd/containers.hpp>
+#include <nd/sizes.hpp>
 #include <nd/structures.hpp>
 
 namespace test {
@@ -191,6 +192,35 @@ TEST_F(StructureAssignment, TakesStructsWithoutFields) {
     EXPECT_EQ(lhs->pdata, nullptr);
 }
 
+// The elements of a struct without fields take no room, and there still are no more of them than any array may have.
+TEST_F(StructureAssignment, RefusesSizesBeyondTheCeiling) {
+    const std::string error = "TARVEL:pmaxsize pmaxsize()";
+    for (const char* subs : {"4294967296, 4294967296", "281474976710654, 281474976710654, 281474976710654",
+                             "281474976710655, 2"}) {
+        SCOPED_TRACE(subs);
+        for (const array_ptr& lhs : {struct_arr("1x1", {}), counting("1x1", 10)}) {
+            const snapshot before(lhs.get());
+            const array_ptr rhs =
+                matrix::internal::slot_count(lhs.get()) == 0 ? struct_arr("1x1", {}) : counting("1x1", 1);
+            EXPECT_EQ(error_of([&] { assign(lhs, subs, rhs); }), error);
+            EXPECT_EQ(before.difference(), "");
+        }
+    }
+    const array_ptr lhs = struct_arr("1x1", {});
+    EXPECT_TRUE(assign(lhs, "281474976710655", struct_arr("1x1", {})));
+    EXPECT_EQ(api::ndGetN(lhs.get()), 0xFFFF'FFFF'FFFFU);
+}
+
+TEST_F(StructureAssignment, RefusesWhatPassesTheLimitOfTheUser) {
+    const array_ptr s = counting("1x1", 10);
+    const snapshot before(s.get());
+    matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
+    limit.setEnabled(true);
+    EXPECT_THROW(assign(s, "8796093022208", counting("1x1", 1)), matrix::internal::SizeLimitExceeded);
+    limit.setEnabled(false);
+    EXPECT_EQ(before.difference(), "");
+}
+
 TEST_F(StructureAssignment, SharesPlainValuesAndReleasesOldOnes) {
     const array_ptr lhs = counting("1x2", 10);
     const array_ptr rhs = struct_arr("1x1", {"a", "b"}, arr("double", {1}), arr("cell 1x1", nullptr));
@@ -211,6 +241,19 @@ TEST_F(StructureAssignment, TakesItselfAsRightHandSide) {
     EXPECT_EQ(content_text(s.get()), "1x4: 10 11 12 13 10 11 12 13");
     EXPECT_FALSE(assign(s, "[4 3 2 1]", s));
     EXPECT_EQ(content_text(s.get()), "1x4: 12 13 10 11 12 13 10 11");
+}
+
+// The slot that the right-hand side stands in is among those that are stored to.
+TEST_F(StructureAssignment, TakesWhatAFieldHoldsAsRightHandSide) {
+    const array_ptr s = struct_arr("1x3", {"a"}, cell_of("1x3", 1), nullptr, arr("double", {5}));
+    const sub_list subs(":");
+    bool grew = true;
+    api::ndStructureAssignment(grew, s.get(), 1, subs.data(), slots_of(s.get())[0], 1);
+    EXPECT_FALSE(grew);
+    EXPECT_EQ(content_text(s.get()), "1x3: 1 2 3");
+    const array_ptr nested = struct_arr("1x2", {"a", "b"}, counting("1x2", 1), nullptr, nullptr, nullptr);
+    api::ndStructureAssignment(grew, nested.get(), 1, subs.data(), slots_of(nested.get())[0], 0);
+    EXPECT_EQ(content_text(nested.get()), "1x2: 1 2 3 4");
 }
 
 TEST_F(StructureAssignment, StoresByPositionWhateverTheNames) {
@@ -299,7 +342,14 @@ TEST_F(StructureAssignment, RefusesInEveryModuleMode) {
             const array_ptr rhs = row.rhs();
             const snapshot left(lhs.get());
             const snapshot right(rhs.get());
-            EXPECT_EQ(error_of([&] { assign(lhs, row.subs, rhs, row.field); }), row.error);
+            const sub_list subs(row.subs);
+            bool grew = true;
+            EXPECT_EQ(error_of([&] {
+                          api::ndStructureAssignment(grew, lhs.get(), subs.size(), subs.data(), rhs.get(),
+                                                     row.field);
+                      }),
+                      row.error);
+            EXPECT_FALSE(grew);
             EXPECT_EQ(left.difference(), "");
             EXPECT_EQ(right.difference(), "");
         }

@@ -13,6 +13,7 @@
 #include <nd/containers.hpp>
 #include <nd/lists.hpp>
 #include <nd/reference.hpp>
+#include <nd/sizes.hpp>
 #include <nd/structures.hpp>
 
 namespace test {
@@ -145,6 +146,30 @@ TEST_F(StructureReference, TakesStructsWithoutFieldsOrElements) {
     EXPECT_EQ(content_text(matrix::structureReference(*none, sub_list("[]").span(), 0).get()), "0x0:");
 }
 
+// A position is selected as often as it is named.
+sub_list often(std::size_t times, std::size_t nsubs) {
+    sub_list subs;
+    const std::vector<number> ones(times, number(1));
+    for (std::size_t i = 0; i < nsubs; ++i)
+        subs.add(arr("double 1x" + std::to_string(times), std::span<const number>(ones)));
+    return subs;
+}
+
+TEST_F(StructureReference, RefusesSizesBeyondTheCeiling) {
+    for (const array_ptr& s : {struct_arr("1x1", {}), counting("1x1")}) {
+        for (const std::size_t nsubs : {3U, 4U})
+            EXPECT_EQ(error_of([&] { matrix::structureReference(*s, often(65536, nsubs).span(), 0); }),
+                      "TARVEL:pmaxsize pmaxsize()");
+    }
+    const array_ptr bare = matrix::structureReference(*struct_arr("1x1", {}), often(65535, 3).span(), 0);
+    EXPECT_EQ(dims_text(bare.get()), "65535x65535x65535");
+    matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
+    limit.setEnabled(true);
+    EXPECT_THROW(matrix::structureReference(*counting("1x1"), often(20000, 3).span(), 1),
+                 matrix::internal::SizeLimitExceeded);
+    limit.setEnabled(false);
+}
+
 TEST_F(StructureReference, KeepsObjectsObjects) {
     const array_ptr s = counting("1x3");
     ASSERT_EQ(api::ndSetClassName(s.get(), "thing"), 0);
@@ -198,6 +223,22 @@ TEST_F(StructureReference, RefusesInEveryModuleMode) {
                 row.error);
             EXPECT_EQ(before.difference(), "");
         }
+    }
+}
+
+// What they keep where a struct has its fields is none.
+TEST_F(StructureReference, RefusesOtherClasses) {
+    const sub_list subs("1");
+    for (const std::size_t field : {0U, 1U}) {
+        const auto refused_as = [&](const array_ptr& x) {
+            return error_of([&] { matrix::structureReference(*x, subs.span(), field); });
+        };
+        EXPECT_EQ(refused_as(sparse_arr("double 3x2", {{1, 0, 2.5}})),
+                  "TARVEL:invalidConversion invalidConversion(double, struct)");
+        EXPECT_EQ(refused_as(arr("double", {1})),
+                  "TARVEL:invalidConversion invalidConversion(double, struct)");
+        EXPECT_EQ(refused_as(arr("cell 1x1", nullptr)),
+                  "TARVEL:invalidConversion invalidConversion(cell, struct)");
     }
 }
 

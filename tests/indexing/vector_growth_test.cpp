@@ -7,10 +7,16 @@
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
 #include "support/snapshot.hpp"
+#include "support/sparse_arr.hpp"
 
 #include <nd/access.hpp>
+#include <nd/colon.hpp>
 #include <nd/deletion.hpp>
+#include <nd/share.hpp>
 #include <nd/sizes.hpp>
+
+#include <algorithm>
+#include <array>
 
 namespace test {
 namespace {
@@ -194,6 +200,52 @@ TEST_F(VectorGrowth, RefusesSizesBeyondTheCeiling) {
                   error);
         EXPECT_EQ(before.difference(), "");
     }
+}
+
+// Their blocks hold something else than the elements that the dimensions tell.
+TEST_F(VectorGrowth, RefusesWhatIsntLaidOutInFull) {
+    const auto sparse = [] { return sparse_arr("double 1000x1", {{1, 0, 2.5}}); };
+    const auto range = [] { return matrix::create_colon_object(1, 1, 9); };
+    const auto cell = [] { return arr("cell 1x2", nullptr, arr("double", {1})); };
+    for (const array_ptr& x : {sparse(), range(), cell()}) {
+        for (const bool make_complex : {false, true}) {
+            const snapshot before(x.get());
+            EXPECT_FALSE(lengthen_double(x, 2000, make_complex));
+            EXPECT_FALSE(lengthen(x, 2000, make_complex));
+            EXPECT_EQ(error_of([&] {
+                          api::ndResizeDoubleMatrix(x.get(), api::ndGetM(x.get()), api::ndGetN(x.get()), 2000,
+                                                    2, make_complex);
+                      }),
+                      "TARVEL:invalidInput invalidInput()");
+            EXPECT_EQ(before.difference(), "");
+        }
+    }
+}
+
+TEST_F(VectorGrowth, KeepsImaginaryPartsWithinItsRoom) {
+    const array_ptr x = numbered(ndDOUBLE_CLASS, ndCOMPLEX, std::array<std::size_t, 2>{1, 300});
+    EXPECT_TRUE(lengthen_double(x, 301));
+    const void* const block = x->pdata;
+    const array_ptr before = matrix::detail::do_deep_copy(x.get());
+    EXPECT_TRUE(lengthen_double(x, 400, true));
+    EXPECT_EQ(x->pdata, block) << "400 elements fit into 512";
+    const auto* const parts = static_cast<const double*>(x->pdata);
+    EXPECT_TRUE(std::equal(parts, parts + 602, static_cast<const double*>(before->pdata)));
+    EXPECT_TRUE(std::all_of(parts + 602, parts + 800, [](double part) { return part == 0; }));
+}
+
+TEST_F(VectorGrowth, RefusesSizesBeyondTheLimitOfTheUser) {
+    const array_ptr x = numbered("double 1x3");
+    const snapshot before(x.get());
+    const std::size_t beyond = std::size_t{1} << 43;
+    matrix::ArraySizeLimit& limit = matrix::ArraySizeLimit::getInstance();
+    limit.setEnabled(true);
+    EXPECT_THROW(lengthen_double(x, beyond), matrix::internal::SizeLimitExceeded);
+    EXPECT_THROW(lengthen(x, beyond, true), matrix::internal::SizeLimitExceeded);
+    EXPECT_THROW(api::ndResizeDoubleMatrix(x.get(), 1, 3, 1, beyond, false),
+                 matrix::internal::SizeLimitExceeded);
+    limit.setEnabled(false);
+    EXPECT_EQ(before.difference(), "");
 }
 
 TEST_F(VectorGrowth, LeavesTheArrayAsItIsWithoutMemory) {

@@ -24,7 +24,8 @@ namespace matrix {
 /// shape that subscripted reference tells; otherwise the result has as many elements along each dimension as the subscript
 /// selects there. The result is local and on no list.
 /// Raises what the subscripts raise, TARVEL:badsubscript (TARVEL:matrix:indexExceedsDims) for a position outside the array,
-/// TARVEL:badargs for a field that the array hasn't got, TARVEL:pmaxsize and SizeLimitExceeded for the result; out of memory.
+/// TARVEL:badargs for a field that the array hasn't got, TARVEL:invalidConversion for an array of another class,
+/// TARVEL:nindexIsZero without subscripts, TARVEL:pmaxsize and SizeLimitExceeded for the result; out of memory.
 ND_EXPORT array_ptr structureReference(const ndArray_tag& s, std::span<const ndArray_tag* const> subs,
                                        std::size_t field);
 
@@ -36,13 +37,14 @@ ND_EXPORT ndArray_tag* ndStructureReference(const ndArray_tag* s, std::size_t ns
 
 /// lhs(subs) = rhs, or lhs(subs).f = rhs for field f. lhs is a struct or object array, or an empty one that gives way to the class of
 /// rhs: of class unknown, or marked as the empty bracket. The caller has unshared it. It grows where the subscripts lie outside, new
-/// slots are empty, and grew tells whether it did or gave way.
+/// slots are empty, and grew tells whether it did or gave way; after a failure it is false.
 /// Without a field rhs is a struct or object array with as many fields; they are stored by position, and ordering them is the
 /// caller's. With a field rhs is a cell of values. Their shape fits the subscripts as in subscripted assignment; one element
 /// goes to all places. rhs stays the caller's.
 /// Raises what the subscripts raise; TARVEL:subsassigndimmismatch where the shapes don't fit; TARVEL:indexed_matrix_cannot_be_resized
 /// (TARVEL:matrix:ambiguousArrayGrowth) where fewer subscripts than dimensions would have to let the last one grow;
-/// TARVEL:legacy_two_part:invalidConversion for a right-hand side of another class or another number of fields;
+/// TARVEL:nindexIsZero without subscripts; TARVEL:badargs for a field that lhs hasn't got;
+/// TARVEL:invalidConversion for a right-hand side of another class or another number of fields;
 /// TARVEL:pmaxsize and SizeLimitExceeded for the new size; out of memory. lhs then has the value that it had.
 ND_EXPORT void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs,
                                      const ndArray_tag* const* subs, const ndArray_tag* rhs,
