@@ -2,6 +2,7 @@
 #include "indexing/assignment_source.hpp"
 
 #include "matrix/class_hooks.hpp"
+#include "matrix/resize.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sparse_parts.hpp"
 
@@ -23,6 +24,11 @@ assignment_source::assignment_source(const ndArray_tag* given, const ndArray_tag
     }
     if (array_ == not_this) take(detail::do_deep_copy(array_));
     bring_data_up_to_date(array_);
+    const bool has_own_elements = (array_->flags & flag_indexing_opaque) != 0;
+    if (array_->pdata != nullptr || element_count(array_) == 0 || has_own_elements) return;
+    array_ptr with_data = detail::do_deep_copy(array_);
+    add_missing_block(with_data.get());
+    take(std::move(with_data));
 }
 
 } // namespace matrix::internal

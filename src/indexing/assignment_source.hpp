@@ -8,7 +8,8 @@
 
 namespace matrix::internal {
 
-/// A full array with current data: the one given where it is so, else a copy. A colon object becomes the vector that it stands for.
+/// A full array with current data: the one given where it is so, else a copy. A colon object becomes the vector that it stands for;
+/// elements without data are zeros.
 class assignment_source {
 public:
     /// not_this: an array that is going to change; it is copied deeply when it is given. Raises as a creator does.

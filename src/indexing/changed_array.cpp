@@ -9,6 +9,7 @@
 #include "matrix/arraycpy.hpp"
 #include "matrix/complexity.hpp"
 #include "matrix/containers.hpp"
+#include "matrix/resize.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/slots.hpp"
 
@@ -62,7 +63,10 @@ void change_elements(changed_array& changed, const fitted_subscripts& fitted, co
     ndArray_tag* const array = changed.get();
     std::optional<element_store> elements;
     if (store && !counted) elements.emplace(array, rhs, fitted.selected_count());
-    if (grows) grow_with_filler(array, fitted.growth(), std::move(new_element));
+    if (grows)
+        grow_with_filler(array, fitted.growth(), std::move(new_element));
+    else
+        add_missing_block(array);
     if (inflates) inflate_to_complex(array);
     if (counted) replace_counted_slots(array, fitted, rhs);
     if (elements && !elements->store_into(array, fitted.new_seen(), fitted.set()))
