@@ -3,6 +3,7 @@
 
 #include "matrix/class_hooks.hpp"
 #include "matrix/class_table.hpp"
+#include "matrix/resize.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sparse_parts.hpp"
 
@@ -25,6 +26,10 @@ assignment_source::assignment_source(const ndArray_tag* given, const ndArray_tag
     }
     if (array_ == not_this) take(detail::do_deep_copy(array_));
     bring_data_up_to_date(array_);
+    if (array_->pdata != nullptr || element_count(array_) == 0 || is_indexing_opaque(array_)) return;
+    array_ptr with_data = detail::do_deep_copy(array_);
+    add_missing_block(with_data.get());
+    take(std::move(with_data));
 }
 
 // The flags stay: an owner for the length of a call is none that others could notice.

@@ -8,8 +8,8 @@
 
 namespace matrix::internal {
 
-/// A full array with current data: the one given where it is so, else a copy. A colon object becomes the vector that it stands for.
-/// It lives as long as this, also where it stands in a slot of the array that changes.
+/// A full array with current data: the one given where it is so, else a copy. A colon object becomes the vector that it stands for;
+/// elements without data are zeros. It lives as long as this, also where it stands in a slot of the array that changes.
 class assignment_source {
 public:
     /// not_this: an array that is going to change; it is copied deeply when it is given. Raises as a creator does.

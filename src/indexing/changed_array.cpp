@@ -9,6 +9,7 @@
 #include "matrix/arraycpy.hpp"
 #include "matrix/complexity.hpp"
 #include "matrix/containers.hpp"
+#include "matrix/resize.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/slots.hpp"
 
@@ -17,7 +18,10 @@
 #include <nd/share.hpp>
 
 #include <optional>
+#include <span>
+#include <unordered_set>
 #include <utility>
+#include <vector>
 
 namespace matrix::internal {
 namespace {
@@ -41,6 +45,24 @@ void replace_counted_slots(ndArray_tag* target, const fitted_subscripts& fitted,
                   });
 }
 
+// What is assigned to an element of rhs would hold itself. Blocks that headers share are walked once.
+bool holds(const ndArray_tag* container, const ndArray_tag* lhs) {
+    if (lhs->scope != ndMEMBER_SCOPE && lhs->scope != ndPROPERTY_SCOPE) return false;
+    std::vector<const ndArray_tag*> waiting{container};
+    std::unordered_set<const void*> shared;
+    while (!waiting.empty()) {
+        const ndArray_tag* const array = waiting.back();
+        waiting.pop_back();
+        if (array->pdata == nullptr || !is_container_class(array->class_id)) continue;
+        if (array->share_record != nullptr && !shared.insert(array->pdata).second) continue;
+        for (const ndArray_tag* const element : std::span(slots_of(array), slot_count(array))) {
+            if (element == lhs) return true;
+            if (element != nullptr && is_container_class(element->class_id)) waiting.push_back(element);
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 void changed_array::use_copy() {
@@ -53,8 +75,10 @@ void changed_array::finish() noexcept {
 
 void change_elements(changed_array& changed, const fitted_subscripts& fitted, const ndArray_tag* rhs,
                      bool store, array_ptr new_element) {
+    const array_ptr apart = store && holds(rhs, changed.left_side()) ? detail::do_deep_copy(rhs) : nullptr;
+    if (apart) rhs = apart.get();
     const bool inflates = store && is_complex(rhs) && !is_complex(changed.get());
-    const bool counted = store && is_container_class(changed.left_side()->class_id) &&
+    const bool counted = store && is_container_class(changed.get()->class_id) &&
                          should_contain_internal_reference(changed.left_side());
     const bool grows = fitted.reaches_beyond();
     const bool walk_may_fail = store && fitted.set().count > inline_slots;
@@ -62,7 +86,10 @@ void change_elements(changed_array& changed, const fitted_subscripts& fitted, co
     ndArray_tag* const array = changed.get();
     std::optional<element_store> elements;
     if (store && !counted) elements.emplace(array, rhs, fitted.selected_count());
-    if (grows) grow_with_filler(array, fitted.growth(), std::move(new_element));
+    if (grows)
+        grow_with_filler(array, fitted.growth(), std::move(new_element));
+    else
+        add_missing_block(array);
     if (inflates) inflate_to_complex(array);
     if (counted) replace_counted_slots(array, fitted, rhs);
     if (elements && !elements->store_into(array, fitted.new_seen(), fitted.set()))

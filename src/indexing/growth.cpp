@@ -81,6 +81,7 @@ void grow_left_side(ndArray_tag* array, const left_side_growth& change) {
     grow_data(array, {change.old_seen, product(change.old_seen), change.new_seen, new_count, change.keep,
                       change.filler});
     dims.commit_to(array);
+    array->flags &= ~flag_empty_square_bracket;
 }
 
 } // namespace matrix::internal

@@ -47,7 +47,7 @@ struct left_side_growth {
 /// struct without fields has no slots. Raises TARVEL:pmaxsize and SizeLimitExceeded.
 std::size_t checked_slot_count(dims_view dims);
 
-/// Gives the array the block and the dimensions of its new shape. The caller has unshared it; it isn't sparse.
+/// Gives the array the block and the dimensions of its new shape; it is no literal any more. The caller has unshared it; it isn't sparse.
 /// Raises, with the array's value unchanged, TARVEL:err_non_scalar_function_handles for a function handle that would have more
 /// than one element, TARVEL:pmaxsize and SizeLimitExceeded, and foundation::core::except::bad_alloc or std::bad_alloc.
 void grow_left_side(ndArray_tag* array, const left_side_growth& change);

@@ -34,12 +34,15 @@ void grow_with_references(ndArray_tag* array, left_side_growth change, const ndA
 }
 
 void grow_with_value(ndArray_tag* array, left_side_growth change, array_ptr filler) {
-    if (is_complex(array) && !is_complex(filler.get())) {
-        if (header_owners(filler.get()) > 1) filler = detail::do_deep_copy(filler.get());
-        inflate_to_complex(filler.get());
+    const assignment_source source(filler.get(), nullptr);
+    const ndArray_tag* value = source.get();
+    array_ptr complex;
+    if (is_complex(array) && !is_complex(value)) {
+        complex = detail::do_deep_copy(value);
+        inflate_to_complex(complex.get());
+        value = complex.get();
     }
-    const assignment_source value(filler.get(), nullptr);
-    change.filler = value.get()->pdata;
+    change.filler = value->pdata;
     grow_left_side(array, change);
 }
 

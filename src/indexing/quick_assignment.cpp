@@ -167,7 +167,7 @@ bool assign_by_width(ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* con
 bool assign_quickly(ndArray_tag* lhs, std::size_t nsubs, const ndArray_tag* const* subs,
                     const ndArray_tag* rhs) noexcept {
     if ((nsubs != 1 && nsubs != 2) || lhs->class_id != rhs->class_id || !is_plain(lhs) || !is_plain(rhs) ||
-        lhs->pdata == rhs->pdata)
+        lhs->pdata == nullptr || rhs->pdata == nullptr || lhs->pdata == rhs->pdata)
         return false;
     if (!assign_by_width(lhs, nsubs, subs, rhs)) return false;
     if (lhs->class_id == ndDOUBLE_CLASS) refresh_scalar_double(lhs);

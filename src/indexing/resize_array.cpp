@@ -89,6 +89,7 @@ void rebuild(ndArray_tag* array, dims_view old_dims, dims_view new_dims, dims_vi
     }
     replace_block(array, block.release());
     dims.commit_to(array);
+    array->flags &= ~flag_empty_square_bracket;
 }
 
 void refuse_function_arrays(const ndArray_tag* array, dims_view dims) {

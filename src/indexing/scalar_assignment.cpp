@@ -6,15 +6,16 @@
 
 #include "matrix/accessors.hpp"
 #include "matrix/complexity.hpp"
+#include "matrix/resize.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/size_check.hpp"
+#include "matrix/size_limit.hpp"
 
 #include <errors/raise.hpp>
 
 #include <nd/assignment.hpp>
 #include <nd/share.hpp>
 
-#include <bit>
 #include <cstring>
 #include <span>
 #include <type_traits>
@@ -33,12 +34,10 @@ inline constexpr bool is_complex_value<std::complex<T>> = true;
 // Elements don't lie as elements there.
 constexpr std::uint32_t flags_of_other_storage = flag_sparse | flag_colon_object | flag_indexing_opaque;
 
-// Positions inside a block that isn't split; count is below the capacity that a tracked block of so many elements has.
+// Whether a tracked block of so many elements has room for another one. A limit on sizes wants the full test.
 bool has_room_behind(const ndArray_tag* array, std::size_t count) noexcept {
-    constexpr std::size_t smallest = 257;
-    constexpr std::size_t largest = 0x7FF'FFFF;
-    return (array->flags & flag_capacity_tracked) != 0 && count >= smallest && count <= largest &&
-           !std::has_single_bit(count);
+    return (array->flags & flag_capacity_tracked) != 0 && capacity_for(count) > count &&
+           array_size_limit() == 0;
 }
 
 // The element's place, or null where it takes more than this.
@@ -51,7 +50,7 @@ T* place_at_once(ndArray_tag* array, subscript_list subs) noexcept {
     const std::size_t position = subs[0];
     if (position == count && array->m_or_dims == 1 && has_room_behind(array, count)) {
         array->n_or_ndims = count + 1;
-    } else if (position >= count || count == 1) {
+    } else if (position >= count || count == 1 || array->pdata == nullptr) {
         return nullptr;
     }
     return static_cast<T*>(array->pdata) + position;
@@ -92,14 +91,14 @@ void store_real(ndArray_tag* array, std::size_t position, T value) {
     if (!is_complex(array)) return put(array, position, value);
     put(array, 2 * position, value);
     put(array, 2 * position + 1, T{});
-    free_imag_if_zero(array);
+    become_real_if_possible(array);
 }
 
 template <class T>
 void store_complex(ndArray_tag* array, std::size_t position, const std::complex<T>& value) {
     if (!is_complex(array)) return put(array, position, value.real()); // the imaginary part is 0
     put(array, position, value);
-    if (value.imag() == T{} || element_count(array) == 1) free_imag_if_zero(array);
+    if (value.imag() == T{} || element_count(array) == 1) become_real_if_possible(array);
 }
 
 template <class T>
@@ -113,9 +112,19 @@ void store(ndArray_tag* array, subscript_list subs, const T& value) {
     if (array->class_id == ndDOUBLE_CLASS) refresh_scalar_double(array);
 }
 
+// A value of another class is the caller's fault, but it never reaches beyond the block.
+template <class T>
+void refuse_other_width(const ndArray_tag* array) {
+    constexpr std::size_t parts = is_complex_value<T> ? 2 : 1;
+    if (element_size(code_of(array->class_id, false)) != sizeof(T) / parts)
+        errors::raise<TARVEL::legacy_two_part::invalidInput>();
+}
+
 template <class T>
 [[gnu::noinline]] void assign_fully(ndArray_tag* array, subscript_list subs, const T& value) {
     if ((array->flags & flags_of_other_storage) != 0) errors::raise<TARVEL::legacy_two_part::invalidInput>();
+    refuse_other_width<T>(array);
+    if (subs.empty() && element_count(array) == 0) return;
     if (array->share_record != nullptr) array->interleave_data();
     const bool grows = !lies_within(array, subs);
     bool inflates = false;
@@ -127,7 +136,10 @@ template <class T>
         store(copy.get(), subs, value);
         return api::ndMoveArrayOntoHeader(array, copy.release());
     }
-    if (grows) grow_to(array, subs);
+    if (grows)
+        grow_to(array, subs);
+    else
+        add_missing_block(array);
     if (inflates) inflate_to_complex(array);
     store(array, subs, value);
 }

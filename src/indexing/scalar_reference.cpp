@@ -94,11 +94,7 @@ kvIndex offset_in(dims_view dims, dims_view indices) noexcept {
 
 // What isn't a cell yet becomes one with its first slot; that holds for arrays without elements only.
 void grow_slots(ndArray_tag* array, const left_side_growth& change) {
-    if (array->class_id == ndCELL_CLASS || change.has_field_slot) {
-        grow_left_side(array, change);
-        array->flags &= ~flag_empty_square_bracket;
-        return;
-    }
+    if (array->class_id == ndCELL_CLASS || change.has_field_slot) return grow_left_side(array, change);
     if (element_count(array) != 0 || is_struct_like(array->class_id))
         errors::raise<TARVEL::legacy_two_part::invalidInput>();
     array_ptr cell = create_cell(dims_of(array));

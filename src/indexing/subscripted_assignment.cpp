@@ -31,7 +31,6 @@
 #include <nd/share.hpp>
 #include <nd/structures.hpp>
 
-#include <new>
 #include <span>
 #include <utility>
 
@@ -42,14 +41,6 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using subscript_list = std::span<const ndArray_tag* const>;
 using filler_function = std::function<array_ptr(const ndArray_tag*)>;
 
-// Where the scan for imaginary parts has no memory for its tasks the array stays complex: the value is the same.
-void become_real_if_possible(ndArray_tag* array) noexcept {
-    try {
-        free_imag_if_zero(array);
-    } catch (const std::bad_alloc&) {
-    }
-}
-
 class dense_assignment {
 public:
     dense_assignment(ndArray_tag* lhs, subscript_list subs, const ndArray_tag* rhs)
@@ -59,6 +50,7 @@ public:
             errors::raise<TARVEL::matrix::singleSubscriptNumelMismatch>();
         if (!fitted_.replaces()) return;
         changed_.replace(create_empty_copy(rhs));
+        changed_.get()->flags |= rhs->flags & flag_indexing_opaque; // its class makes the elements
         grew_ = true;
     }
 
@@ -72,7 +64,7 @@ public:
             assign_to_opaque(array, set.count, set.indices.data(), set.info.num.data(), set.info.max.data(),
                              rhs_);
         } else {
-            if (array->class_id != rhs_->class_id) raise_other_class(array);
+            if (array->class_id != rhs_->class_id || is_indexing_opaque(rhs_)) raise_other_class(array);
             array_ptr new_element;
             if (grew_ && makes_own_elements(array)) {
                 if (resize_only || has_gaps(array)) left_over = filler(array);

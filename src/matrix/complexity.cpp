@@ -18,6 +18,8 @@
 #include <nd/share.hpp>
 #include <nd/typed.hpp>
 
+#include <new>
+
 namespace matrix::internal {
 namespace {
 
@@ -89,6 +91,13 @@ void free_imag_if_zero(ndArray_tag* array) {
         array->flags &= ~flag_complex;
     } else if (!has_imaginary_part(array)) {
         deflate(array);
+    }
+}
+
+void become_real_if_possible(ndArray_tag* array) noexcept {
+    try {
+        free_imag_if_zero(array);
+    } catch (const std::bad_alloc&) {
     }
 }
 

@@ -17,4 +17,8 @@ void deflate_to_real(ndArray_tag* array);
 /// std::bad_alloc; the array is then still complex.
 void free_imag_if_zero(ndArray_tag* array);
 
+/// The same after a value has been stored: where the scan has no memory for its tasks the array stays complex, which is the same
+/// value.
+void become_real_if_possible(ndArray_tag* array) noexcept;
+
 } // namespace matrix::internal

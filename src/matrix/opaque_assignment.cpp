@@ -15,6 +15,7 @@ namespace {
 constexpr opaque_assignment_table no_classes{};
 constinit std::atomic<const opaque_assignment_table*> the_table{&no_classes};
 
+// Another thread may set a table at any time: a function is loaded once, tested and called.
 const opaque_assignment_table& table() noexcept { return *the_table.load(std::memory_order_acquire); }
 
 } // namespace
@@ -25,14 +26,15 @@ void set_opaque_assignment(const opaque_assignment_table* table) noexcept {
 
 void assign_to_opaque(ndArray_tag* array, std::size_t subscripts, const kvIndex* const* positions,
                       const kvSize* counts, const kvSize* maxima, const ndArray_tag* rhs) {
-    if (table().assign == nullptr) errors::raise<TARVEL::legacy_two_part::invalidInput>();
-    table().assign(array, subscripts, positions, counts, maxima, rhs);
+    const auto assign = table().assign;
+    if (assign == nullptr) errors::raise<TARVEL::legacy_two_part::invalidInput>();
+    assign(array, subscripts, positions, counts, maxima, rhs);
 }
 
 bool replace_opaque_element(ndArray_tag* holder, const ndArray_tag* source, void** slot,
                             const void* element) {
-    if (element != nullptr && table().replace_element != nullptr)
-        return table().replace_element(holder, slot, element);
+    const auto replace = table().replace_element;
+    if (element != nullptr && replace != nullptr) return replace(holder, slot, element);
     void* copy = element == nullptr ? nullptr : copy_opaque_element(source, element);
     if (element != nullptr && copy == nullptr) return false;
     std::swap(copy, *slot);
@@ -41,8 +43,9 @@ bool replace_opaque_element(ndArray_tag* holder, const ndArray_tag* source, void
 }
 
 bool makes_own_elements(const ndArray_tag* array) noexcept {
-    return array->class_id == ndOPAQUE_CLASS && table().subclass != nullptr &&
-           std::string_view(table().subclass(array)) == "HOBJ";
+    if (array->class_id != ndOPAQUE_CLASS) return false;
+    const auto subclass = table().subclass;
+    return subclass != nullptr && std::string_view(subclass(array)) == "HOBJ";
 }
 
 } // namespace matrix::internal

@@ -9,6 +9,7 @@
 
 #include "matrix/accessors.hpp"
 #include "matrix/class_table.hpp"
+#include "matrix/containers.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/own_block.hpp"
 #include "matrix/resize_kernels.hpp"
@@ -116,6 +117,13 @@ void grow_data(ndArray_tag* array, const growth& change) {
     if (routine == nullptr) return;
     array->interleave_data();
     routine(array, change);
+}
+
+void add_missing_block(ndArray_tag* array) {
+    if (array->pdata != nullptr || (array->flags & (flag_sparse | flag_indexing_opaque)) != 0) return;
+    const std::size_t count = is_container_class(array->class_id) ? slot_count(array) : element_count(array);
+    const std::size_t bytes = saturated_product(count, stored_element_size(array));
+    if (bytes != 0) replace_block(array, allocate_data(bytes, DataInitialization::zeroed));
 }
 
 void shrink_data(ndArray_tag* array, std::size_t bytes) noexcept {

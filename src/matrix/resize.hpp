@@ -25,6 +25,10 @@ struct growth {
 /// Raises foundation::core::except::bad_alloc; the array's value is then unchanged.
 void grow_data(ndArray_tag* array, const growth& change);
 
+/// Zeros for a full array that has elements and no data. Nothing happens to any other, nor to one whose class has its elements. Raises
+/// foundation::core::except::bad_alloc; the array is then unchanged.
+void add_missing_block(ndArray_tag* array);
+
 /// Cuts the block of an array that isn't split down to its first bytes, none for 0, and the capacity bit is cleared. A block that isn't the heap's, or that
 /// the heap can't cut, stays as it is, with its bits.
 void shrink_data(ndArray_tag* array, std::size_t bytes) noexcept;

@@ -26,12 +26,6 @@ using sizes = std::vector<std::size_t>;
 
 using AssignmentClasses = NdTest;
 
-array_ptr bracket() {
-    array_ptr x = arr("double 0x0");
-    x->flags |= matrix::flag_empty_square_bracket;
-    return x;
-}
-
 TEST_F(AssignmentClasses, AComplexValueMakesTheLeftSideComplexAndZeroPartsMakeItReal) {
     for (const char* const name : {"double", "single", "int8", "uint16", "int32", "uint64"}) {
         SCOPED_TRACE(name);
@@ -374,6 +368,30 @@ TEST_F(AssignmentClasses, AnIndexingOpaqueArrayAssignsItself) {
     x->flags &= ~matrix::flag_indexing_opaque; // so that the elements are given back as they were made
 }
 
+TEST_F(AssignmentClasses, AnIndexingOpaqueValueIsAssignedByItsClassOrNotAtAll) {
+    const opaque_world world;
+    const array_ptr y = opaque({1, 2}, {1, 2});
+    y->flags |= matrix::flag_indexing_opaque;
+    for (const way_row& way : ways) {
+        SCOPED_TRACE(way.name);
+        opaque_world::calls.clear();
+        const array_ptr x = way.lhs();
+        EXPECT_TRUE(assign_fully(x.get(), {"1:3"}, y.get()));
+        EXPECT_EQ(opaque_world::calls, (std::vector<std::string>{"opaque 3/3:012 = 17"}));
+        EXPECT_EQ(x->class_id, ndOPAQUE_CLASS);
+        EXPECT_NE(x->flags & matrix::flag_indexing_opaque, 0U);
+    }
+    const std::string refused =
+        "TARVEL:invalidConversion invalidConversion(" + std::string(api::ndGetClassName(y.get())) + ", ";
+    const array_ptr x = opaque({1, 3}, {7, 8, 9});
+    EXPECT_EQ(error_of([&] { assign(x.get(), {"1:1000"}, y.get()); }),
+              refused + api::ndGetClassName(x.get()) + ")");
+    EXPECT_EQ(elements_of(x), (elements{7, 8, 9}));
+    const array_ptr values = arr("double 1x2");
+    EXPECT_EQ(error_of([&] { assign(values.get(), {"1"}, y.get()); }), refused + "double)");
+    y->flags &= ~matrix::flag_indexing_opaque;
+}
+
 // New elements of this one class are made by its caller.
 TEST_F(AssignmentClasses, GapsInAGrowingArrayOfTheHandleClassAreTheCallers) {
     const opaque_world world;
@@ -420,138 +438,15 @@ TEST_F(AssignmentClasses, GapsInAGrowingArrayOfTheHandleClassAreTheCallers) {
     bool grew = false;
     EXPECT_THROW(api::ndSubscriptedAssignmentWithFiller(grew, x.get(), 1, at.data(), y.get(), {}, false),
                  std::bad_function_call);
+    EXPECT_THROW(api::ndSubscriptedAssignmentWithFiller(grew, x.get(), 1, at.data(), y.get(), {}, true),
+                 std::bad_function_call);
     EXPECT_EQ(elements_of(x), (elements{1, 2}));
+    EXPECT_THROW(assign(ways[0].lhs().get(), {"3"}, y.get()), std::bad_function_call);
     EXPECT_EQ(error_of([&] { assign(ways[0].lhs().get(), {":"}, y.get()); }),
               "TARVEL:matrix:singleSubscriptNumelMismatch singleSubscriptNumelMismatch()");
     const array_ptr other = opaque({1, 2}, {1, 2}, 2);
     assign(other.get(), {"4"}, opaque({1, 1}, {5}, 2).get());
     EXPECT_EQ(elements_of(other), (elements{1, 2, 0, 5}));
-}
-
-TEST_F(AssignmentClasses, TheFillerIsTheValueOfNewElements) {
-    struct filler_row {
-        const char* name;
-        array_ptr (*lhs)();
-        array_ptr (*rhs)();
-        array_ptr (*filler)();
-        array_ptr (*result)();
-    };
-    const filler_row filler_rows[] = {
-        {"real", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] { return arr("double", {7}); },
-         [] {
-             return arr("double 1x4", {1, 7, 7, 9});
-         }},
-        {"none", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] { return array_ptr(); },
-         [] {
-             return arr("double 1x4", {1, 0, 0, 9});
-         }},
-        {"empty", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] { return arr("double 0x0"); },
-         [] {
-             return arr("double 1x4", {1, 0, 0, 9});
-         }},
-        {"real in a complex one",
-         [] {
-             return arr("complex double 1x1", {{1, 1}});
-         },
-         [] { return arr("double", {9}); }, [] { return arr("double", {7}); },
-         [] {
-             return arr("complex double 1x4", {{1, 1}, {7, 0}, {7, 0}, {9, 0}});
-         }},
-        {"complex",
-         [] {
-             return arr("complex double 1x1", {{1, 1}});
-         },
-         [] { return arr("double", {9}); },
-         [] {
-             return arr("complex double", {{7, 8}});
-         },
-         [] {
-             return arr("complex double 1x4", {{1, 1}, {7, 8}, {7, 8}, {9, 0}});
-         }},
-        {"complex in a real one", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] {
-             return arr("complex double", {{7, 8}});
-         },
-         [] {
-             return arr("double 1x4", {1, 7, 7, 9});
-         }},
-        {"before the left side becomes complex", [] { return arr("double 1x1", {1}); },
-         [] {
-             return arr("complex double", {{9, 9}});
-         },
-         [] { return arr("double", {7}); },
-         [] {
-             return arr("complex double 1x4", {{1, 0}, {7, 0}, {7, 0}, {9, 9}});
-         }},
-        {"after giving way", bracket, [] { return arr("char", {65}); }, [] { return arr("char", {66}); },
-         [] {
-             return arr("char 1x4", {66, 66, 66, 65});
-         }},
-        {"cell", [] { return arr("cell", nullptr); }, [] { return arr("cell", arr("double", {9})); },
-         [] { return arr("cell", arr("double", {7})); },
-         [] { return arr("cell 1x4", nullptr, arr("double", {7}), arr("double", {7}), arr("double", {9})); }},
-        {"cell of cells", [] { return arr("cell", nullptr); }, [] { return arr("cell", arr("double", {9})); },
-         [] { return arr("cell", arr("cell", arr("double", {7}))); },
-         [] {
-             return arr("cell 1x4", nullptr, arr("cell", arr("double", {7})), arr("cell", arr("double", {7})),
-                        arr("double", {9}));
-         }},
-    };
-    for (const filler_row& row : filler_rows) {
-        SCOPED_TRACE(row.name);
-        const array_ptr x = row.lhs();
-        const subscripts at{"4"};
-        bool grew = false;
-        const auto filler = [&](const ndArray_tag*) { return row.filler(); };
-        EXPECT_EQ(api::ndSubscriptedAssignmentWithFiller(grew, x.get(), 1, at.data(), row.rhs().get(), filler,
-                                                         false),
-                  nullptr);
-        EXPECT_TRUE(grew);
-        EXPECT_THAT(x, EqualsArray(row.result()));
-        grew = true;
-        const auto never = [&](const ndArray_tag*) -> array_ptr {
-            ADD_FAILURE() << "nothing grows";
-            return nullptr;
-        };
-        EXPECT_EQ(api::ndSubscriptedAssignmentWithFiller(grew, x.get(), 1, at.data(), row.rhs().get(), never,
-                                                         false),
-                  nullptr);
-        EXPECT_FALSE(grew);
-    }
-}
-
-TEST_F(AssignmentClasses, AFillerOfAnotherClassIsRefused) {
-    const array_ptr x = arr("double 1x1", {1});
-    const subscripts at{"4"};
-    bool grew = false;
-    EXPECT_EQ(error_of([&] {
-                  api::ndSubscriptedAssignmentWithFiller(
-                      grew, x.get(), 1, at.data(), arr("double", {1}).get(),
-                      [](const ndArray_tag*) { return arr("int8", {1}); }, false);
-              }),
-              "TARVEL:invalidConversion invalidConversion(int8, double)");
-    EXPECT_THAT(x, EqualsArray(arr("double", {1})));
-}
-
-TEST_F(AssignmentClasses, ResizingOnlyStoresNothing) {
-    const subscripts at{"4"};
-    for (const bool complex : {false, true}) {
-        const array_ptr x = arr("double 1x2", {1, 2});
-        const array_ptr y = complex ? arr("complex double", {{9, 9}}) : arr("double", {9});
-        bool grew = false;
-        const auto filler = [](const ndArray_tag*) { return arr("double", {7}); };
-        EXPECT_EQ(api::ndSubscriptedAssignmentWithFiller(grew, x.get(), 1, at.data(), y.get(), filler, true),
-                  nullptr);
-        EXPECT_TRUE(grew);
-        EXPECT_THAT(x, EqualsArray(arr("double 1x4", {1, 2, 7, 7})));
-    }
-    const array_ptr x = bracket();
-    bool grew = false;
-    api::ndSubscriptedAssignmentWithFiller(grew, x.get(), 1, at.data(), arr("int8", {9}).get(), {}, true);
-    EXPECT_THAT(x, EqualsArray(arr("int8 1x4")));
 }
 
 TEST_F(AssignmentClasses, StructsAreAssignedAsStructs) {

@@ -1,11 +1,13 @@
 // Single values into single elements.
 #include "indexing/assignment_support.hpp"
 #include "matrix/heap_watch.hpp"
+#include "matrix/process_state.hpp"
 #include "support/alloc_sources.hpp"
 #include "support/classes.hpp"
 #include "support/sparse_arr.hpp"
 
 #include <nd/access.hpp>
+#include <nd/sizes.hpp>
 
 #include <limits>
 
@@ -153,6 +155,54 @@ TEST_F(AssignmentScalar, GrowsAsAssignmentDoes) {
     const array_ptr pages = arr("double 2x1", {1, 2});
     put(pages, {0, 0, 1}, 3.0);
     EXPECT_THAT(pages, EqualsArray(arr("double 2x1x2", {1, 2, 3, 0})));
+}
+
+TEST_F(AssignmentScalar, ALiteralThatGetsElementsIsNoneAnyMore) {
+    const array_ptr x = arr("double 0x0");
+    x->flags |= matrix::flag_empty_square_bracket;
+    put(x, {2}, 5.0);
+    EXPECT_EQ(x->flags & matrix::flag_empty_square_bracket, 0U);
+    assign(x.get(), {"1"}, arr("double", {7}).get());
+    EXPECT_THAT(x, EqualsArray(arr("double 1x3", {7, 0, 5})));
+}
+
+TEST_F(AssignmentScalar, WithoutSubscriptsTheFirstElementIsMeant) {
+    const array_ptr x = arr("double 1x3", {1, 2, 3});
+    put(x, {}, 7.0);
+    EXPECT_THAT(x, EqualsArray(arr("double 1x3", {7, 2, 3})));
+    for (const char* const empty : {"double 0x0", "double 0x3"}) {
+        const array_ptr nothing = arr(empty);
+        put(nothing, {}, 7.0);
+        EXPECT_THAT(nothing, EqualsArray(arr(empty)));
+    }
+}
+
+// A row that keeps room to spare is held to the limit like any other.
+TEST_F(AssignmentScalar, AGrowingRowIsHeldToTheUsersLimit) {
+    const array_ptr x = numbered("double 1x299");
+    put(x, {299}, 1.0);
+    EXPECT_NE(x->flags & matrix::flag_capacity_tracked, 0U);
+    {
+        const size_limit_scope limit(301 * sizeof(double), 100);
+        put(x, {300}, 2.0);
+        const void* const block = x->pdata;
+        const positions beyond[] = {{301}, {0, 301}};
+        for (const positions& at : beyond) EXPECT_THROW(put(x, at, 3.0), matrix::internal::SizeLimitExceeded);
+        EXPECT_EQ(api::ndGetNumberOfElements(x.get()), 301U);
+        EXPECT_EQ(x->pdata, block);
+    }
+    put(x, {301}, 3.0);
+    EXPECT_EQ(api::ndGetNumberOfElements(x.get()), 302U);
+}
+
+TEST_F(AssignmentScalar, ElementsOfAnotherWidthAreRefused) {
+    const array_ptr nothing = matrix::create(std::vector<std::size_t>{0, 0}, ndUNKNOWN_CLASS, ndREAL);
+    EXPECT_EQ(error_of([&] { put(nothing, {0}, 5.0); }), "TARVEL:invalidInput invalidInput()");
+    EXPECT_EQ(api::ndGetNumberOfElements(nothing.get()), 0U);
+    const array_ptr bytes = arr("int8", {1});
+    EXPECT_EQ(error_of([&] { put(bytes, {0}, 5.0); }), "TARVEL:invalidInput invalidInput()");
+    EXPECT_EQ(error_of([&] { put(bytes, {0}, 5.0 + 1i); }), "TARVEL:invalidInput invalidInput()");
+    EXPECT_THAT(bytes, EqualsArray(arr("int8", {1})));
 }
 
 TEST_F(AssignmentScalar, OtherStorageIsRefused) {

@@ -30,6 +30,13 @@ struct value {
     }
 };
 
+/// A left side that gives way.
+inline matrix::array_ptr bracket() {
+    matrix::array_ptr x = arr("double 0x0");
+    x->flags |= matrix::flag_empty_square_bracket;
+    return x;
+}
+
 inline matrix::array_ptr range_of(const std::string& text) {
     std::istringstream in(text);
     std::vector<double> parts;

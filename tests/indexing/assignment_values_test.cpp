@@ -1,6 +1,7 @@
 // Values stored through subscripts: which elements change, which shape the left side gets, and what is refused.
 #include "indexing/assignment_support.hpp"
 #include "matrix/dimensions.hpp"
+#include "matrix/process_state.hpp"
 #include "matrix/size_limit.hpp"
 #include "matrix/unshare.hpp"
 #include "support/sparse_arr.hpp"
@@ -8,6 +9,7 @@
 
 #include <nd/access.hpp>
 #include <nd/share.hpp>
+#include <nd/sizes.hpp>
 
 namespace test {
 namespace {
@@ -257,6 +259,12 @@ const refused_row refused_rows[] = {
      "TARVEL:badsubscript badTypeIndices(1, , -1, 1)"},
     {"too large", one_to_six, {"1", "1e15"}, {"double", {1}}, "TARVEL:pmaxsize pmaxsize()"},
     {"size", {"double 1x1"}, {"200000000000000"}, {"double", {1}}, "TARVEL:pmaxsize pmaxsize()"},
+    {"zero beside nothing",
+     one_to_six,
+     {"[]", "0"},
+     {"double", {1}},
+     "TARVEL:badsubscript badTypeIndices(2, , 0, 1)"},
+    {"no subscript for several", one_to_six, {}, {"double 1x2"}, mismatch},
     {"other class",
      one_to_six,
      {"1"},
@@ -383,6 +391,43 @@ TEST_F(AssignmentValues, OfSparseArraysGoIntoFullOnes) {
     const array_ptr x = arr("double 2x2", {1, 2, 3, 4});
     assign(x.get(), {":", "2"}, sparse_arr("double 2x1", {{1, 0, 7}}).get());
     EXPECT_THAT(x, EqualsArray(arr("double 2x2", {1, 2, 0, 7})));
+}
+
+TEST_F(AssignmentValues, WithoutSubscriptsTheFirstElementIsMeant) {
+    const array_ptr x = arr("double 1x3", {1, 2, 3});
+    assign(x.get(), {}, arr("double", {7}).get());
+    EXPECT_THAT(x, EqualsArray(arr("double 1x3", {7, 2, 3})));
+    const array_ptr nothing = arr("double 0x3");
+    assign(nothing.get(), {}, arr("double", {7}).get());
+    EXPECT_THAT(nothing, EqualsArray(arr("double 0x3")));
+    const array_ptr no_class = matrix::create(std::vector<std::size_t>{0, 3}, ndUNKNOWN_CLASS, ndREAL);
+    assign(no_class.get(), {}, arr("int8", {7}).get());
+    EXPECT_THAT(no_class, EqualsArray(arr("int8 0x0")));
+}
+
+TEST_F(AssignmentValues, GrowthIsHeldToTheUsersLimit) {
+    struct limit_row {
+        const char* lhs;
+        std::vector<const char*> fits;
+        std::vector<const char*> exceeds;
+    };
+    const limit_row limit_rows[] = {{"double 1x1", {"100"}, {"101"}},
+                                    {"double 2x2", {"10", "10"}, {"10", "11"}},
+                                    {"double 0x0", {"4", "5", "5"}, {"4", "5", "6"}},
+                                    {"single 1x3", {"200"}, {"201"}}};
+    for (const limit_row& row : limit_rows) {
+        SCOPED_TRACE(row.lhs);
+        const array_ptr x = arr(row.lhs);
+        const array_ptr before = arr(row.lhs);
+        const array_ptr one = arr(row.lhs[0] == 'd' ? "double" : "single", {1});
+        const subscripts fits(row.fits);
+        const subscripts exceeds(row.exceeds);
+        const size_limit_scope limit(800, 100);
+        EXPECT_THROW(assign(x.get(), exceeds, one.get()), matrix::internal::SizeLimitExceeded);
+        EXPECT_THAT(x, EqualsArray(before.get()));
+        assign(x.get(), fits, one.get());
+        EXPECT_EQ(api::ndGetNumberOfElements(x.get()), row.lhs[0] == 'd' ? 100U : 200U);
+    }
 }
 
 TEST_F(AssignmentValues, ElevenSubscriptsWork) {

@@ -1,6 +1,7 @@
 // Other dimensions for an array: what stays where, what goes, what is new.
 #include "indexing/assignment_support.hpp"
 #include "matrix/heap_watch.hpp"
+#include "matrix/process_state.hpp"
 #include "matrix/validate.hpp"
 #include "support/classes.hpp"
 #include "support/sparse_arr.hpp"
@@ -8,6 +9,7 @@
 #include <nd/access.hpp>
 #include <nd/containers.hpp>
 #include <nd/scalars.hpp>
+#include <nd/sizes.hpp>
 
 namespace test {
 namespace {
@@ -63,6 +65,29 @@ TEST_F(ResizeArray, ElementsKeepTheirPositions) {
     }
 }
 
+// An assignment to what is no literal any more doesn't give way.
+TEST_F(ResizeArray, ALiteralThatGetsElementsIsNoneAnyMore) {
+    struct literal_row {
+        const char* literal;
+        sizes dims;
+        const char* result;
+    };
+    const literal_row literal_rows[] = {{"double 0x0", {2, 2}, "double 2x2"},
+                                        {"double 0x0", {1, 4}, "double 1x4"},
+                                        {"double 0x3", {2, 2}, "double 2x2"}};
+    for (const literal_row& row : literal_rows) {
+        SCOPED_TRACE(std::string(row.literal) + " to " + ::testing::PrintToString(row.dims));
+        const array_ptr x = arr(row.literal);
+        x->flags |= matrix::flag_empty_square_bracket;
+        api::ndResizeArray(x.get(), row.dims.size(), row.dims.data());
+        EXPECT_EQ(x->flags & matrix::flag_empty_square_bracket, 0U);
+        assign(x.get(), {"2"}, arr("double", {7}).get());
+        const array_ptr result = arr(row.result);
+        static_cast<double*>(result->pdata)[1] = 7;
+        EXPECT_THAT(x, EqualsArray(result.get()));
+    }
+}
+
 TEST_F(ResizeArray, GrowthKeepsRoomAndShrinkingIsExact) {
     const array_ptr x = numbered("double 1x300");
     const sizes longer{1, 301};
@@ -114,6 +139,19 @@ TEST_F(ResizeArray, WhatItCantResizeIsRefused) {
     const sizes huge{std::size_t{1} << 40, std::size_t{1} << 40};
     EXPECT_EQ(error_of([&] { api::ndResizeArray(x.get(), 2, huge.data()); }), "TARVEL:pmaxsize pmaxsize()");
     EXPECT_THAT(x, EqualsArray(arr("double 1x2", {1, 2})));
+}
+
+TEST_F(ResizeArray, AllShapesAreHeldToTheUsersLimit) {
+    const size_limit_scope limit(800, 100);
+    const array_ptr x = arr("double 2x2", {1, 2, 3, 4});
+    const sizes too_large[] = {{1, 101}, {10, 11}, {1, 1, 101}, {1, 2, 51}};
+    for (const sizes& dims : too_large)
+        EXPECT_THROW(api::ndResizeArray(x.get(), dims.size(), dims.data()),
+                     matrix::internal::SizeLimitExceeded);
+    EXPECT_THAT(x, EqualsArray(arr("double 2x2", {1, 2, 3, 4})));
+    const sizes fits{10, 10};
+    api::ndResizeArray(x.get(), 2, fits.data());
+    EXPECT_EQ(api::ndGetNumberOfElements(x.get()), 100U);
 }
 
 TEST_F(ResizeArray, AHeaderBeginsAnewAsAnyClass) {

@@ -126,6 +126,7 @@ void grow(value& a, const dims& working, const dims& grown, bool lhs_all_zero,
     if (!a.complex) fresh.im = 0;
     move_elements(a, working, grown, fresh);
     a.shape = grown_shape(a.shape, grown, lhs_all_zero);
+    a.bracket = false;
 }
 
 // What the left side is to become before anything is stored, and where things are stored.
@@ -264,12 +265,14 @@ void resize(value& a, const dims& shape) {
     const dims rest = other_than_one(shape);
     if (rest.size() == 1) {
         check_size(rest, a.element_bytes());
+        a.bracket = false;
         const dims old{a.elements.size()};
         move_elements(a, old, rest, {});
         a.shape = grown_shape(a.shape, rest, false);
         return;
     }
     check_size(shape, a.element_bytes());
+    a.bracket = false;
     move_elements(a, folded(a.shape, shape.size()), shape, {});
     a.shape = stored_dims(shape);
 }

@@ -200,8 +200,7 @@ std::string append(index_world& w, choices& from) {
 std::string scalar_assign_both(index_world& w, choices& from) {
     handle& a = w.pick(from);
     const ndClassID id = a.expected.class_id;
-    if (a.expected.is_cell_like() || id == ndUNKNOWN_CLASS || a.expected.sparse || a.expected.bracket)
-        return assign_both(w, from);
+    if (a.expected.is_cell_like() || id == ndUNKNOWN_CLASS || a.expected.sparse) return assign_both(w, from);
     own(a);
     const unsigned counts[] = {1, static_cast<unsigned>(a.expected.shape.size()), 2, 3};
     const dims seen = folded(a.expected.shape, from.one_of(counts));

@@ -11,7 +11,7 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 using handle = index_world::handle;
 
-bool is_resizable(const value& a) { return !a.sparse && !a.bracket && a.class_id != ndUNKNOWN_CLASS; }
+bool is_resizable(const value& a) { return !a.sparse && a.class_id != ndUNKNOWN_CLASS; }
 
 } // namespace
 
@@ -50,7 +50,7 @@ std::string resize_both(index_world& w, choices& from) {
 std::string lengthen(index_world& w, choices& from) {
     handle& a = w.pick(from);
     const ndClassID id = a.expected.class_id;
-    if (!is_resizable(a.expected) || a.expected.shape.size() != 2) return {};
+    if (!is_resizable(a.expected) || a.expected.bracket || a.expected.shape.size() != 2) return {};
     const bool known = id == ndCHAR_CLASS || (id >= ndDOUBLE_CLASS && id <= ndUINT64_CLASS);
     own(a);
     const std::size_t m = a.expected.shape[0];

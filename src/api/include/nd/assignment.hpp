@@ -14,7 +14,9 @@
  * when the last of these lies outside. An array that grows again and again keeps room to spare (ndGetCapacity).
  *
  * A left side gives way when it is empty and of class unknown, or marked as the literal empty bracket: it takes the class of the
- * right-hand side.
+ * right-hand side. An array that grows is no literal any more. Elements without data, of either side, count as zeros.
+ *
+ * A left side may be an element of its right-hand side, at whatever depth: a deep copy is stored then, so that nothing holds itself.
  *
  * All errors are raised as exceptions in every module mode, and leave the left side's value as it was; only what the class of an opaque array
  * does to it itself stays done.
@@ -39,7 +41,8 @@ namespace matrix::detail::noninlined::nd_array_api {
 /// lhs(subs) = rhs, as above. Raises, beside what subscripts raise:
 ///   TARVEL:subsassigndimmismatch  the subscripts select another shape than the right-hand side has
 ///   TARVEL:indexed_matrix_cannot_be_resized (TARVEL:matrix:ambiguousArrayGrowth)  no telling which dimension is to grow
-///   TARVEL:legacy_two_part:invalidConversion  the right-hand side is of another class
+///   TARVEL:legacy_two_part:invalidConversion  the right-hand side is of another class, or its class has its elements and the left
+///                                             side's doesn't
 ///   TARVEL:legacy_two_part:err_non_scalar_function_handles  a function handle would get more than one element
 ///   TARVEL:pmaxsize, SizeLimitExceeded  the new size; out of memory
 /// A struct or object is ndStructureAssignment's (nd/structures.hpp), also as the right-hand side of a left side that gives way. Where a
@@ -50,7 +53,8 @@ ND_EXPORT void ndSubscriptedAssignment(ndArray_tag* lhs, std::size_t nsubs, cons
 
 /// The same. grew tells whether the left side grew or gave way. filler, if it isn't empty, is asked for an array whose first
 /// element is the value of new elements; it is called with the left side that grows, has its class, and may return null for zeros. With resizeOnly
-/// the left side grows and nothing is stored.
+/// the left side grows and nothing is stored. Structs and objects know neither: their new elements are empty, and the value is
+/// stored.
 /// The result is null but for a growing array of the opaque class "HOBJ" of which new elements remain that the assignment doesn't
 /// store, or nothing is stored: then it is what filler returned, which fills nothing here; std::bad_function_call for an
 /// empty filler. Raises what filler raises.
@@ -61,8 +65,10 @@ ND_EXPORT std::unique_ptr<ndArray_tag, ndDestroy_deleter> ndSubscriptedAssignmen
 
 /// One value into one element. subs: nsubs positions counted from 0. a has the class of the value, is unshared and neither sparse nor
 /// a colon object. It grows as above, with the same errors. A real value makes the imaginary part 0; a complex one whose imaginary
-/// part isn't 0 (NaN is not) makes a complex. Nothing is allocated unless a grows or becomes complex. Raises
-/// TARVEL:legacy_two_part:invalidInput for sparse arrays and colon objects.
+/// part isn't 0 (NaN is not) makes a complex. No subscripts mean the first element; into an array that has none nothing is stored. Nothing
+/// is allocated unless a grows, becomes complex, has no data, or is so large a complex array that threads look for imaginary parts
+/// in it; where those can't be had it stays complex. Raises TARVEL:legacy_two_part:invalidInput for sparse arrays, colon objects and
+/// elements that aren't as wide as the value.
 ND_EXPORT void ndScalarSubscriptedAssignment(ndArray_tag* a, const kvIndex* subs, std::size_t nsubs,
                                              signed char value);
 ND_EXPORT void ndScalarSubscriptedAssignment(ndArray_tag* a, const kvIndex* subs, std::size_t nsubs,
@@ -99,8 +105,10 @@ ND_EXPORT int ndMatch2DIndicesForIndexedAssignment(kvSize* rowCount, kvSize* col
                                                    bool rowIsColon, bool colIsColon);
 
 /// A struct of one element as an array of the shape that subs select in lhs, with the same values in each element; value itself
-/// where they select one element. A colon over a dimension of 0 selects one element of a left side that has none. A new
-/// array is a temporary. Raises what subscripts raise, TARVEL:pmaxsize and SizeLimitExceeded; out of memory.
+/// where they select one element. Of a struct with several elements the first one is taken, and without any the slots are empty. A
+/// colon over a dimension of 0 selects one element of a left side that has none. A new array is a temporary. Raises what subscripts
+/// raise, TARVEL:legacy_two_part:invalidConversion for a value that is no struct or object where it would be repeated, TARVEL:pmaxsize
+/// and SizeLimitExceeded; out of memory.
 ND_EXPORT ndArray_tag* ndScalarExpan(ndArray_tag* value, ndArray_tag* lhs, ndArray_tag* const* subs,
                                      std::size_t nsubs);
 
