@@ -1,5 +1,6 @@
 // Expanded ranges. The count is settled and checked before anything is allocated.
 //
+//   few doubles              into a pair that the cache has ready, before all this is asked
 //   no ranges in the class   no result
 //   int64, uint64            by whole numbers, start and stop held to the class
 //   a NaN count              one NaN
@@ -15,6 +16,7 @@
 #include "matrix/frame.hpp"
 #include "matrix/numeric_creation.hpp"
 #include "matrix/size_check.hpp"
+#include "matrix/size_limit.hpp"
 
 #include <nd/colon.hpp>
 
@@ -79,6 +81,21 @@ void fill_elements(ndArray_tag* array, std::size_t count, double start, double s
     fill_whole(array->pdata, stored_element_size(array), count, first, whole_step);
 }
 
+// The way of short ranges of doubles. Null where the way isn't this short: no pair is ready, the user's limit is below, or there is no
+// element or no number.
+[[gnu::always_inline]] inline ndArray_tag* doubles_at_once(double start, double step, double stop) noexcept {
+    constexpr double most = largest_cached_block / sizeof(double);
+    const double elements = api::ndColonop_size(start, step, stop, ndDOUBLE_CLASS);
+    if (!(elements >= 1 && elements <= most)) return nullptr;
+    const auto count = static_cast<std::size_t>(static_cast<std::int64_t>(elements));
+    const std::uint64_t limit = array_size_limit();
+    if (limit != 0 && count * sizeof(double) > limit) return nullptr;
+    ndArray_tag* const row =
+        take_ready_pair(code_of(ndDOUBLE_CLASS, false), 1, count, DataInitialization::uninitialized);
+    if (row != nullptr) fill_range(static_cast<double*>(row->pdata), count, start, step, stop);
+    return row;
+}
+
 bool is_any_nan(double start, double step, double stop) noexcept {
     return std::isnan(start) || std::isnan(step) || std::isnan(stop);
 }
@@ -123,6 +140,9 @@ array_ptr create_int_colon_array(unsigned long long start, double step, unsigned
 namespace detail::noninlined::nd_array_api {
 
 ndArray_tag* ndColonop(double start, double step, double stop, ndClassID cls) {
+    if (cls == ndDOUBLE_CLASS) {
+        if (ndArray_tag* const row = doubles_at_once(start, step, stop)) return as_temporary(row);
+    }
     return framed_creator([=] { return create_colon_array(start, step, stop, cls); });
 }
 

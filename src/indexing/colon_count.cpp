@@ -68,7 +68,7 @@ double tolerant_count(double start, double step, double stop, double slack) noex
 double rounded(double x) noexcept {
     const double magnitude = std::fabs(x);
     if (magnitude < 0.5) return std::copysign(0.0, x);
-    if (magnitude <= 0x1p52) return std::copysign(std::trunc(magnitude + 0.5), x);
+    if (magnitude <= 0x1p52) return std::copysign(whole_toward_zero(magnitude + 0.5), x);
     return x;
 }
 
@@ -110,7 +110,7 @@ namespace matrix::detail::noninlined::nd_array_api {
 
 double ndColonop_size(double start, double step, double stop, ndClassID cls) {
     using namespace internal;
-    if (step == 1.0 && is_exact_whole(start)) return start > stop ? 0.0 : std::floor(stop) - start + 1;
+    if (step == 1.0 && is_exact_whole(start)) return start > stop ? 0.0 : whole_below(stop) - start + 1;
     if (start != start || step != step || stop != stop) return start + step + stop;
     if (step == 0) return 0;
     if ((stop > start && step < 0) || (start > stop && step > 0)) return 0;

@@ -1,7 +1,8 @@
 // The loops that write the elements of a range, for floating point and for whole numbers.
 //
-// Four vectors at a time, none of which waits for the one before; then one vector at a time, then single elements. Every element is
-// computed from its own number, so its value doesn't depend on how many are computed together.
+// Four vectors at a time, none of which waits for the one before; then one vector at a time; floating point then by half a vector, half
+// of that and so on, whole numbers one by one. Every element is computed from its own number, so its value doesn't depend on how
+// many are computed together.
 //
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
@@ -67,11 +68,7 @@ public:
                 numbers += vector_on;
             }
         }
-        for (; done < count; ++done) {
-            const double number =
-                elements.first + static_cast<double>(static_cast<std::int64_t>(done)) * elements.direction;
-            out[done] = static_cast<Element>(base + number * step);
-        }
+        few<lanes / 2>(out, done, count, elements);
     }
 
     template <class Word>
@@ -106,6 +103,24 @@ public:
 private:
     template <class T, std::size_t Lanes>
     using vector = foundation::core::cpu::vector<T, Lanes>;
+
+    // The elements from done on, fewer than two vectors of so many lanes.
+    template <std::size_t Lanes, class Element>
+    [[gnu::always_inline]] static void few(Element* out, std::size_t done, std::size_t count,
+                                           const line& elements) noexcept {
+        const double number =
+            elements.first + static_cast<double>(static_cast<std::int64_t>(done)) * elements.direction;
+        if constexpr (Lanes == 1) {
+            if (done < count) out[done] = static_cast<Element>(elements.base + number * elements.step);
+        } else {
+            if (count - done >= Lanes) {
+                const auto numbers = ascending<double, Lanes>() * elements.direction + number;
+                put(out + done, elements.base + numbers * elements.step);
+                done += Lanes;
+            }
+            few<Lanes / 2>(out, done, count, elements);
+        }
+    }
 
     // 0, 1, 2, ...
     template <class T, std::size_t Lanes>

@@ -15,6 +15,15 @@ inline bool is_exact_whole(double x) noexcept {
     return std::fabs(x) <= largest_exact && static_cast<double>(static_cast<std::int64_t>(x)) == x;
 }
 
+/// std::trunc and std::floor, but for the sign of zero: the oldest processors have no instruction for these, and a call is slower.
+inline double whole_toward_zero(double x) noexcept {
+    return std::fabs(x) < largest_exact ? static_cast<double>(static_cast<std::int64_t>(x)) : x;
+}
+inline double whole_below(double x) noexcept {
+    const double whole = whole_toward_zero(x);
+    return whole > x ? whole - 1 : whole;
+}
+
 /// A whole number of any magnitude, infinity included. False for NaN.
 inline bool is_whole(double x) noexcept { return std::trunc(x) == x; }
 

@@ -1,6 +1,7 @@
 // Making char rows, the colon among them.
 //
 // Ways of bytes that may be UTF-8, in this order:
+//   up to 8120 of ASCII    widened straight into a pair that the cache has ready
 //   all ASCII              widened straight into the array
 //   up to 1024 bytes       converted on the stack, copied
 //   more                   counted, converted straight into the array
@@ -143,6 +144,19 @@ std::string_view bytes_of(const Byte* text, std::size_t n) noexcept {
     return {reinterpret_cast<const char*>(text), text == nullptr ? 0 : n};
 }
 
+// The way of most text: short and ASCII, which is the same in UTF-8 and in whatever else is tried. Null for other text and where no
+// pair is ready.
+[[gnu::always_inline]] inline ndArray_tag* ascii_at_once(std::string_view text) noexcept {
+    ndArray_tag* const row =
+        take_ready_pair(code_of(ndCHAR_CLASS, false), 1, text.size(), DataInitialization::uninitialized);
+    if (row == nullptr) return nullptr;
+    auto* const units = static_cast<char16_t*>(row->pdata);
+    if (fl::i18n::widen_ascii(units, text.data(), text.size()) == text.size()) [[likely]]
+        return row;
+    const array_ptr ended(row);
+    return nullptr;
+}
+
 } // namespace
 
 template <class Byte>
@@ -175,6 +189,9 @@ ndArray_tag* ndCreateString(const char* text) {
 }
 
 ndArray_tag* ndCreateStringFromNChars(const char* text, std::size_t n) {
+    if (utf8_is_known_to_be_tried()) {
+        if (ndArray_tag* const row = ascii_at_once(bytes_of(text, n))) return as_temporary(row);
+    }
     return framed_creator([=] { return create_string(bytes_of(text, n), default_text_encoding()); });
 }
 
@@ -183,6 +200,7 @@ ndArray_tag* ndCreateString_UTF8(const unsigned char* text) {
 }
 
 ndArray_tag* ndCreateStringFromNChars_UTF8(const unsigned char* text, std::size_t n) {
+    if (ndArray_tag* const row = ascii_at_once(bytes_of(text, n))) return as_temporary(row);
     return NdCreateStringNCharsT_safe(text, n, only_utf8.data());
 }
 

@@ -36,4 +36,10 @@ struct text_policy {
 /// Null until first asked for. What it points at is never freed.
 extern std::atomic<const text_policy*> policy_in_force;
 
+/// Whether default_text_encoding() is known to be utf8_or_system. False as long as nobody has asked.
+inline bool utf8_is_known_to_be_tried() noexcept {
+    const text_policy* const policy = policy_in_force.load(std::memory_order_acquire);
+    return policy != nullptr && policy->utf8_is_tried;
+}
+
 } // namespace matrix::internal

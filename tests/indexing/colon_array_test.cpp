@@ -9,6 +9,8 @@
 
 #include <nd/sizes.hpp>
 
+#include <cstring>
+
 namespace test {
 namespace {
 
@@ -168,6 +170,41 @@ TEST_F(ColonArray, ComesFromTheCacheWhenThatIsOn) {
     EXPECT_NE(array->flags & matrix::flag_cached_header, 0U);
     EXPECT_THAT(array, EqualsArray(arr("double 1x10", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10})));
     EXPECT_THAT(create_colon_array(2, 1, 2, ndDOUBLE_CLASS), EqualsArray(arr("double", {2})));
+}
+
+// To the bit what the creator that isn't short makes, up to and beyond the largest block of the cache.
+TEST_F(ColonArray, OfTheInterfaceIsTheSameWhereAPairIsReady) {
+    const cache_scope cache(true);
+    const auto expect_same = [](const triple& t) {
+        const array_ptr quick(api::ndColonop(t.start, t.step, t.stop, ndDOUBLE_CLASS));
+        matrix::cache::setEnabled(false);
+        const array_ptr plain = create_colon_array(t.start, t.step, t.stop, ndDOUBLE_CLASS);
+        matrix::cache::setEnabled(true);
+        ASSERT_THAT(quick, EqualsArray(plain.get())) << t;
+        const std::size_t bytes = sizeof(double) * api::ndGetNumberOfElements(plain.get());
+        ASSERT_TRUE(bytes == 0 || std::memcmp(quick->pdata, plain->pdata, bytes) == 0) << t;
+    };
+    for (const double step : {1.0, -1.0, 3.0, 0.1, -0.1, 0.3, 1e-300, 0x1p52}) {
+        for (const double start : {0.0, -0.0, 1.0, -7.0, 0.1, 0x1p53})
+            for (double count = 0; count <= 70; ++count)
+                expect_same({start, step, start + (count - 1) * step});
+    }
+    for (const double count : {2028, 2029, 2030, 2031, 2032})
+        for (const double step : {1.0, 0.1}) expect_same({1, step, 1 + (count - 1) * step});
+    for (const triple& t :
+         {triple{1, 1, nan}, triple{nan, 1, 1}, triple{1, 0, 1}, triple{1, 1, -inf}, triple{0, inf, 1}})
+        expect_same(t);
+}
+
+TEST_F(ColonArray, OfTheInterfaceIsHeldToTheUsersLimit) {
+    const cache_scope cache(true);
+    const size_limit_scope limit(100, 100);
+    for_each_module_mode([&](int mode) {
+        EXPECT_NE(array_ptr(api::ndColonop(1, 1, 12, ndDOUBLE_CLASS)), nullptr);
+        const auto make_too_many = [] { EXPECT_EQ(api::ndColonop(1, 1, 13, ndDOUBLE_CLASS), nullptr); };
+        EXPECT_EQ(raised_by(make_too_many).substr(0, 30),
+                  mode == mode_exceptions ? "TARVEL:array:SizeLimitExceeded" : "");
+    });
 }
 
 TEST_F(ColonArray, OfTheInterfaceIsATemporaryOrTheError) {

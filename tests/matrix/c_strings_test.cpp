@@ -4,6 +4,7 @@
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
 #include "support/fault_injection.hpp"
+#include "support/instruction_sets.hpp"
 #include "support/module_mode.hpp"
 #include "support/variations.hpp"
 
@@ -115,6 +116,34 @@ TEST_F(CStrings, AreInTheSystemsEncodingOrInUtf8) {
     const array_ptr japanese = arr("char", u"\u3042\u4E2Da");
     EXPECT_EQ(api::ndArrayToStdString(japanese.get()), "\x82\xA0\x92\x86"
                                                        "a");
+}
+
+// A NUL or another character at each place of a text that is ASCII otherwise.
+TEST_F(CStrings, EndAtTheNulWhereverItIs) {
+    for_each_instruction_set([] {
+        for (std::size_t length = 0; length <= 70; ++length) {
+            const std::u16string ascii = std::u16string(u"0123456789abcdef0123456789abcdef01234567"
+                                                        u"89abcdef0123456789abcdef012345")
+                                             .substr(0, length);
+            const std::string bytes(ascii.begin(), ascii.end());
+            const auto expect_text = [](const std::u16string& units, const std::string& expected) {
+                const array_ptr text = arr("char", units);
+                ASSERT_STREQ(own(api::ndArrayToString(text.get())).get(), expected.c_str());
+                ASSERT_STREQ(own(api::ndCreateCStrFromArray(text.get(), &api::ndMallocEx)).get(),
+                             expected.c_str());
+            };
+            expect_text(ascii, bytes);
+            for (std::size_t at = 0; at < length; ++at) {
+                std::u16string other = ascii;
+                other[at] = u'\0';
+                expect_text(other, bytes.substr(0, at));
+                other[at] = u'\u00E9';
+                expect_text(other, bytes.substr(0, at) + "\xC3\xA9" + bytes.substr(at + 1));
+                other[at] = 0xD800;
+                expect_text(other, bytes.substr(0, at) + "\xEF\xBF\xBD" + bytes.substr(at + 1));
+            }
+        }
+    });
 }
 
 // Around what converters keep of a short text.
@@ -321,6 +350,24 @@ TEST_F(CStrings, WithoutMemory) {
                  [](const ndArray_tag* a) { return released(api::ndCharMatrixToStrings_UTF16(a)) == 2; });
         scenario("UTF-8 rows",
                  [](const ndArray_tag* a) { return released(api::ndCharMatrixToStrings_UTF8(a)) == 2; });
+    }
+}
+
+TEST_F(CStrings, OfAsciiWithoutMemory) {
+    const array_ptr subjects[] = {arr("char", u"x"), arr("char", std::u16string(100, u'x')),
+                                  arr("char 1x3", {u'a', 0, u'b'})};
+    fault_options options;
+    options.framed = true;
+    options.second_within = 2;
+    for (const array_ptr& text : subjects) {
+        const fault_report report = for_each_failing_alloc(
+            "ASCII string",
+            [&](fault_run& run) {
+                run.operand(text.get());
+                run.act([&] { return own(api::ndArrayToString(text.get())) != nullptr; });
+            },
+            options);
+        EXPECT_TRUE(report.passed && report.points > 0);
     }
 }
 

@@ -11,6 +11,7 @@
 #include "support/module_mode.hpp"
 #include "support/variations.hpp"
 
+#include <nd/cache.hpp>
 #include <nd/sizes.hpp>
 #include <unicode/ustring.h>
 
@@ -172,6 +173,61 @@ TEST_F(TextCreation, FindsTheOneCharacterThatIsNotAscii) {
             ASSERT_THAT(own(api::ndCreateString(bytes.c_str())), EqualsArray(arr("char", text))) << at;
         }
     });
+}
+
+// The same at each place of short texts, where pairs are ready and where they aren't.
+TEST_F(TextCreation, FindsItAtEachPlaceOfAShortText) {
+    const bool before = matrix::cache::isEnabled();
+    for (const bool cached : {true, false}) {
+        matrix::cache::setEnabled(cached);
+        for_each_instruction_set([] {
+            for (std::size_t length = 1; length <= 70; ++length) {
+                const std::string ascii(length, 'x');
+                for (const byte_creator& creator : byte_creators)
+                    ASSERT_THAT(own(creator.make(ascii)),
+                                EqualsArray(arr("char", std::u16string(length, u'x'))));
+                for (std::size_t at = 0; at < length; ++at) {
+                    std::string bytes = ascii;
+                    bytes.replace(at, 1, "\xC3\xA9");
+                    std::u16string text(length, u'x');
+                    text[at] = u'\u00E9';
+                    for (const byte_creator& creator : byte_creators)
+                        ASSERT_THAT(own(creator.make(bytes)), EqualsArray(arr("char", text)))
+                            << creator.name << ' ' << length << ' ' << at;
+                    bytes.replace(at, 2, "\xFF");
+                    text[at] = u'\uFFFD';
+                    ASSERT_THAT(own(api::ndCreateString(bytes.c_str())), EqualsArray(arr("char", text)))
+                        << at;
+                }
+            }
+        });
+    }
+    matrix::cache::setEnabled(before);
+}
+
+// NULs are characters like others where the length is given.
+TEST_F(TextCreation, KeepsANulAtEachPlace) {
+    for (std::size_t length = 1; length <= 70; ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            std::string bytes(length, 'x');
+            std::u16string text(length, u'x');
+            bytes[at] = '\0';
+            text[at] = u'\0';
+            ASSERT_THAT(own(api::ndCreateStringFromNChars(bytes.data(), length)),
+                        EqualsArray(arr("char", text)));
+            ASSERT_THAT(own(api::ndCreateStringFromNChars_UTF8(utf8(bytes.data()), length)),
+                        EqualsArray(arr("char", text)));
+        }
+    }
+}
+
+// Where UTF-8 isn't tried, bytes of ASCII needn't be ASCII characters.
+TEST_F(TextCreation, AsciiIsTheSystemsWhereUtf8IsNotTried) {
+    const text_variable disabled("KV_DISABLE_UTF8_API", "1");
+    const system_encoding system("UTF-16BE");
+    for (int twice = 0; twice < 2; ++twice) // the variable is read, then known
+        EXPECT_THAT(own(api::ndCreateStringFromNChars("abcd", 4)), EqualsArray(arr("char", u"\u6162\u6364")));
+    EXPECT_THAT(own(api::ndCreateStringFromNChars_UTF8(utf8("abcd"), 4)), EqualsArray(arr("char", u"abcd")));
 }
 
 // Bytes to units and back, for each code point, by the creators that take UTF-8 and the getters that give it.

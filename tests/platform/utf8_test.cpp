@@ -121,6 +121,31 @@ TEST(Utf8, AsciiIsCopiedUpToTheFirstOther) {
     });
 }
 
+// At each place of short and of longer texts, in blocks of the very size, so that nothing beside them is touched.
+TEST(Utf8, TextIsNarrowedUpToItsNulOrTheFirstOther) {
+    static constexpr char16_t others[] = {0, 0x80, 0xFF, 0x100, 0x7F00, 0x8000, 0xD800, 0xFFFF};
+    for_each_instruction_set([] {
+        for (std::size_t length = 0; length <= 300; length += length < 70 ? 1 : 23) {
+            const auto units = std::make_unique<char16_t[]>(length);
+            const auto narrowed = std::make_unique<char[]>(length);
+            const auto expect_stop = [&](std::size_t stop) {
+                ASSERT_EQ(i18n::narrow_to_nul(narrowed.get(), units.get(), length), stop) << length;
+                for (std::size_t i = 0; i < stop; ++i) ASSERT_EQ(narrowed[i], static_cast<char>(units[i]));
+            };
+            for (std::size_t i = 0; i < length; ++i) units[i] = static_cast<char16_t>(1 + i * 37 % 127);
+            expect_stop(length);
+            for (std::size_t at = 0; at < length; ++at) {
+                const char16_t before = units[at];
+                for (const char16_t other : others) {
+                    units[at] = other;
+                    expect_stop(at);
+                }
+                units[at] = before;
+            }
+        }
+    });
+}
+
 // A unit whose low byte alone looks like ASCII.
 TEST(Utf8, UnitsAboveAByteAreNotAscii) {
     for_each_instruction_set([] {

@@ -45,6 +45,10 @@ std::size_t narrow_ascii(char* to, const char16_t* from, std::size_t count) noex
     return kernels().narrow_ascii(to, from, count);
 }
 
+std::size_t narrow_to_nul(char* to, const char16_t* from, std::size_t count) noexcept {
+    return kernels().narrow_to_nul(to, from, count);
+}
+
 bool is_ascii(std::string_view text) noexcept { return kernels().is_ascii(text.data(), text.size()); }
 
 bool is_utf8(std::string_view text) noexcept {

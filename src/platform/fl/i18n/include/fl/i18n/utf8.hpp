@@ -11,6 +11,9 @@ namespace fl::i18n {
 std::size_t widen_ascii(char16_t* to, const char* from, std::size_t count) noexcept;
 std::size_t narrow_ascii(char* to, const char16_t* from, std::size_t count) noexcept;
 
+/// The same, up to the first unit that is NUL or above 127.
+std::size_t narrow_to_nul(char* to, const char16_t* from, std::size_t count) noexcept;
+
 bool is_ascii(std::string_view text) noexcept;
 
 /// Whether text is well-formed UTF-8; at most 2^31 - 1 bytes.
