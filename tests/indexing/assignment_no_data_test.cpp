@@ -122,8 +122,9 @@ TEST_F(AssignmentNoData, AFailureLeavesNone) {
             const array_ptr x = left ? without_data("double 1x2") : arr("double 1x2", {1, 2});
             const array_ptr y = left ? arr("double", {1}) : without_data("double");
             const subscripts subs{"[2 1]"};
-            run.operand(x.get());
+            run.operand((left ? y : x).get()); // the other one counts as zeros, with a block or without
             run.act([&] { assign(x.get(), subs, y.get()); });
+            EXPECT_THAT(x, EqualsArray(left ? arr("double 1x2", {1, 1}) : arr("double 1x2", {0, 0})));
         });
     }
 }

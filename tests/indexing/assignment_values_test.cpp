@@ -263,7 +263,7 @@ const refused_row refused_rows[] = {
      one_to_six,
      {"[]", "0"},
      {"double", {1}},
-     "TARVEL:badsubscript badTypeIndices(2, , 0, 1)"},
+     "TARVEL:badsubscript badTypeIndices(2, , 0, 2)"},
     {"no subscript for several", one_to_six, {}, {"double 1x2"}, mismatch},
     {"other class",
      one_to_six,

@@ -3,11 +3,10 @@
 #include "indexing/raised_error.hpp"
 #include "indexing/slot_text.hpp"
 #include "indexing/sub_list.hpp"
+#include "matrix/own_block.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
 #include "support/sparse_arr.hpp"
-
-#include <nd/access.hpp>
 
 #include <random>
 #include <set>
@@ -117,7 +116,7 @@ TEST_F(KeepList, RefusesWhatLiesOutside) {
 TEST_F(KeepList, RefusesMasksWithoutData) {
     for (const char* mask : {"logical 1x5", "logical 1x4", "logical 5x1"}) {
         const matrix::array_ptr subscript = arr(mask);
-        matrix::detail::noninlined::nd_array_api::ndSetData(subscript.get(), nullptr, nullptr);
+        matrix::internal::replace_block(subscript.get(), nullptr);
         const ndArray_tag* const subs[] = {subscript.get()};
         EXPECT_EQ(error_of([&] { matrix::internal::kept_positions(subs, 5, growing()); }),
                   "TARVEL:badsubscript badTypeIndices(1, , none, 1)")

@@ -2,6 +2,7 @@
 #include "indexing/reference_support.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/function_records.hpp"
+#include "matrix/lists_fixture.hpp"
 #include "matrix/validate.hpp"
 #include "support/array_matchers.hpp"
 #include "support/classes.hpp"
@@ -20,6 +21,7 @@ namespace {
 
 using matrix::array_ptr;
 using ReferenceElements = NdTest;
+using ReferenceOnLists = ListsTest;
 
 TEST_F(ReferenceElements, OfEveryClassOfPlainBytes) {
     for_each_class(class_set::with_bytes, [](const class_case& c) {
@@ -256,7 +258,7 @@ TEST_F(ReferenceElements, KeepTheMarksOfTheUser) {
     }
 }
 
-TEST_F(ReferenceElements, ReachTheCallerAsATemporary) {
+TEST_F(ReferenceOnLists, ReachesTheCallerAsATemporary) {
     namespace api = matrix::detail::noninlined::nd_array_api;
     const array_ptr x = numbered("double 1x3");
     const array_ptr s = arr("double", {2});

@@ -70,15 +70,18 @@ TEST_F(SubscriptFaults, LeaveNothingOfASet) {
     }
 }
 
+// How many blocks the act asks for.
+template <class Act>
+long points_of(Act act) {
+    const injection counting(fault_plan{});
+    act();
+    return counting.points();
+}
+
 // What the act raises when its last block, which is the list, fails.
 template <class Act>
 std::string raised_without_the_last_block(Act act) {
-    long points = 0;
-    {
-        const injection counting(fault_plan{});
-        act();
-        points = counting.points();
-    }
+    const long points = points_of(act);
     EXPECT_GT(points, 0);
     const injection armed(fault_plan{.first = points});
     return error_of(act);
@@ -99,8 +102,7 @@ TEST_F(SubscriptFaults, OfAListAreTold) {
                 << c.name;
         }
         const array_ptr range = matrix::create_colon_object(1, 2, 9);
-        EXPECT_EQ(raised_without_the_last_block([&] { fill_one(range.get(), true); }),
-                  "TARVEL:nomem nomem()");
+        EXPECT_EQ(points_of([&] { fill_one(range.get(), true); }), 0) << "the set holds a range itself";
         for (const double step : {2.0, 2.5}) {
             const silent_warnings warnings;
             EXPECT_EQ(raised_without_the_last_block([&] {

@@ -201,6 +201,7 @@ TEST_F(TextCreation, FindsItAtEachPlaceOfAShortText) {
                 }
             }
         });
+        matrix::cache::clear();
     }
     matrix::cache::setEnabled(before);
 }
