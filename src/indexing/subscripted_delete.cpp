@@ -60,21 +60,20 @@ std::size_t product(std::span<const std::size_t> dims) noexcept {
 // The shape of the array when count positions of a dimension stay. seen: the dimensions as the subscripts see them.
 dims_list shape_of_rest(const ndArray_tag* array, const dims_list& seen, std::size_t dimension,
                         std::size_t count) {
-    if (seen.size() != 1) {
-        dims_list shape = seen;
-        shape[dimension] = count;
-        return shape;
+    dims_list shape = seen;
+    if (seen.size() == 1) {
+        const dims_view dims = dims_of(array);
+        const std::size_t along = orient(dims);
+        shape.assign(along == 0 ? 2 : dims.size(), 1);
+        dimension = along == 0 ? 1 : along - 1;
     }
-    const dims_view dims = dims_of(array);
-    const std::size_t along = orient(dims);
-    dims_list shape(along == 0 ? 2 : dims.size(), 1);
-    shape[along == 0 ? 1 : along - 1] = count;
+    shape[dimension] = count;
     return shape;
 }
 
 dims_list shape_after_colons(const ndArray_tag* array, std::size_t nsubs) {
-    if (nsubs == 1) return dims_list(2);
     dims_list shape = folded_dimensions(dims_of(array), nsubs);
+    if (nsubs == 1) shape.resize(2);
     shape[0] = 0;
     return shape;
 }
