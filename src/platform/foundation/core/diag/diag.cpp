@@ -45,7 +45,9 @@ void terminate(std::string_view message, const char* file, int line, const char*
         handler(message, file, line, function);
     }
     std::fputs("Internal check failed: ", stderr);
-    std::fwrite(message.data(), 1, message.size(), stderr);
+    if (!message.empty()) { // an empty view may have no address, which fwrite doesn't take
+        std::fwrite(message.data(), 1, message.size(), stderr);
+    }
     std::fprintf(stderr, "\n  at %s:%d\n  in %s\nStack:\n", text_or_unknown(file), line,
                  text_or_unknown(function));
     print_stack(stacktrace_base::capture(1));
