@@ -6,7 +6,6 @@
 
 #include "matrix/class_hooks.hpp"
 #include "matrix/field_names.hpp"
-#include "matrix/size_check.hpp"
 
 #include <nd/scalars.hpp>
 
@@ -61,9 +60,7 @@ fitted_subscripts::fitted_subscripts(const ndArray_tag* lhs, std::span<const ndA
 }
 
 std::size_t fitted_subscripts::selected_count() const noexcept {
-    std::size_t count = 1;
-    for (const kvSize num : set_.info.num) count = saturated_product(count, num);
-    return count;
+    return saturated_count({set_.info.num.data(), set_.info.num.size()});
 }
 
 bool fitted_subscripts::is_one_colon_of_nothing() const noexcept {

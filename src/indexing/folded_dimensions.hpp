@@ -17,13 +17,17 @@ namespace matrix::internal {
 
 using dims_list = Korvane::engine::slot_list<std::size_t>;
 
+/// The product of dimensions, and the largest number where that overflows.
+inline std::size_t saturated_count(dims_view dims) noexcept {
+    std::size_t count = 1;
+    for (const std::size_t dim : dims) count = saturated_product(count, dim);
+    return count;
+}
+
 /// Dimension number position, counted from 0, of nsubs through which the array is seen; position is below nsubs.
 inline std::size_t folded_dimension(dims_view dims, std::size_t nsubs, std::size_t position) noexcept {
     if (position >= dims.size()) return 1;
-    std::size_t size = dims[position];
-    if (position + 1 == nsubs)
-        for (const std::size_t dim : dims.subspan(nsubs)) size = saturated_product(size, dim);
-    return size;
+    return position + 1 == nsubs ? saturated_count(dims.subspan(position)) : dims[position];
 }
 
 /// All of them. Raises std::bad_alloc, for more than ten.

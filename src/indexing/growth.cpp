@@ -19,12 +19,6 @@ bool is_lengthened_by(dims_view array_dims, std::size_t nsubs) noexcept {
                              static_cast<std::ptrdiff_t>(array_dims.size());
 }
 
-std::size_t product(dims_view dims) noexcept {
-    std::size_t count = 1;
-    for (const std::size_t dim : dims) count *= dim;
-    return count;
-}
-
 } // namespace
 
 void refuse_ambiguous_growth(dims_view array_dims, dims_view reach, dims_view seen) {
@@ -78,8 +72,8 @@ void grow_left_side(ndArray_tag* array, const left_side_growth& change) {
                                       : checked_element_count(change.new_seen, stored_element_size(array));
     const dims_list shape = shape_after_growth(dims_of(array), subscripted, change.all_zero);
     prepared_dims dims({shape.data(), shape.size()}, array);
-    grow_data(array, {change.old_seen, product(change.old_seen), change.new_seen, new_count, change.keep,
-                      change.filler});
+    grow_data(array, {change.old_seen, saturated_count(change.old_seen), change.new_seen, new_count,
+                      change.keep, change.filler});
     dims.commit_to(array);
     array->flags &= ~flag_empty_square_bracket;
 }

@@ -8,26 +8,20 @@
 //   several        open slots take the dimensions at their places, when the fixed slots have theirs and no dimension is left over; else
 //                  open slots and fixed ones other than 1 take the dimensions other than 1 in turn, and open ones 1 when there are no more.
 //                  Then the lengths other than 1 agree, in order. Two selections of nothing agree whatever their shapes
+#include "indexing/folded_dimensions.hpp"
 #include "indexing/index_info.hpp"
 
 #include "errors/raise.hpp"
-#include "matrix/size_check.hpp"
 
 #include <span>
 
 namespace Korvane::engine {
 namespace {
 
-using matrix::internal::saturated_product;
+using matrix::internal::saturated_count;
 
 [[noreturn]] void raise_mismatch() {
     matrix::errors::raise<TARVEL::legacy_two_part::subsassigndimmismatch>();
-}
-
-std::size_t product(std::span<const kvSize> factors) noexcept {
-    std::size_t result = 1;
-    for (const kvSize factor : factors) result = saturated_product(result, factor);
-    return result;
 }
 
 /// The entries of a list that aren't 1, in their order.
@@ -68,7 +62,7 @@ public:
           rhs_(info.rhs.dims, info.rhs.ndims),
           lhs_all_zero_(lhs_all_zero) {}
 
-    std::size_t rhs_count() const noexcept { return product(rhs_); }
+    std::size_t rhs_count() const noexcept { return saturated_count(rhs_); }
 
     void match(std::size_t count) {
         if (slots_ == 1) {
@@ -93,7 +87,7 @@ public:
         }
     }
 
-    std::size_t selected_count() const noexcept { return product(selected()); }
+    std::size_t selected_count() const noexcept { return saturated_count(selected()); }
 
 private:
     bool is_open(std::size_t i) const noexcept {

@@ -9,7 +9,7 @@
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers, or inlined always.
 #pragma once
 
-#include <foundation/core/cpu/registers.hpp>
+#include "indexing/whole_lanes.hpp"
 
 #include <immintrin.h>
 
@@ -49,19 +49,21 @@ struct wide_element {
 };
 
 template <class Registers>
-class reference_loops {
+class reference_loops : whole_lanes<Registers> {
     template <class T, std::size_t Count>
     using vector = foundation::core::cpu::vector<T, Count>;
 
-    static constexpr std::size_t lanes = Registers::bytes / sizeof(double);
+    using whole = whole_lanes<Registers>;
+    using typename whole::doubles;
+    using typename whole::words;
+    using whole::any;
+    using whole::bits_of_whole;
+    using whole::lanes;
+    using whole::whole_from;
+
     static constexpr std::size_t block = 32; // values that are tested at once
     static_assert(block % lanes == 0);
     static constexpr bool compares_words = lanes > 2; // narrower registers have no instruction for it
-    using doubles = vector<double, lanes>;
-    using words = vector<std::uint64_t, lanes>;
-
-    static constexpr double whole_from = 4503599627370496.0;           // 2^52
-    static constexpr std::uint64_t bits_of_whole = 0x4330000000000000; // of the double above
 
 public:
     template <class Element>
@@ -167,7 +169,7 @@ private:
             const words next = (words)sum - (bits_of_whole + 1);
             __builtin_memcpy(positions + i, &next, sizeof next);
         }
-        return !any(bad);
+        return any(bad) == 0;
     }
 
     [[gnu::always_inline]] static bool is_block_within(const std::uint64_t* from,
@@ -178,13 +180,7 @@ private:
             __builtin_memcpy(&x, from + i, sizeof x);
             bad |= (words)(x - 1 >= limit);
         }
-        return !any(bad);
-    }
-
-    [[gnu::always_inline]] static bool any(const words& x) noexcept {
-        std::uint64_t bits = 0;
-        for (std::size_t i = 0; i < lanes; ++i) bits |= x[i];
-        return bits != 0;
+        return any(bad) == 0;
     }
 
     // Packs the elements of 64 places; there is room for as many behind to. How many there were.

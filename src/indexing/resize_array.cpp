@@ -26,12 +26,6 @@
 namespace matrix::internal {
 namespace {
 
-std::size_t saturated_count(dims_view dims) noexcept {
-    std::size_t count = 1;
-    for (const std::size_t dim : dims) count = saturated_product(count, dim);
-    return count;
-}
-
 dims_view as_view(const dims_list& dims) noexcept { return {dims.data(), dims.size()}; }
 
 bool shrinks_somewhere(dims_view old_dims, dims_view new_dims) noexcept {

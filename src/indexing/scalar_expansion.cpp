@@ -81,9 +81,7 @@ ndArray_tag* ndScalarExpan(ndArray_tag* value, ndArray_tag* lhs, ndArray_tag* co
                            std::size_t nsubs) {
     complete_dimensions_if_opaque(lhs);
     const dims_list shape = selected_shape(lhs, {subs, nsubs});
-    std::size_t count = 1;
-    for (const std::size_t dim : shape) count = saturated_product(count, dim);
-    if (count == 1) return value;
+    if (saturated_count({shape.data(), shape.size()}) == 1) return value;
     check_is_struct(value);
     return to_tarvel(repeated(value, {shape.data(), shape.size()}));
 }

@@ -1,13 +1,12 @@
 // The loops of assignment that gain from wide registers: filling a block with one value, and testing that subscripts lie within an
 // array before any of them is used.
 //
-// A double is a whole number below 2^52 when adding 2^52 and taking it away again changes nothing; the low bits of the sum are the
-// number. Less 1 and without a sign, whatever isn't from 1 to the limit is too high: 0, negative numbers, infinities and NaN alike.
+// Less 1 and without a sign, a value that isn't from 1 to the limit is too high: 0, negative numbers, infinities and NaN alike.
 //
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
-#include <foundation/core/cpu/registers.hpp>
+#include "indexing/whole_lanes.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,15 +26,19 @@ struct store_kernels {
 };
 
 template <class Registers>
-class store_kernel_loops {
+class store_kernel_loops : whole_lanes<Registers> {
     static constexpr std::size_t width = Registers::bytes;
-    static constexpr std::size_t lanes = width / sizeof(double);
     using bytes = foundation::core::cpu::vector<std::uint8_t, width>;
-    using doubles = foundation::core::cpu::vector<double, lanes>;
-    using words = foundation::core::cpu::vector<std::uint64_t, lanes>;
 
-    static constexpr double whole_from = 4503599627370496.0;           // 2^52
-    static constexpr std::uint64_t bits_of_whole = 0x4330000000000000; // of the double above
+    using whole = whole_lanes<Registers>;
+    using typename whole::doubles;
+    using typename whole::words;
+    using whole::any;
+    using whole::bits_of;
+    using whole::bits_of_whole;
+    using whole::highest_of;
+    using whole::lanes;
+    using whole::whole_from;
 
 public:
     static void fill(void* to, const void* pattern, std::size_t value_size, std::size_t size) noexcept {
@@ -141,21 +144,6 @@ private:
         for (; size - done >= fill_pattern_bytes; done += fill_pattern_bytes)
             __builtin_memcpy(out + done, pattern, fill_pattern_bytes);
         for (std::size_t i = 0; done < size; ++done, ++i) out[done] = pattern[i];
-    }
-    [[gnu::always_inline]] static std::uint64_t bits_of(double x) noexcept {
-        std::uint64_t bits;
-        __builtin_memcpy(&bits, &x, sizeof bits);
-        return bits;
-    }
-    [[gnu::always_inline]] static std::uint64_t any(const words& x) noexcept {
-        std::uint64_t bits = 0;
-        for (std::size_t i = 0; i < lanes; ++i) bits |= x[i];
-        return bits;
-    }
-    [[gnu::always_inline]] static std::uint64_t highest_of(const words& x) noexcept {
-        std::uint64_t most = 0;
-        for (std::size_t i = 0; i < lanes; ++i) most = x[i] > most ? x[i] : most;
-        return most;
     }
 };
 

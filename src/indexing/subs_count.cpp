@@ -1,4 +1,5 @@
 // How many elements a subscript selects, without a look at whether it may.
+#include "indexing/folded_dimensions.hpp"
 #include "indexing/subscript_kernel_choice.hpp"
 #include "indexing/subscript_value.hpp"
 
@@ -32,9 +33,7 @@ void count_colon(dims_view dims, std::size_t elements, std::size_t position, std
     } else if (position == n || position < nsubs) {
         *count = dims[position - 1];
     } else if (position == nsubs) {
-        std::size_t folded = 1;
-        for (const std::size_t dim : dims.subspan(position - 1)) folded = saturated_product(folded, dim);
-        *count = folded;
+        *count = saturated_count(dims.subspan(position - 1));
     }
 }
 

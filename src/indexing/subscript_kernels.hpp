@@ -5,13 +5,10 @@
 //   logical   a count, eight bytes at a time, then the positions: all-false words are passed over, of any other all eight places are
 //             stored, each over the one before unless that was true
 //
-// Numbers of 64 bits and floating point go by the bits of a double: adding 2^52 to a whole number below leaves the number in
-// the low bits, and such sums are ordered as numbers and as bits.
-//
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
-#include <foundation/core/cpu/registers.hpp>
+#include "indexing/whole_lanes.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -41,17 +38,21 @@ struct subscript_kernels {
 };
 
 template <class Registers>
-class subscript_loops {
+class subscript_loops : whole_lanes<Registers> {
     template <class T, std::size_t Count>
     using vector = foundation::core::cpu::vector<T, Count>;
 
-    static constexpr std::size_t lanes = Registers::bytes / sizeof(double);
-    using doubles = vector<double, lanes>;
-    using words = vector<std::uint64_t, lanes>;
+    using whole = whole_lanes<Registers>;
+    using typename whole::doubles;
+    using typename whole::words;
+    using whole::any;
+    using whole::bits_of;
+    using whole::bits_of_whole;
+    using whole::highest_of;
+    using whole::lanes;
+    using whole::whole_from;
 
-    static constexpr double whole_from = 4503599627370496.0;           // 2^52
-    static constexpr std::uint64_t bits_of_whole = 0x4330000000000000; // of the double above
-    static constexpr double beyond = 281474976710656.0;                // 2^48
+    static constexpr double beyond = 281474976710656.0; // 2^48
     static constexpr unsigned index_bits = 48;
 
 public:
@@ -78,8 +79,7 @@ public:
             const double x = value;
             const double sum = x + whole_from;
             any_bad |= static_cast<std::uint64_t>(!(sum - whole_from == x && x >= 1.0 && x < beyond));
-            std::uint64_t bits;
-            __builtin_memcpy(&bits, &sum, sizeof bits);
+            const std::uint64_t bits = bits_of(sum);
             most = bits > most ? bits : most;
             positions[done] = bits - (bits_of_whole + 1);
         }
@@ -183,17 +183,6 @@ private:
         vector<float, lanes> x;
         __builtin_memcpy(&x, from, sizeof x);
         return __builtin_convertvector(x, doubles);
-    }
-
-    [[gnu::always_inline]] static std::uint64_t any(const words& x) noexcept {
-        std::uint64_t bits = 0;
-        for (std::size_t i = 0; i < lanes; ++i) bits |= x[i];
-        return bits;
-    }
-    [[gnu::always_inline]] static std::uint64_t highest_of(const words& x) noexcept {
-        std::uint64_t most = 0;
-        for (std::size_t i = 0; i < lanes; ++i) most = x[i] > most ? x[i] : most;
-        return most;
     }
 };
 

@@ -27,8 +27,6 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
-#include <numeric>
 #include <span>
 
 namespace matrix::internal {
@@ -52,10 +50,6 @@ struct survey {
     std::size_t last = 0; ///< its number
     bool any_empty = false;
 };
-
-std::size_t product(std::span<const std::size_t> dims) noexcept {
-    return std::accumulate(dims.begin(), dims.end(), std::size_t{1}, std::multiplies<>());
-}
 
 // The shape of the array when count positions of a dimension stay. seen: the dimensions as the subscripts see them.
 dims_list shape_of_rest(const ndArray_tag* array, const dims_list& seen, std::size_t dimension,
@@ -97,8 +91,8 @@ void change_as_full(ndArray_tag* array, Change change) {
 void leave_nothing(ndArray_tag* array, const dims_list& shape) {
     if ((array->flags & flag_sparse) == 0) return delete_everything(array, shape);
     const dims_view dims = shape;
-    move_back(array, create_sparse(dims[0], product(dims.subspan(1)), 0, code_of(array->class_id, false),
-                                   DataInitialization::uninitialized));
+    move_back(array, create_sparse(dims[0], saturated_count(dims.subspan(1)), 0,
+                                   code_of(array->class_id, false), DataInitialization::uninitialized));
 }
 
 void delete_selected(ndArray_tag* given, subscript_span subs, std::size_t dimension) {
@@ -111,8 +105,8 @@ void delete_selected(ndArray_tag* given, subscript_span subs, std::size_t dimens
     change_as_full(given, [&](ndArray_tag* array) {
         const dims_view all = seen;
         const std::size_t fields = is_struct_like(array->class_id) ? field_count(array) : 1;
-        delete_positions(array, {keep, fields * product(all.first(dimension)),
-                                 product(all.subspan(dimension + 1)), shape});
+        delete_positions(array, {keep, fields * saturated_count(all.first(dimension)),
+                                 saturated_count(all.subspan(dimension + 1)), shape});
     });
 }
 

@@ -10,93 +10,95 @@ namespace api = matrix::detail::noninlined::nd_array_api;
 
 using AssignmentFiller = NdTest;
 
+struct filler_row {
+    const char* name;
+    array_ptr (*lhs)();
+    array_ptr (*rhs)();
+    array_ptr (*filler)();
+    array_ptr (*result)();
+};
+
+const filler_row filler_rows[] = {
+    {"real", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
+     [] { return arr("double", {7}); },
+     [] {
+         return arr("double 1x4", {1, 7, 7, 9});
+     }},
+    {"none", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
+     [] { return array_ptr(); },
+     [] {
+         return arr("double 1x4", {1, 0, 0, 9});
+     }},
+    {"empty", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
+     [] { return arr("double 0x0"); },
+     [] {
+         return arr("double 1x4", {1, 0, 0, 9});
+     }},
+    {"real in a complex one",
+     [] {
+         return arr("complex double 1x1", {{1, 1}});
+     },
+     [] { return arr("double", {9}); }, [] { return arr("double", {7}); },
+     [] {
+         return arr("complex double 1x4", {{1, 1}, {7, 0}, {7, 0}, {9, 0}});
+     }},
+    {"complex",
+     [] {
+         return arr("complex double 1x1", {{1, 1}});
+     },
+     [] { return arr("double", {9}); },
+     [] {
+         return arr("complex double", {{7, 8}});
+     },
+     [] {
+         return arr("complex double 1x4", {{1, 1}, {7, 8}, {7, 8}, {9, 0}});
+     }},
+    {"complex in a real one", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
+     [] {
+         return arr("complex double", {{7, 8}});
+     },
+     [] {
+         return arr("double 1x4", {1, 7, 7, 9});
+     }},
+    {"before the left side becomes complex", [] { return arr("double 1x1", {1}); },
+     [] {
+         return arr("complex double", {{9, 9}});
+     },
+     [] { return arr("double", {7}); },
+     [] {
+         return arr("complex double 1x4", {{1, 0}, {7, 0}, {7, 0}, {9, 9}});
+     }},
+    {"sparse", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
+     [] {
+         return sparse_arr("double 1x1", {{0, 0, 7}});
+     },
+     [] {
+         return arr("double 1x4", {1, 7, 7, 9});
+     }},
+    {"colon object in a complex one",
+     [] {
+         return arr("complex double 1x1", {{1, 1}});
+     },
+     [] { return arr("double", {9}); }, [] { return matrix::create_colon_object(7, 1, 100000); },
+     [] {
+         return arr("complex double 1x4", {{1, 1}, {7, 0}, {7, 0}, {9, 0}});
+     }},
+    {"after giving way", bracket, [] { return arr("char", {65}); }, [] { return arr("char", {66}); },
+     [] {
+         return arr("char 1x4", {66, 66, 66, 65});
+     }},
+    {"cell", [] { return arr("cell", nullptr); }, [] { return arr("cell", arr("double", {9})); },
+     [] { return arr("cell", arr("double", {7})); },
+     [] { return arr("cell 1x4", nullptr, arr("double", {7}), arr("double", {7}), arr("double", {9})); }},
+    {"cell of cells", [] { return arr("cell", nullptr); }, [] { return arr("cell", arr("double", {9})); },
+     [] { return arr("cell", arr("cell", arr("double", {7}))); },
+     [] {
+         return arr("cell 1x4", nullptr, arr("cell", arr("double", {7})), arr("cell", arr("double", {7})),
+                    arr("double", {9}));
+     }},
+};
+
 TEST_F(AssignmentFiller, TheFillerIsTheValueOfNewElements) {
-    struct filler_row {
-        const char* name;
-        array_ptr (*lhs)();
-        array_ptr (*rhs)();
-        array_ptr (*filler)();
-        array_ptr (*result)();
-    };
-    const filler_row filler_rows[] = {
-        {"real", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] { return arr("double", {7}); },
-         [] {
-             return arr("double 1x4", {1, 7, 7, 9});
-         }},
-        {"none", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] { return array_ptr(); },
-         [] {
-             return arr("double 1x4", {1, 0, 0, 9});
-         }},
-        {"empty", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] { return arr("double 0x0"); },
-         [] {
-             return arr("double 1x4", {1, 0, 0, 9});
-         }},
-        {"real in a complex one",
-         [] {
-             return arr("complex double 1x1", {{1, 1}});
-         },
-         [] { return arr("double", {9}); }, [] { return arr("double", {7}); },
-         [] {
-             return arr("complex double 1x4", {{1, 1}, {7, 0}, {7, 0}, {9, 0}});
-         }},
-        {"complex",
-         [] {
-             return arr("complex double 1x1", {{1, 1}});
-         },
-         [] { return arr("double", {9}); },
-         [] {
-             return arr("complex double", {{7, 8}});
-         },
-         [] {
-             return arr("complex double 1x4", {{1, 1}, {7, 8}, {7, 8}, {9, 0}});
-         }},
-        {"complex in a real one", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] {
-             return arr("complex double", {{7, 8}});
-         },
-         [] {
-             return arr("double 1x4", {1, 7, 7, 9});
-         }},
-        {"before the left side becomes complex", [] { return arr("double 1x1", {1}); },
-         [] {
-             return arr("complex double", {{9, 9}});
-         },
-         [] { return arr("double", {7}); },
-         [] {
-             return arr("complex double 1x4", {{1, 0}, {7, 0}, {7, 0}, {9, 9}});
-         }},
-        {"sparse", [] { return arr("double 1x1", {1}); }, [] { return arr("double", {9}); },
-         [] {
-             return sparse_arr("double 1x1", {{0, 0, 7}});
-         },
-         [] {
-             return arr("double 1x4", {1, 7, 7, 9});
-         }},
-        {"colon object in a complex one",
-         [] {
-             return arr("complex double 1x1", {{1, 1}});
-         },
-         [] { return arr("double", {9}); }, [] { return matrix::create_colon_object(7, 1, 100000); },
-         [] {
-             return arr("complex double 1x4", {{1, 1}, {7, 0}, {7, 0}, {9, 0}});
-         }},
-        {"after giving way", bracket, [] { return arr("char", {65}); }, [] { return arr("char", {66}); },
-         [] {
-             return arr("char 1x4", {66, 66, 66, 65});
-         }},
-        {"cell", [] { return arr("cell", nullptr); }, [] { return arr("cell", arr("double", {9})); },
-         [] { return arr("cell", arr("double", {7})); },
-         [] { return arr("cell 1x4", nullptr, arr("double", {7}), arr("double", {7}), arr("double", {9})); }},
-        {"cell of cells", [] { return arr("cell", nullptr); }, [] { return arr("cell", arr("double", {9})); },
-         [] { return arr("cell", arr("cell", arr("double", {7}))); },
-         [] {
-             return arr("cell 1x4", nullptr, arr("cell", arr("double", {7})), arr("cell", arr("double", {7})),
-                        arr("double", {9}));
-         }},
-    };
     for (const filler_row& row : filler_rows) {
         SCOPED_TRACE(row.name);
         const array_ptr x = row.lhs();
