@@ -2,68 +2,25 @@
 // for so many.
 //
 //   few elements   loops in C
-//   many           intrinsics, AVX-512 with gather, scatter and compress; whole numbers AVX2 where that is quicker
+//   many           intrinsics, for AVX-512 where the processor has it, else for AVX2, which the whole file is compiled for
 //
 // Indices count from 1. A creator answers null, and nothing more is stored, at the first one that is no whole number from 1 on or
-// beyond the end. The whole file is compiled for AVX2; the rows are left out on a processor without AVX-512.
-#include "results.hpp"
-
-#include <immintrin.h>
+// beyond the end.
+#include "indexing_512.hpp"
+#include "indexing_avx2.hpp"
 
 #include <algorithm>
 #include <cstring>
 
-#define AVX512 __attribute__((target("avx512f,avx512dq,avx512vl,avx512bw,popcnt")))
-
 namespace {
+
+using limits::elements_of;
+using limits::position_of;
+using limits::refuse;
+using limits::result_of;
 
 constexpr std::size_t few = 64;
 constexpr std::size_t large = 100000; // beyond the caches next to the core
-
-limit_array* result_of(std::size_t count) noexcept { return limits::create_result(count * sizeof(double)); }
-
-double* elements_of(limit_array* array) noexcept { return static_cast<double*>(array->data); }
-
-limit_array* refuse(limit_array* array, std::size_t count) noexcept {
-    limit_destroy_result(array, count * sizeof(double));
-    return nullptr;
-}
-
-bool position_of(double index, std::size_t count, std::size_t& position) noexcept {
-    if (!(index >= 1 && index <= static_cast<double>(count))) return false;
-    const auto whole = static_cast<std::int64_t>(index);
-    position = static_cast<std::size_t>(whole) - 1;
-    return static_cast<double>(whole) == index;
-}
-
-bool position_of(std::int64_t index, std::size_t count, std::size_t& position) noexcept {
-    position = static_cast<std::size_t>(index) - 1;
-    return position < count;
-}
-
-// ---- eight positions at once; a clear bit in the mask tells a bad index
-
-struct eight {
-    __m512i positions;
-    __mmask8 good;
-};
-
-AVX512 inline eight eight_positions(const std::int64_t* indices, __mmask8 lanes, __m512i count) noexcept {
-    const __m512i at = _mm512_sub_epi64(_mm512_maskz_loadu_epi64(lanes, indices), _mm512_set1_epi64(1));
-    return {at, _mm512_mask_cmplt_epu64_mask(lanes, at, count)};
-}
-
-AVX512 inline eight eight_positions(const double* indices, __mmask8 lanes, __m512i count) noexcept {
-    const __m512d given = _mm512_maskz_loadu_pd(lanes, indices);
-    const __m512i whole = _mm512_cvttpd_epi64(given);
-    const __mmask8 exact = _mm512_mask_cmp_pd_mask(lanes, _mm512_cvtepi64_pd(whole), given, _CMP_EQ_OQ);
-    const __m512i at = _mm512_sub_epi64(whole, _mm512_set1_epi64(1));
-    return {at, _mm512_mask_cmplt_epu64_mask(exact, at, count)};
-}
-
-inline __mmask8 lanes_for(std::size_t left) noexcept {
-    return left >= 8 ? __mmask8{0xFF} : static_cast<__mmask8>((1U << left) - 1);
-}
 
 template <class Index>
 limit_array* gather_by_c(const double* x, std::size_t count, const Index* indices, std::size_t n) noexcept {
@@ -77,65 +34,10 @@ limit_array* gather_by_c(const double* x, std::size_t count, const Index* indice
     return result;
 }
 
-limit_array* gather_by_avx2(const double* x, std::size_t count, const std::int64_t* indices,
-                            std::size_t n) noexcept {
-    limit_array* const result = result_of(n);
-    double* const out = elements_of(result);
-    const __m256i end = _mm256_set1_epi64x(static_cast<long long>(count));
-    const __m256i none = _mm256_setzero_si256();
-    std::size_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        const __m256i index = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(indices + i));
-        const __m256i bad =
-            _mm256_or_si256(_mm256_cmpgt_epi64(index, end),
-                            _mm256_xor_si256(_mm256_cmpgt_epi64(index, none), _mm256_set1_epi64x(-1)));
-        if (_mm256_testz_si256(bad, bad) == 0) return refuse(result, n);
-        _mm256_storeu_pd(out + i, _mm256_i64gather_pd(x - 1, index, 8));
-    }
-    for (; i < n; ++i) {
-        std::size_t at = 0;
-        if (!position_of(indices[i], count, at)) return refuse(result, n);
-        out[i] = x[at];
-    }
-    return result;
-}
-
-template <class Index>
-AVX512 limit_array* gather_by_512(const double* x, std::size_t count, const Index* indices,
-                                  std::size_t n) noexcept {
-    limit_array* const result = result_of(n);
-    double* const out = elements_of(result);
-    const __m512i end = _mm512_set1_epi64(static_cast<long long>(count));
-    for (std::size_t i = 0; i < n; i += 8) {
-        const __mmask8 lanes = lanes_for(n - i);
-        const eight at = eight_positions(indices + i, lanes, end);
-        if (at.good != lanes) return refuse(result, n);
-        const __m512d found = _mm512_mask_i64gather_pd(_mm512_setzero_pd(), lanes, at.positions, x, 8);
-        _mm512_mask_storeu_pd(out + i, lanes, found);
-    }
-    return result;
-}
-
-template <class Index>
-AVX512 bool scatter_by_512(double* x, std::size_t count, const Index* indices, const double* values,
-                           std::size_t n) noexcept {
-    const __m512i end = _mm512_set1_epi64(static_cast<long long>(count));
-    for (std::size_t i = 0; i < n; i += 8) {
-        const __mmask8 lanes = lanes_for(n - i);
-        const eight at = eight_positions(indices + i, lanes, end);
-        if (at.good != lanes) return false;
-        _mm512_mask_i64scatter_pd(x, lanes, at.positions, _mm512_maskz_loadu_pd(lanes, values + i), 8);
-    }
-    return true;
-}
-
-// ---- masks
-
 limit_array* select_by_c(const double* x, const bool* mask, std::size_t n) noexcept {
     std::size_t count = 0;
     for (std::size_t i = 0; i < n; ++i) count += mask[i] ? 1 : 0;
-    limit_array* const result =
-        limits::create_result((count + 1) * sizeof(double)); // one is stored behind the last
+    limit_array* const result = result_of(count + 4); // one is stored behind the last
     double* const out = elements_of(result);
     std::size_t k = 0;
     for (std::size_t i = 0; i < n; ++i) {
@@ -145,31 +47,6 @@ limit_array* select_by_c(const double* x, const bool* mask, std::size_t n) noexc
     return result;
 }
 
-AVX512 limit_array* select_by_512(const double* x, const bool* mask, std::size_t n) noexcept {
-    std::size_t count = 0;
-    std::size_t i = 0;
-    for (; i + 64 <= n; i += 64) {
-        const __m512i truth = _mm512_loadu_si512(mask + i);
-        count += static_cast<std::size_t>(_mm_popcnt_u64(_mm512_test_epi8_mask(truth, truth)));
-    }
-    for (; i < n; ++i) count += mask[i] ? 1 : 0;
-    limit_array* const result = result_of(count + 1);
-    double* out = elements_of(result);
-    for (i = 0; i + 8 <= n; i += 8) {
-        const __m128i truth = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(mask + i));
-        const auto chosen = static_cast<__mmask8>(_mm_test_epi8_mask(truth, truth));
-        _mm512_mask_compressstoreu_pd(out, chosen, _mm512_loadu_pd(x + i));
-        out += _mm_popcnt_u32(chosen);
-    }
-    for (; i < n; ++i) {
-        *out = x[i];
-        out += mask[i] ? 1 : 0;
-    }
-    return result;
-}
-
-// ---- every second element
-
 limit_array* every_second_by_c(const double* x, std::size_t n) noexcept {
     const std::size_t count = (n + 1) / 2;
     limit_array* const result = result_of(count);
@@ -178,56 +55,52 @@ limit_array* every_second_by_c(const double* x, std::size_t n) noexcept {
     return result;
 }
 
-AVX512 limit_array* every_second_by_512(const double* x, std::size_t n) noexcept {
-    const std::size_t count = (n + 1) / 2;
-    limit_array* const result = result_of(count);
-    double* const out = elements_of(result);
-    const __m512i even = _mm512_set_epi64(14, 12, 10, 8, 6, 4, 2, 0);
-    std::size_t i = 0;
-    for (; 2 * i + 16 <= n; i += 8) {
-        const __m512d low = _mm512_loadu_pd(x + 2 * i);
-        const __m512d high = _mm512_loadu_pd(x + 2 * i + 8);
-        _mm512_storeu_pd(out + i, _mm512_permutex2var_pd(low, even, high));
-    }
-    for (; i < count; ++i) out[i] = x[2 * i];
-    return result;
+void fill_by_standard(double* to, double value, std::size_t n) noexcept { std::fill_n(to, n, value); }
+
+// The indices of a scatter are so many that vectors pay.
+limit_by_subscripts best_of_avx2(std::size_t n) noexcept {
+    namespace loops = limits::by_avx2;
+    limit_by_subscripts best = {
+        {loops::gather<std::int64_t>, "checked-avx2"},
+        {loops::gather<double>, "checked-avx2"},
+        {loops::select, "avx2-permute"},
+        {loops::every_second, "avx2"},
+        {loops::scatter<std::int64_t>, "checked-avx2"},
+        {loops::scatter<double>, "checked-avx2"},
+        {loops::fill, "avx2"},
+    };
+    if (n <= few) best.gather_double = {gather_by_c<double>, "checked-C"};
+    return best;
 }
 
-AVX512 void fill_by_512(double* out, double value, std::size_t n) noexcept {
-    const __m512d eight_of_it = _mm512_set1_pd(value);
-    std::size_t i = 0;
-    for (; i + 8 <= n; i += 8) _mm512_storeu_pd(out + i, eight_of_it);
-    _mm512_mask_storeu_pd(out + i, lanes_for(n - i), eight_of_it);
+limit_by_subscripts best_of_512(std::size_t n) noexcept {
+    namespace loops = limits::by_512;
+    limit_by_subscripts best = {
+        {loops::gather<std::int64_t>, "checked-avx512-gather"},
+        {loops::gather<double>, "checked-avx512-gather"},
+        {loops::select, "avx512-compress"},
+        {loops::every_second, "avx512"},
+        {loops::scatter<std::int64_t>, "checked-avx512"},
+        {loops::scatter<double>, "checked-avx512"},
+        {loops::fill, "avx512"},
+    };
+    if (n < large) best.gather_int64 = {limits::by_avx2::gather<std::int64_t>, "checked-avx2"};
+    return best;
 }
 
 } // namespace
 
-limit_gather_int64 limit_gather_int64_of(size_t count) {
-    if (count <= few) return {gather_by_c<std::int64_t>, "checked-C"};
-    if (count < large) return {gather_by_avx2, "checked-avx2"};
-    return {gather_by_512<std::int64_t>, "checked-avx512-gather"};
-}
-
-limit_array* limit_gather_double(const double* x, size_t count, const double* indices, size_t n) {
-    return gather_by_512(x, count, indices, n);
-}
-
-bool limit_scatter_int64(double* x, size_t count, const int64_t* indices, const double* values, size_t n) {
-    return scatter_by_512(x, count, indices, values, n);
-}
-
-bool limit_scatter_double(double* x, size_t count, const double* indices, const double* values, size_t n) {
-    return scatter_by_512(x, count, indices, values, n);
-}
-
-limit_mask_select limit_mask_select_of(size_t count) {
-    if (count <= few) return {select_by_c, "C-branchless"};
-    return {select_by_512, "avx512-compress"};
-}
-
-limit_every_second limit_every_second_of(size_t count) {
-    if (count <= few) return {every_second_by_c, "scalar-C"};
-    return {every_second_by_512, "avx512"};
+limit_by_subscripts limit_by_subscripts_of(size_t n) {
+    limit_by_subscripts best = __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw")
+                                   ? best_of_512(n)
+                                   : best_of_avx2(n);
+    if (n <= few) {
+        best.gather_int64 = {gather_by_c<std::int64_t>, "checked-C"};
+        best.select = {select_by_c, "C-branchless"};
+        best.every_second = {every_second_by_c, "scalar-C"};
+    }
+    if (n >= large) best.fill = {fill_by_standard, "std::fill"};
+    return best;
 }
 
 limit_array* limit_run(const double* x, size_t first, size_t n) {
@@ -241,14 +114,6 @@ limit_array* limit_kept(const double* x, size_t count, size_t first, size_t n) {
     std::memcpy(result->data, x, first * sizeof(double));
     std::memcpy(elements_of(result) + first, x + first + n, (count - first - n) * sizeof(double));
     return result;
-}
-
-void limit_fill(double* x, size_t first, double value, size_t n) {
-    if (n < large) {
-        fill_by_512(x + first, value, n);
-    } else {
-        std::fill_n(x + first, n, value);
-    }
 }
 
 limit_array* limit_block(const double* x, size_t rows, limit_region part) {

@@ -84,41 +84,47 @@ LIMIT_EXPORT limit_text limit_text_of(bool ascii);
 LIMIT_EXPORT void limit_free_text(char* text);
 
 /* Parts of count elements by indices that count from 1; each is checked, and null or false is the answer to one that is none. New
- * arrays end with limit_destroy_result; the kernel is the quickest for n of them.
- *   checked-C, checked-avx2, checked-avx512-gather   x(indices)
- *   checked-avx512                                   x(indices) = values, in place */
-typedef limit_array* (*limit_int64_gatherer)(const double* x, size_t count, const int64_t* indices, size_t n);
-typedef struct limit_gather_int64 {
-    limit_int64_gatherer gather;
-    const char* name;
-} limit_gather_int64;
-LIMIT_EXPORT limit_gather_int64 limit_gather_int64_of(size_t n);
-LIMIT_EXPORT limit_array* limit_gather_double(const double* x, size_t count, const double* indices, size_t n);
-LIMIT_EXPORT bool limit_scatter_int64(double* x, size_t count, const int64_t* indices, const double* values,
-                                      size_t n);
-LIMIT_EXPORT bool limit_scatter_double(double* x, size_t count, const double* indices, const double* values,
-                                       size_t n);
+ * arrays end with limit_destroy_result. Each kernel is the quickest for n elements on this processor; the name tells it.
+ *   gather        x(indices)
+ *   select        x(mask); the block has room for four elements more than are selected
+ *   every_second  x(1:2:end)
+ *   scatter       x(indices) = values, in place
+ *   fill          a value to each of n elements */
+typedef struct limit_by_subscripts {
+    struct {
+        limit_array* (*run)(const double* x, size_t count, const int64_t* indices, size_t n);
+        const char* name;
+    } gather_int64;
+    struct {
+        limit_array* (*run)(const double* x, size_t count, const double* indices, size_t n);
+        const char* name;
+    } gather_double;
+    struct {
+        limit_array* (*run)(const double* x, const bool* mask, size_t count);
+        const char* name;
+    } select;
+    struct {
+        limit_array* (*run)(const double* x, size_t count);
+        const char* name;
+    } every_second;
+    struct {
+        bool (*run)(double* x, size_t count, const int64_t* indices, const double* values, size_t n);
+        const char* name;
+    } scatter_int64;
+    struct {
+        bool (*run)(double* x, size_t count, const double* indices, const double* values, size_t n);
+        const char* name;
+    } scatter_double;
+    struct {
+        void (*run)(double* to, double value, size_t n);
+        const char* name;
+    } fill;
+} limit_by_subscripts;
+LIMIT_EXPORT limit_by_subscripts limit_by_subscripts_of(size_t n);
 
-/* C-branchless, avx512-compress: x(mask). The block has room for one element more than are selected. */
-typedef limit_array* (*limit_mask_selector)(const double* x, const bool* mask, size_t count);
-typedef struct limit_mask_select {
-    limit_mask_selector select;
-    const char* name;
-} limit_mask_select;
-LIMIT_EXPORT limit_mask_select limit_mask_select_of(size_t count);
-
-/* scalar-C, avx512: x(1:2:end). */
-typedef limit_array* (*limit_second_selector)(const double* x, size_t count);
-typedef struct limit_every_second {
-    limit_second_selector select;
-    const char* name;
-} limit_every_second;
-LIMIT_EXPORT limit_every_second limit_every_second_of(size_t count);
-
-/* memcpy: n elements from first on. memcpy-kept: count elements without those. avx512, std::fill: a value to each of them, in place. */
+/* memcpy: n elements from first on. memcpy-kept: count elements without those. */
 LIMIT_EXPORT limit_array* limit_run(const double* x, size_t first, size_t n);
 LIMIT_EXPORT limit_array* limit_kept(const double* x, size_t count, size_t first, size_t n);
-LIMIT_EXPORT void limit_fill(double* x, size_t first, double value, size_t n);
 
 /* memcpy-per-column, C-gather-per-column: part of a matrix with so many rows. At most 1024 row indices. */
 typedef struct limit_region {

@@ -65,23 +65,24 @@ void add_stores(row_list& rows, const char* size, std::size_t n) {
     const array values = numbered(n);
     const array x = numbered(n);
     const array limit_x = numbered(n);
+    const limit_by_subscripts best = limit_by_subscripts_of(n);
     rows.push_back({.work = "scatter_int64",
                     .size = size,
-                    .limit_name = "checked-avx512",
+                    .limit_name = best.scatter_int64.name,
                     .libnd = assignment_to(x, integers, values),
                     .limit = timed([=] {
-                        limit_scatter_int64(elements_of(limit_x), n,
-                                            static_cast<std::int64_t*>(integers->pdata), elements_of(values),
-                                            n);
+                        best.scatter_int64.run(elements_of(limit_x), n,
+                                               static_cast<std::int64_t*>(integers->pdata),
+                                               elements_of(values), n);
                     }),
                     .group = "assignment"});
     rows.push_back({.work = "scatter_double",
                     .size = size,
-                    .limit_name = "checked-avx512",
+                    .limit_name = best.scatter_double.name,
                     .libnd = assignment_to(x, doubles, values),
                     .limit = timed([=] {
-                        limit_scatter_double(elements_of(limit_x), n, elements_of(doubles),
-                                             elements_of(values), n);
+                        best.scatter_double.run(elements_of(limit_x), n, elements_of(doubles),
+                                                elements_of(values), n);
                     }),
                     .group = "assignment"});
     const std::size_t first = n / 4;
@@ -90,9 +91,9 @@ void add_stores(row_list& rows, const char* size, std::size_t n) {
     rows.push_back(
         {.work = "fill_range_half",
          .size = size,
-         .limit_name = n < appended ? "avx512" : "std::fill",
+         .limit_name = best.fill.name,
          .libnd = assignment_to(x, range, one),
-         .limit = timed([=] { limit_fill(elements_of(limit_x), first, *elements_of(one), n / 2); }),
+         .limit = timed([=] { best.fill.run(elements_of(limit_x) + first, *elements_of(one), n / 2); }),
          .group = "assignment"});
 }
 
@@ -223,7 +224,6 @@ void add_long_growth(row_list& rows) {
 
 row_list assignment_rows() {
     row_list rows;
-    if (!__builtin_cpu_supports("avx512dq")) return rows; // the limits are AVX-512 code
     add_stores(rows, "1000", 1000);
     add_stores(rows, "1e6", 1000000);
     add_deletion(rows, "1000", 1000, 64);

@@ -81,40 +81,40 @@ void add_vector_rows(row_list& rows, const char* size, std::size_t n) {
     const array doubles = row_of(indices);
     const array integers = as_int64(indices);
     const double* const from = elements_of(x);
-    const limit_gather_int64 by_int64 = limit_gather_int64_of(n);
+    const limit_by_subscripts best = limit_by_subscripts_of(n);
     rows.push_back(
         {.work = "gather_int64",
          .size = size,
-         .limit_name = by_int64.name,
+         .limit_name = best.gather_int64.name,
          .libnd = reference_of(x, {integers}),
          .limit = limit_of(
-             [=] { return by_int64.gather(from, n, static_cast<std::int64_t*>(integers->pdata), n); }, n),
+             [=] { return best.gather_int64.run(from, n, static_cast<std::int64_t*>(integers->pdata), n); },
+             n),
          .group = "reference"});
     rows.push_back(
         {.work = "gather_double",
          .size = size,
-         .limit_name = "checked-avx512-gather",
+         .limit_name = best.gather_double.name,
          .libnd = reference_of(x, {doubles}),
-         .limit = limit_of([=] { return limit_gather_double(from, n, elements_of(doubles), n); }, n),
+         .limit = limit_of([=] { return best.gather_double.run(from, n, elements_of(doubles), n); }, n),
          .group = "reference"});
     const array mask = owned(api::ndCreateLogicalMatrix(1, n));
     bool* const truth = static_cast<bool*>(mask->pdata);
     for (std::size_t i = 0; i < n; ++i) truth[i] = static_cast<std::size_t>(indices[i]) % 2 == 0;
     const auto chosen = static_cast<std::size_t>(std::count(truth, truth + n, true));
-    const limit_mask_select by_mask = limit_mask_select_of(n);
-    rows.push_back({.work = "mask50",
-                    .size = size,
-                    .limit_name = by_mask.name,
-                    .libnd = reference_of(x, {mask}),
-                    .limit = limit_of(
-                        [=] { return by_mask.select(from, static_cast<bool*>(mask->pdata), n); }, chosen + 1),
-                    .group = "reference"});
-    const limit_every_second second = limit_every_second_of(n);
+    rows.push_back(
+        {.work = "mask50",
+         .size = size,
+         .limit_name = best.select.name,
+         .libnd = reference_of(x, {mask}),
+         .limit =
+             limit_of([=] { return best.select.run(from, static_cast<bool*>(mask->pdata), n); }, chosen + 4),
+         .group = "reference"});
     rows.push_back({.work = "range_1_2_end",
                     .size = size,
-                    .limit_name = second.name,
+                    .limit_name = best.every_second.name,
                     .libnd = reference_of(x, {range_of(1, 2, n)}),
-                    .limit = limit_of([=] { return second.select(from, n); }, (n + 1) / 2),
+                    .limit = limit_of([=] { return best.every_second.run(from, n); }, (n + 1) / 2),
                     .group = "reference"});
     const std::size_t first = n / 4;
     rows.push_back({.work = "range_contiguous_half",
@@ -226,7 +226,6 @@ void add_walks(row_list& rows) {
 
 row_list reference_rows() {
     row_list rows;
-    if (!__builtin_cpu_supports("avx512dq")) return rows; // the limits are AVX-512 code
     add_vector_rows(rows, "10", 10);
     add_vector_rows(rows, "1000", 1000);
     add_vector_rows(rows, "1e6", 1000000);
