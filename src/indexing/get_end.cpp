@@ -1,6 +1,6 @@
 // The value of the word "end" in a subscript.
 #include "matrix/class_hooks.hpp"
-#include "matrix/dimensions.hpp"
+#include "matrix/colon_layout.hpp"
 
 #include <nd/structures.hpp>
 
@@ -25,7 +25,7 @@ namespace matrix::detail::noninlined::nd_array_api {
 using namespace internal;
 
 double ndGetEnd(const ndArray_tag* a, kvSize position, kvSize nsubs) {
-    if ((a->flags & flag_colon_object) != 0) { // its dimensions are those of its operands
+    if (is_colon_object(a)) { // its dimensions are those of its operands
         const std::array<std::size_t, 2> dims{1, count_colon_elements(a)};
         return end_of(dims, position, nsubs);
     }

@@ -126,7 +126,11 @@ array_ptr assign(bool& grew, ndArray_tag* lhs, subscript_list subs, const ndArra
         return nullptr;
     }
     array_ptr full = full_copy(lhs);
-    if (!full) return assign_dense(grew, lhs, subs, rhs, filler, resize_only);
+    if (!full) {
+        array_ptr left_over = assign_dense(grew, lhs, subs, rhs, filler, resize_only);
+        lhs->flags &= ~flag_colon_object; // what wasn't a range doesn't grow into one
+        return left_over;
+    }
     array_ptr left_over = assign_dense(grew, full.get(), subs, rhs, filler, resize_only);
     if (is_sparse(lhs)) full = convert_to_sparse_if_needed(std::move(full));
     api::ndMoveArrayOntoHeader(lhs, full.release());

@@ -14,6 +14,7 @@
 
 #include "errors/raise.hpp"
 #include "matrix/class_hooks.hpp"
+#include "matrix/colon_layout.hpp"
 #include "matrix/complexity.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/sparse_creation.hpp"
@@ -166,8 +167,9 @@ void ndSubscriptedDelete(ndArray_tag* a, std::size_t nsubs, const ndArray_tag* c
     if (a->class_id == ndUNKNOWN_CLASS && ndIsEmpty(a))
         errors::raise<TARVEL::legacy_two_part::badnullindex>();
     if ((a->flags & flag_indexing_opaque) != 0) return delete_from_opaque(a, list);
-    if ((a->flags & flag_colon_object) != 0) return delete_from_colon_object(a, list);
+    if (is_colon_object(a)) return delete_from_colon_object(a, list);
     delete_elements(a, list);
+    a->flags &= ~flag_colon_object; // what wasn't a range becomes none by what is left of it
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api

@@ -374,6 +374,15 @@ TEST_F(AssignmentValues, OfColonObjectsAreTheirElements) {
     EXPECT_THAT(range, EqualsArray(arr("double 1x4", {1, 9, 3, 4})));
 }
 
+// A row that grows to the length of operands isn't a range by that.
+TEST_F(AssignmentValues, MakeNoRangeOfWhatIsNone) {
+    const array_ptr x = matrix::create_colon_object(4, 1, 9);
+    api::ndSetN(x.get(), 2);
+    assign(x.get(), {"3"}, arr("double", {7}).get());
+    EXPECT_FALSE(api::ndIsColonObj(x.get()));
+    EXPECT_THAT(x, EqualsArray(arr("double 1x3", {1, 4, 7})));
+}
+
 TEST_F(AssignmentValues, GoIntoSparseArraysThroughFullOnes) {
     const array_ptr x = sparse_arr("double 2x2", {{0, 0, 1}, {1, 1, 4}});
     assign(x.get(), {"2", "1"}, arr("double", {9}).get());

@@ -276,6 +276,24 @@ TEST_F(Deletion, ShortensTheVectorOfAColonObject) {
     EXPECT_EQ(value_text(without(range(), ":")), "double 0x0");
 }
 
+// A row as long as operands take isn't a range by that.
+TEST_F(Deletion, MakesNoRangeOfWhatIsNone) {
+    const auto square = [] { // 0 3 in the first column, 9 2 in the second
+        array_ptr x = matrix::create_int_colon_object(3LL, 2LL, 9LL, ndINT64_CLASS);
+        api::ndSetM(x.get(), 2);
+        api::ndSetN(x.get(), 2);
+        return x;
+    };
+    EXPECT_EQ(value_text(without(square(), "4")), "int64 1x3 {0, 3, 9}");
+    EXPECT_EQ(value_text(without(square(), "[]")), "int64 1x4 {0, 3, 9, 2}");
+    EXPECT_EQ(value_text(without(square(), "2, :")), "int64 1x2 {0, 9}");
+    EXPECT_EQ(value_text(without(square(), ":")), "int64 0x0");
+    EXPECT_FALSE(api::ndIsColonObj(without(square(), "4").get()));
+    const array_ptr x = square();
+    EXPECT_ANY_THROW(erase(x.get(), "1, 1"));
+    EXPECT_TRUE(api::ndIsColonObj(x.get())) << "as it was";
+}
+
 struct emptied_row {
     std::vector<std::size_t> made;
     std::vector<std::size_t> set;

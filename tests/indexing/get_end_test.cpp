@@ -49,6 +49,16 @@ TEST_F(GetEnd, CountsTheElementsOfAColonObject) {
     EXPECT_EQ(ndGetEnd(x.get(), 2, 2), 7);
 }
 
+// A mark alone is no range.
+TEST_F(GetEnd, IsThatOfTheDimensionsWithoutOperands) {
+    const matrix::array_ptr x = matrix::create_colon_object(3, 1, 9);
+    x->m_or_dims = 3;
+    x->n_or_ndims = 1;
+    EXPECT_EQ(ndGetEnd(x.get(), 1, 1), 3);
+    EXPECT_EQ(ndGetEnd(x.get(), 1, 2), 3);
+    EXPECT_EQ(ndGetEnd(x.get(), 2, 2), 1);
+}
+
 // Sizes whose product has no 64 bits.
 TEST_F(GetEnd, MultipliesAsDoubles) {
     const matrix::array_ptr x = arr("double 0x0");
