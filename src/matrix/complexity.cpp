@@ -2,6 +2,7 @@
 #include "matrix/complexity.hpp"
 
 #include "matrix/accessors.hpp"
+#include "matrix/class_hooks.hpp"
 #include "matrix/dimensions.hpp"
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
@@ -44,6 +45,10 @@ void refuse_class(const ndArray_tag* array) {
 
 void inflate(ndArray_tag* array) {
     if (!is_numeric(code_of(array->class_id, false))) refuse_class(array);
+    if (array_ptr range = expand_if_colon_object(array)) { // operands have no imaginary parts
+        inflate(range.get());
+        return detail::noninlined::nd_array_api::ndMoveArrayOntoHeader(array, range.release());
+    }
     array->interleave_data();
     if (array->pdata != nullptr) {
         const std::size_t room = is_sparse(array) ? array->info_c : element_count(array);

@@ -13,6 +13,7 @@
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/colon.hpp>
 #include <nd/interleaved.hpp>
 #include <nd/share.hpp>
 
@@ -71,6 +72,35 @@ TEST_F(Complexity, ComesWithZeros) {
     const array_ptr cached = numbered("double 1x3");
     api::ndInflateRealToComplex(cached.get());
     EXPECT_EQ(validate(cached.get()), "");
+}
+
+// Operands have no imaginary parts: the vector gets them.
+TEST_F(Complexity, ComesToTheElementsOfAColonObject) {
+    const struct {
+        array_ptr range;
+        array_ptr wanted;
+    } rows[] = {
+        {matrix::create_colon_object(1, 2, 9), arr("double 1x5", {1, 3, 5, 7, 9})},
+        {matrix::create_colon_object(3, -1, 2, ndINT8_CLASS), arr("int8 1x2", {3, 2})},
+        {matrix::create_colon_object(1, 1, 0, ndSINGLE_CLASS), arr("single 1x0")},
+        {matrix::create_int_colon_object(1LL, 1LL, 3LL, ndINT64_CLASS), arr("int64 1x3", {1, 2, 3})},
+    };
+    for (const auto& row : rows) {
+        for_each_variation(row.range, [&](array_ptr& x) {
+            api::ndInflateRealToComplex(x.get());
+            EXPECT_TRUE(is_complex(x));
+            EXPECT_FALSE(api::ndIsColonObj(x.get()));
+            EXPECT_EQ(validate(x.get()), "");
+            EXPECT_THAT(real_part_of(x), EqualsArray(row.wanted.get()));
+        });
+    }
+    const module_mode_scope mode(mode_exceptions);
+    const array_ptr text = matrix::create_colon_object(97, 1, 99, ndCHAR_CLASS);
+    EXPECT_ANY_THROW(api::ndInflateRealToComplex(text.get()));
+    EXPECT_EQ(api::ndCountColonObj(text.get()), 3U);
+    const array_ptr endless = matrix::create_colon_object(1, 1, 0x1p60);
+    EXPECT_ANY_THROW(api::ndInflateRealToComplex(endless.get()));
+    EXPECT_TRUE(api::ndIsColonObj(endless.get()) && !is_complex(endless));
 }
 
 TEST_F(Complexity, OfAnEmptyArrayIsABit) {

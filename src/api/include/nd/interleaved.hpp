@@ -35,7 +35,7 @@ namespace detail::noninlined::nd_array_api {
 /// The real parts stay. Nothing happens to a real array.
 ND_EXPORT void ndDeflateComplexToReal(ndArray_tag* array);
 
-/// Each element gets an imaginary part of 0. Nothing happens to a complex array.
+/// Each element gets an imaginary part of 0. Nothing happens to a complex array; a colon object becomes the vector that it stands for.
 ND_EXPORT void ndInflateRealToComplex(ndArray_tag* array);
 
 /// Makes a complex array real when all imaginary parts are 0. Nothing happens to an array whose header has several owners or
