@@ -135,6 +135,18 @@ TEST_F(Strings, OfACallersEncoding) {
     EXPECT_EQ(matrix::get_string(text.get(), systems), "a\xA4\xA2");
 }
 
+// Others begin with a sequence of their own, which nothing needs.
+TEST_F(Strings, OfNoUnitsHaveNoBytesInAnyEncoding) {
+    const array_ptr nothing = arr("char 0x0");
+    FromUTF16Converter converter("ISO-2022-KR");
+    EXPECT_EQ(matrix::get_string(nothing.get(), converter), "");
+    EXPECT_EQ(matrix::get_destination_string_size(nothing.get(), converter), 0U);
+    EXPECT_EQ(matrix::get_string(arr("char", u"a").get(), converter), "\x1B$)Ca");
+    EXPECT_EQ(matrix::get_string(nothing.get(), converter), "");
+    const system_encoding system("ISO-2022-KR");
+    EXPECT_EQ(own(api::ndArrayToByteChars(nothing.get()))->m_or_dims, 0U);
+}
+
 template <class Call>
 std::string id_of(Call&& call) {
     try {

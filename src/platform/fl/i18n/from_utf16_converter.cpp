@@ -15,6 +15,7 @@ FromUTF16Converter::FromUTF16Converter(const char* encoding) {
 
 std::size_t FromUTF16Converter::measure(std::u16string_view text) {
     UnicodeConverterX& converter = UnicodeConverterX::getThreadSpecific(encoding());
+    if (text.empty()) return 0; // some encodings begin with a sequence of their own, even before nothing
     if (converter.is_utf8()) return fl::i18n::utf8_length(text);
     const auto first = converter.from_utf16(text, kept_.data(), kept_.size());
     return first.cut ? converter.count_bytes(text) : first.bytes;
