@@ -3,8 +3,10 @@
 #include "support/arr.hpp"
 #include "support/fault_injection.hpp"
 #include "support/fixture.hpp"
+#include "support/module_mode.hpp"
 
 #include <nd/convert.hpp>
+#include <nd/interleaved.hpp>
 #include <nd/memory.hpp>
 #include <nd/share.hpp>
 
@@ -100,6 +102,20 @@ TEST_F(ColonFaults, ViewsAndCoercionsLeaveTheirColonObjectAlone) {
         run.operand(object.get());
         run.act([&] { return matrix::convert_if_needed(std::move(object), ndDOUBLE_CLASS); });
     });
+}
+
+// The vector comes to be beside the object, whose header it then takes.
+TEST_F(ColonFaults, ImaginaryPartsComeWholeOrNotAtAll) {
+    for (const bool shared : {false, true}) {
+        for_each_failing_alloc("imaginary parts", [&](fault_run& run) {
+            const module_mode_scope raising(mode_exceptions);
+            const array_ptr object = matrix::create_colon_object(1, 1, 6);
+            const array_ptr sharer = shared ? matrix::detail::do_shared_copy(object.get()) : nullptr;
+            run.operand(object.get());
+            if (shared) run.operand(sharer.get());
+            run.act([&] { api::ndInflateRealToComplex(object.get()); });
+        });
+    }
 }
 
 TEST_F(ColonFaults, OperandsThatAreColonObjectsStay) {
