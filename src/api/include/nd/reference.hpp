@@ -83,7 +83,8 @@ ND_EXPORT ndScalarRefConstResult ndScalarRefForAssignment(kvIndex* offset, kvSiz
                                                           const ndArray_tag* const* subs, std::size_t field);
 
 /// How many elements subscript number position, counted from 1, of nsubs selects; whether it fits the array isn't asked. False, with
-/// *count 0, for a class that can't be a subscript. Nothing is written for the colon at a position above nsubs.
+/// *count 0, for a class that can't be a subscript. Nothing is written for the colon at a position above nsubs. A colon object a is the
+/// row that it stands for. A full logical array without data has no true element.
 /// Raises what counting a colon object raises.
 ND_EXPORT bool ndSubsCount(const ndArray_tag* a, const ndArray_tag* subscript, kvSize position, kvSize nsubs,
                            kvSize* count);
