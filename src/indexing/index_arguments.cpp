@@ -37,7 +37,7 @@ bool for_each_number(const ndArray_tag* array, Use use) {
             return;
         }
         const kvIndex* const starts = column_starts(array);
-        for (std::size_t k = 0, column = 0; k < stored_count(array); ++k) {
+        for (std::size_t k = 0, column = 0; k < readable_count(array); ++k) {
             while (starts[column + 1] <= k) ++column;
             use(column * row_count(array) + row_indices(array)[k], number(k));
         }

@@ -47,9 +47,10 @@ inline std::size_t stored_count(const ndArray_tag* array) noexcept {
 }
 
 /// Stored values that are there to be read. Setters take null in the place of a block: the elements are then zero, as those of a
-/// full array without data are.
+/// full array without data are. Without rows there are no elements, whatever is stored still.
 inline std::size_t readable_count(const ndArray_tag* array) noexcept {
-    return array->pdata == nullptr || row_indices(array) == nullptr ? 0 : stored_count(array);
+    const bool has_blocks = array->pdata != nullptr && row_indices(array) != nullptr;
+    return has_blocks && row_count(array) != 0 ? stored_count(array) : 0;
 }
 
 } // namespace matrix::internal

@@ -93,6 +93,9 @@ TEST_F(ArgumentsAsIndices, AreReadByTheirClass) {
     const std::size_t dims[] = {1, 2, 2};
     folded->set_dimensions(dims);
     EXPECT_EQ(indices_of(folded.get(), 4), (index_list{0, 7, 0, 8}));
+    const std::size_t without_rows[] = {0, 4};
+    folded->set_dimensions(without_rows);
+    EXPECT_EQ(indices_of(folded.get(), 0), index_list{});
     EXPECT_EQ(indices_of(matrix::create_colon_object(2, 2, 6).get(), 3), (index_list{2, 4, 6}));
     const array_ptr split = arr("double 1x2", {5, 6});
     ASSERT_TRUE(split->split_data(true));

@@ -92,5 +92,13 @@ TEST_F(FoldedSparse, BecomeFullInTheirShape) {
         EqualsArray(sparse_arr("logical 2x6", {{0, 0, 1}, {1, 2, 1}, {0, 3, 1}, {0, 5, 1}, {1, 5, 1}})));
 }
 
+// What was stored stands in no row any more.
+TEST_F(FoldedSparse, WithoutRowsHaveNoElements) {
+    EXPECT_THAT(matrix::convert_to_full_if_needed(shaped(two_by_six(), {0, columns})),
+                EqualsArray(arr("double 0x6")));
+    EXPECT_THAT(matrix::create_converted_copy(shaped(two_by_six(), {0, columns}).get(), ndLOGICAL_CLASS),
+                EqualsArray(sparse_arr("logical 0x6", {})));
+}
+
 } // namespace
 } // namespace test
