@@ -37,9 +37,9 @@ bool for_each_number(const ndArray_tag* array, Use use) {
             return;
         }
         const kvIndex* const starts = column_starts(array);
-        for (std::size_t k = 0, column = 0; k < stored_count(array); ++k) {
+        for (std::size_t k = 0, column = 0; k < readable_count(array); ++k) {
             while (starts[column + 1] <= k) ++column;
-            use(column * array->m_or_dims + row_indices(array)[k], number(k));
+            use(column * row_count(array) + row_indices(array)[k], number(k));
         }
     });
 }

@@ -33,8 +33,8 @@ index_list full_positions(const ndArray_tag* subscript, const BadSubscriptHandle
 
 // How many columns hold all that is stored and begin within the index space.
 std::size_t reachable_columns(const ndArray_tag* subscript, const BadSubscriptHandler& handler) {
-    const std::size_t columns = subscript->n_or_ndims;
-    const std::size_t within = index_limit / subscript->m_or_dims + 1;
+    const std::size_t columns = column_count(subscript);
+    const std::size_t within = index_limit / row_count(subscript) + 1;
     if (columns <= within) return columns;
     const kvIndex* const starts = column_starts(subscript);
     if (starts[within] != starts[columns])
@@ -44,9 +44,9 @@ std::size_t reachable_columns(const ndArray_tag* subscript, const BadSubscriptHa
 
 index_list sparse_positions(const ndArray_tag* subscript, const BadSubscriptHandler& handler) {
     const std::size_t count = stored_count(subscript);
-    if (count == 0) return {};
+    const std::size_t rows = row_count(subscript);
+    if (count == 0 || rows == 0) return {};
     if (row_indices(subscript) == nullptr) handler.ThrowInvalidIndexError();
-    const std::size_t rows = subscript->m_or_dims;
     const std::size_t columns = reachable_columns(subscript, handler);
     const kvIndex* const row_of = row_indices(subscript);
     const kvIndex* const starts = column_starts(subscript);

@@ -4,6 +4,9 @@
 //   x(i, j), x(i, j, 1) column by column of the result
 //   anything else       would have more than two dimensions: the result is full
 //
+// A source that was given more than two dimensions is the matrix of its columns for one and two subscripts; more of them select from
+// the full array.
+//
 // First it is found out which elements the result stores, and at which place each, then the result is made in one piece.
 #include "indexing/reference.hpp"
 #include "indexing/reference_shape.hpp"
@@ -16,6 +19,8 @@
 #include "matrix/size_check.hpp"
 #include "matrix/sparse_creation.hpp"
 #include "matrix/sparse_parts.hpp"
+
+#include <nd/convert.hpp>
 
 #include <algorithm>
 #include <cstring>
@@ -34,7 +39,7 @@ using gathered_list = std::vector<gathered>;
 bool by_place(const gathered& a, const gathered& b) noexcept { return a.place < b.place; }
 
 void gather_listed(const ndArray_tag* source, const selected_places& places, gathered_list& found) {
-    const std::size_t rows = source->m_or_dims;
+    const std::size_t rows = row_count(source);
     const kvIndex* const starts = column_starts(source);
     const kvIndex* const row_of = row_indices(source);
     for (std::size_t place = 0; place < places.count(); ++place) {
@@ -51,7 +56,7 @@ void gather_in_range(const ndArray_tag* source, const selected_places& places, g
     const kvIndex* const starts = column_starts(source);
     const kvIndex* const row_of = row_indices(source);
     for (std::size_t column = 0, k = 0; k < stored_count(source); ++column) {
-        const std::size_t first = column * source->m_or_dims;
+        const std::size_t first = column * row_count(source);
         for (; k < starts[column + 1]; ++k)
             places.for_each_place(first + row_of[k], [&](std::size_t place) { found.push_back({place, k}); });
     }
@@ -124,6 +129,8 @@ array_ptr create_full(const ndArray_tag* source, dims_view dims, const gathered_
 } // namespace
 
 array_ptr reference_sparse(const ndArray_tag* source, subscript_span subs) {
+    if (subs.size() > 2 && !has_inline_dims(source))
+        return reference_full(convert_to_full_if_needed(source).get(), subs);
     const dims_list seen = folded_dimensions(dims_of(source), subs.size());
     SubscriptSet set(subs.size(), true, false);
     fill_within(set, source, seen, subs);
@@ -134,7 +141,7 @@ array_ptr reference_sparse(const ndArray_tag* source, subscript_span subs) {
     const bool is_full = without_trailing_ones(dims).size() > 2;
     if (is_full) checked_element_count(dims, stored_element_size(source));
     bring_data_up_to_date(source);
-    const bool stores_something = checked_index_count(dims) != 0 && stored_count(source) != 0;
+    const bool stores_something = checked_index_count(dims) != 0 && readable_count(source) != 0;
     const gathered_list found = !stores_something  ? gathered_list()
                                 : subs.size() == 1 ? gather_linear(source, set)
                                                    : gather_columns(source, set);

@@ -47,33 +47,37 @@ kvIndex first_of_range(const ndArray_tag* colon_object, const BadSubscriptHandle
 }
 
 kvIndex first_stored_true(const ndArray_tag* mask, const BadSubscriptHandler& handler) {
-    if (stored_count(mask) == 0) return 0;
+    if (stored_count(mask) == 0 || row_count(mask) == 0) return 0;
+    if (row_indices(mask) == nullptr) handler.ThrowInvalidIndexError();
     const kvIndex* const starts = column_starts(mask);
     const auto* const behind =
-        std::find_if(starts, starts + mask->n_or_ndims + 1, [](kvIndex start) { return start != 0; });
+        std::find_if(starts, starts + column_count(mask) + 1, [](kvIndex start) { return start != 0; });
     const auto column = static_cast<std::size_t>(behind - starts) - 1;
     const std::size_t index =
-        saturated_sum(saturated_product(column, mask->m_or_dims), row_indices(mask)[0] + 1);
+        saturated_sum(saturated_product(column, row_count(mask)), row_indices(mask)[0] + 1);
     if (index > index_limit) handler.ThrowIndexTooLargeOrIndexExceedsDimension(IndicesType::logical);
     return index;
 }
 
-kvIndex first_true(const ndArray_tag* mask) {
+kvIndex first_true(const ndArray_tag* mask, const BadSubscriptHandler& handler) {
+    const std::size_t count = element_count(mask);
+    if (count != 0 && mask->pdata == nullptr) handler.ThrowInvalidIndexError();
     const auto* const bytes = static_cast<const std::uint8_t*>(mask->pdata);
-    const std::size_t count = bytes == nullptr ? 0 : element_count(mask);
     const auto* const found = std::find_if(bytes, bytes + count, [](std::uint8_t byte) { return byte != 0; });
     return found == bytes + count ? 0 : static_cast<kvIndex>(found - bytes) + 1;
 }
 
 bool stores_first_element(const ndArray_tag* sparse) noexcept {
-    return stored_count(sparse) != 0 && column_starts(sparse)[1] != 0 && row_indices(sparse)[0] == 0;
+    const kvIndex* const rows = row_indices(sparse);
+    return rows != nullptr && stored_count(sparse) != 0 && column_starts(sparse)[1] != 0 && rows[0] == 0;
 }
 
 kvIndex first_number(const ndArray_tag* subscript, const BadSubscriptHandler& handler) {
     if (!has_index_values(subscript->class_id) || is_complex(subscript)) handler.ThrowInvalidIndexError();
     if (is_sparse(subscript) && !stores_first_element(subscript)) handler.ThrowInvalidIndexError("0");
-    if (element_count(subscript) == 0 || subscript->pdata == nullptr) return 0;
+    if (element_count(subscript) == 0) return 0;
     bring_data_up_to_date(subscript);
+    if (subscript->pdata == nullptr) handler.ThrowInvalidIndexError();
     kvIndex index = 0;
     with_element_type(subscript->class_id, [&]<class Row>(Row) {
         typename Row::type value;
@@ -90,7 +94,7 @@ kvIndex scalar_index_slowly(const ndArray_tag* subscript, const BadSubscriptHand
     if (api::ndIsColonIndex(subscript)) return 1;
     if (is_colon_object(subscript)) return first_of_range(subscript, handler);
     if (subscript->class_id == ndLOGICAL_CLASS)
-        return is_sparse(subscript) ? first_stored_true(subscript, handler) : first_true(subscript);
+        return is_sparse(subscript) ? first_stored_true(subscript, handler) : first_true(subscript, handler);
     return first_number(subscript, handler);
 }
 

@@ -12,6 +12,8 @@
 #include <nd/reference.hpp>
 #include <nd/scalars.hpp>
 
+#include <array>
+
 namespace matrix::internal {
 namespace {
 
@@ -19,6 +21,7 @@ namespace {
 // a logical value, and a sum of the bytes would then say more than there are positions.
 std::size_t count_true(const ndArray_tag* mask) {
     if (is_sparse(mask)) return stored_count(mask);
+    if (mask->pdata == nullptr) return 0;
     return subscript_loops_here().count_true(static_cast<const std::uint8_t*>(mask->pdata),
                                              element_count(mask));
 }
@@ -47,6 +50,11 @@ using namespace internal;
 bool ndSubsCount(const ndArray_tag* a, const ndArray_tag* subscript, kvSize position, kvSize nsubs,
                  kvSize* count) {
     if (ndIsColonIndex(subscript)) {
+        if (is_colon_object(a)) { // its dimensions are those of its operands
+            const std::array<std::size_t, 2> row{1, count_colon_elements(a)};
+            count_colon(row, row[1], position, nsubs, count);
+            return true;
+        }
         complete_dimensions_if_opaque(a);
         count_colon(dims_of(a), element_count(a), position, nsubs, count);
         return true;

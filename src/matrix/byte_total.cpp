@@ -4,6 +4,7 @@
 #include "matrix/containers.hpp"
 #include "matrix/flag_words.hpp"
 #include "matrix/frame.hpp"
+#include "matrix/sparse_parts.hpp"
 
 #include <boost/container/small_vector.hpp>
 
@@ -27,7 +28,7 @@ std::size_t own_bytes(const ndArray_tag* array) noexcept {
     if (has_flag(array, flag_indexing_opaque)) return 0;
     if (is_container_class(array->class_id)) return slot_count(array) * sizeof(ndArray_tag*);
     if (has_flag(array, flag_sparse)) {
-        return array->info_c * (stored_element_size(array) + word) + (array->n_or_ndims + 1) * word;
+        return array->info_c * (stored_element_size(array) + word) + (column_count(array) + 1) * word;
     }
     return element_count(array) * stored_element_size(array);
 }

@@ -46,7 +46,7 @@ void copy_rows(const ndArray_tag* source, std::size_t stored, data_blocks& to) {
 }
 
 void copy_starts(const ndArray_tag* source, data_blocks& to) {
-    const std::size_t count = saturated_sum(source->n_or_ndims, 1);
+    const std::size_t count = saturated_sum(column_count(source), 1);
     to.starts = copy_indices(source->info_b, count, count);
 }
 

@@ -26,9 +26,6 @@ namespace {
     errors::raise<TARVEL::matrix::indexExceedsDims>(subscript, dimension_text(dims_of(array)));
 }
 
-// Columns are what the first dimension leaves, so that an array of more dimensions is searched as the matrix of its columns.
-std::size_t column_count(const ndArray_tag* array) { return detail::noninlined::nd_array_api::ndGetN(array); }
-
 // The first of the places from lo to hi whose row isn't below row, or hi; the row at lo is below.
 std::size_t search_column(const kvIndex* rows, std::size_t lo, std::size_t hi, kvIndex row) noexcept {
     while (hi - lo > 1) {
@@ -51,13 +48,13 @@ void put_vector(ndArray_tag* array, index_vector which, kvIndex* vector) {
 
 kvIndex find_sparse_k(const ndArray_tag* array, kvIndex row, kvIndex column) {
     const std::size_t columns = column_count(array);
-    const std::size_t stored = stored_count(array);
+    const kvIndex* const rows = row_indices(array);
+    const std::size_t stored = rows == nullptr ? 0 : stored_count(array);
     if (row == 0 && column == columns) return stored;
-    if (row >= dims_of(array)[0]) raise_out_of_range(array, 1);
+    if (row >= row_count(array)) raise_out_of_range(array, 1);
     if (column >= columns) raise_out_of_range(array, 2);
     if (stored == 0) return 0;
     const kvIndex* const starts = column_starts(array);
-    const kvIndex* const rows = row_indices(array);
     const std::size_t lo = starts[column];
     // Scans in ascending order ask for the front of a column most of the time.
     if (lo == stored || row <= rows[lo]) return lo;

@@ -5,10 +5,12 @@
 //   jc     a start for each column and one behind the last, which is the number of stored values
 //
 // A header whose vectors are missing stores nothing: a skeleton copy, or a sharer that was emptied. So does one that isn't
-// sparse at all.
+// sparse at all. Whoever changes dimensions leaves the vectors alone: with more than two of them the array is the matrix of its
+// columns, of which jc still tells.
 #pragma once
 
 #include "matrix/class_table.hpp"
+#include "matrix/dimensions.hpp"
 
 #include <bit>
 
@@ -29,10 +31,26 @@ inline kvIndex* column_starts(const ndArray_tag* array) noexcept {
     return is_sparse(array) ? std::bit_cast<kvIndex*>(array->info_b) : nullptr;
 }
 
+/// Rows and columns; all dimensions behind the first count as columns.
+inline std::size_t row_count(const ndArray_tag* array) noexcept { return dims_of(array)[0]; }
+inline std::size_t column_count(const ndArray_tag* array) noexcept {
+    if (has_inline_dims(array)) return array->n_or_ndims;
+    std::size_t columns = 1;
+    for (const std::size_t dim : dims_of(array).subspan(1)) columns *= dim;
+    return columns;
+}
+
 /// Values that are stored.
 inline std::size_t stored_count(const ndArray_tag* array) noexcept {
     const kvIndex* const starts = column_starts(array);
-    return starts == nullptr ? 0 : starts[array->n_or_ndims];
+    return starts == nullptr ? 0 : starts[column_count(array)];
+}
+
+/// Stored values that are there to be read. Setters take null in the place of a block: the elements are then zero, as those of a
+/// full array without data are. Without rows there are no elements, whatever is stored still.
+inline std::size_t readable_count(const ndArray_tag* array) noexcept {
+    const bool has_blocks = array->pdata != nullptr && row_indices(array) != nullptr;
+    return has_blocks && row_count(array) != 0 ? stored_count(array) : 0;
 }
 
 } // namespace matrix::internal

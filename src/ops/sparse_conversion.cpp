@@ -73,13 +73,14 @@ bool has_sparse_form(ndClassID class_id) noexcept {
 
 array_ptr convert_sparse_class(const ndArray_tag* sparse, ndClassID target) {
     if (!has_sparse_form(target)) raise_no_sparse_form();
-    const std::size_t stored = stored_count(sparse);
+    const std::size_t stored = readable_count(sparse);
     const bool complex = is_complex(sparse);
     array_ptr copy = create_with_room_for(stored, folded_shape(dims_of(sparse)), code_of(target, complex));
     if (stored == 0) return copy;
     convert_scalars(copy->pdata, target, sparse->pdata, sparse->class_id, complex ? 2 * stored : stored);
     std::memcpy(row_indices(copy.get()), row_indices(sparse), stored * sizeof(kvIndex));
-    std::memcpy(column_starts(copy.get()), column_starts(sparse), (sparse->n_or_ndims + 1) * sizeof(kvIndex));
+    const std::size_t starts = column_count(sparse) + 1;
+    std::memcpy(column_starts(copy.get()), column_starts(sparse), starts * sizeof(kvIndex));
     return copy;
 }
 
@@ -88,8 +89,8 @@ array_ptr full_from_sparse(const ndArray_tag* sparse) {
     with_stored_element(sparse, [&]<class Element>(Element*) {
         bring_data_up_to_date(sparse);
         full = detail::do_create_numeric(dims_of(sparse), code_of(sparse));
-        if (stored_count(sparse) == 0) return;
-        spread_columns(static_cast<Element*>(full->pdata), sparse->m_or_dims, sparse->n_or_ndims,
+        if (readable_count(sparse) == 0) return;
+        spread_columns(static_cast<Element*>(full->pdata), row_count(sparse), column_count(sparse),
                        static_cast<const Element*>(sparse->pdata), row_indices(sparse),
                        column_starts(sparse));
     });

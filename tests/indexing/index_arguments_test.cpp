@@ -89,6 +89,13 @@ TEST_F(ArgumentsAsIndices, AreReadByTheirClass) {
     EXPECT_EQ(indices_of(arr("double 1x2", {-inf, two_48 - 1}).get(), 2), (index_list{0, 281474976710655}));
     EXPECT_EQ(indices_of(sparse_arr("double 2x3", {{1, 0, 7}, {0, 2, 8}}).get(), 6),
               (index_list{0, 7, 0, 0, 8, 0}));
+    const array_ptr folded = sparse_arr("double 1x4", {{0, 1, 7}, {0, 3, 8}});
+    const std::size_t dims[] = {1, 2, 2};
+    folded->set_dimensions(dims);
+    EXPECT_EQ(indices_of(folded.get(), 4), (index_list{0, 7, 0, 8}));
+    const std::size_t without_rows[] = {0, 4};
+    folded->set_dimensions(without_rows);
+    EXPECT_EQ(indices_of(folded.get(), 0), index_list{});
     EXPECT_EQ(indices_of(matrix::create_colon_object(2, 2, 6).get(), 3), (index_list{2, 4, 6}));
     const array_ptr split = arr("double 1x2", {5, 6});
     ASSERT_TRUE(split->split_data(true));

@@ -159,6 +159,40 @@ TEST_F(ReferenceSparse, OfMoreThanTwoDimensionsCostsWhatIsSelected) {
               "TARVEL:badsubscript indexExceedsDims(3, 1099511627776x4, 2, 3, numeric)");
 }
 
+// Dimensions behind the second count as columns where no subscript tells them apart.
+TEST_F(ReferenceSparse, OfASourceOfMoreDimensionsIsAsOfTheFullArray) {
+    constexpr std::size_t dims[] = {2, 3, 2};
+    const array_ptr full = arr("double 2x3x2", {1, 0, 0, 0, 0, 2, 3, 0, 0, 0, 4, 5});
+    const array_ptr x = sparse_of(arr("double 2x6", {1, 0, 0, 0, 0, 2, 3, 0, 0, 0, 4, 5}));
+    x->set_dimensions(dims);
+    const auto one = [](double index) { return arr("double", {index}); };
+    const auto few = [] { return arr("double 1x3", {12, 1, 6}); };
+    EXPECT_THAT(at(x, colon()), EqualsArray(sparse_of(at(full, colon()))));
+    EXPECT_THAT(at(x, few()), EqualsArray(sparse_of(at(full, few()))));
+    EXPECT_THAT(at(x, range(11, -1, 1)), EqualsArray(sparse_of(at(full, range(11, -1, 1)))));
+    EXPECT_THAT(at(x, colon(), colon()), EqualsArray(sparse_of(at(full, colon(), colon()))));
+    EXPECT_THAT(at(x, one(2), range(6, -1, 2)), EqualsArray(sparse_of(at(full, one(2), range(6, -1, 2)))));
+    EXPECT_THAT(at(x, one(2), one(3), one(2)), EqualsArray(arr("double", {5})));
+    EXPECT_THAT(at(x, colon(), colon(), one(2)), EqualsArray(arr("double 2x3", {3, 0, 0, 0, 4, 5})));
+    EXPECT_EQ(error_at(x, one(1), one(4), one(1)),
+              "TARVEL:badsubscript indexExceedsDims(2, 2x3x2, 4, 3, numeric)");
+}
+
+// As of a full array without data.
+TEST_F(ReferenceSparse, OfAHeaderThatLostABlockIsZero) {
+    const array_ptr x = sparse_of(full_matrix());
+    for (const sparse_block& block : sparse_blocks) {
+        SCOPED_TRACE(block.name);
+        const std::uint64_t word = block.take(x.get());
+        for (const maker& subscript : linear_subscripts) {
+            EXPECT_THAT(at(x, subscript()), EqualsArray(sparse_of(at(arr("double 4x5"), subscript()))));
+        }
+        EXPECT_THAT(at(x, colon(), range(5, -2, 1)), EqualsArray(sparse_arr("double 4x3", {})));
+        EXPECT_THAT(at(x, colon(), colon(), ones("double 1x2")), EqualsArray(arr("double 4x5x2")));
+        block.put(x.get(), word);
+    }
+}
+
 TEST_F(ReferenceSparse, WarnsOnceOfARangeWithFractions) {
     const silent_warnings warnings;
     const array_ptr x = sparse_of(full_matrix());

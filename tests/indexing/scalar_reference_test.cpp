@@ -191,6 +191,38 @@ TEST_F(ScalarReference, TakesEveryRepresentationOfASubscript) {
     EXPECT_EQ(found(x.get(), subs_of(std::move(split))), "offset 6");
 }
 
+// There are elements, but nothing tells what they are; index 0 would be an offset before the array.
+TEST_F(ScalarReference, RefusesASubscriptWithoutData) {
+    const array_ptr x = arr("cell 3x4");
+    for (const char* const description :
+         {"double 1x1", "double 1x3", "int8 1x2", "char 1x2", "logical 1x3", "logical 1x1"}) {
+        const subscripts subs = subs_of(numbered(description));
+        void* const data = std::exchange(subs[0]->pdata, nullptr);
+        EXPECT_EQ(found(x.get(), subs), "TARVEL:badsubscript badTypeIndices(1, 3x4, none, 1)") << description;
+        subs[0]->pdata = data;
+    }
+    const subscripts mask = subs_of(sparse_arr("logical 3x4", {{1, 2, 1}}));
+    const subscripts number = subs_of(sparse_arr("double 1x1", {{0, 0, 4}}));
+    for (const subscripts* const subs : {&mask, &number}) {
+        ndArray_tag* const subscript = subs->front().get();
+        const std::uint64_t rows = std::exchange(subscript->info_a, 0);
+        const char* const value = subs == &mask ? "none" : "0";
+        EXPECT_EQ(found(x.get(), *subs),
+                  std::string("TARVEL:badsubscript badTypeIndices(1, 3x4, ") + value + ", 1)");
+        subscript->info_a = rows;
+    }
+}
+
+TEST_F(ScalarReference, CountsAllColumnsOfASparseMask) {
+    const array_ptr mask = sparse_arr("logical 2x6", {{1, 4, 1}, {1, 5, 1}});
+    const ndArray_tag* const subs[] = {mask.get()};
+    const std::size_t folded[] = {2, 3, 2};
+    mask->set_dimensions(folded);
+    kvIndex offset = untouched;
+    EXPECT_EQ(api::ndScalarRefConst(&offset, arr("cell 3x4").get(), 1, subs, 0), ndSCALAR_REF_IN_RANGE);
+    EXPECT_EQ(offset, 9u);
+}
+
 TEST_F(ScalarReference, OfAFieldCountsItsSlotsFirst) {
     const array_ptr s = struct_arr("2x2", {"a", "b", "c"});
     EXPECT_EQ(found(s.get(), subs_of(num(1)), 1), "offset 0");
@@ -451,6 +483,33 @@ TEST_F(ScalarReference, CountsWhatASubscriptSelects) {
     EXPECT_TRUE(api::ndSubsCount(x.get(), range(1.5, 1, 4).get(), 1, 1, &count));
     EXPECT_EQ(count, 3u);
     EXPECT_EQ(warnings.count(), 1u);
+}
+
+// The dimensions of its header are those of its operands.
+TEST_F(ScalarReference, CountsTheElementsOfARange) {
+    const array_ptr hundred = range(1, 1, 100);
+    const array_ptr nothing = range(1, 1, 0);
+    struct {
+        const ndArray_tag* source;
+        kvSize position, nsubs, count;
+    } const rows[] = {
+        {hundred.get(), 1, 1, 100}, {hundred.get(), 1, 2, 1}, {hundred.get(), 2, 2, 100},
+        {hundred.get(), 3, 3, 1},   {nothing.get(), 1, 1, 0}, {nothing.get(), 3, 3, 0},
+    };
+    for (const auto& row : rows) {
+        kvSize count = 99;
+        EXPECT_TRUE(api::ndSubsCount(row.source, colon().get(), row.position, row.nsubs, &count));
+        EXPECT_EQ(count, row.count) << row.position << " of " << row.nsubs;
+    }
+}
+
+TEST_F(ScalarReference, CountsNothingTrueWithoutData) {
+    const array_ptr mask = arr("logical 1x3", {1, 0, 1});
+    void* const data = std::exchange(mask->pdata, nullptr);
+    kvSize count = 99;
+    EXPECT_TRUE(api::ndSubsCount(numbered("double 1x3").get(), mask.get(), 1, 1, &count));
+    EXPECT_EQ(count, 0u);
+    mask->pdata = data;
 }
 
 } // namespace

@@ -305,6 +305,20 @@ TEST_F(Subscripts, WithoutIndexVectorsAreRefusedWhereTheyAreNeeded) {
     EXPECT_EQ(converted(truth), "[1 4] max 5");
 }
 
+// The blocks stay as they were when the dimensions are set.
+TEST_F(Subscripts, OfTruthFollowTheDimensionsOfASparseArray) {
+    const array_ptr truth = sparse_arr("logical 2x6", {{1, 0, 1}, {0, 2, 1}, {1, 5, 1}});
+    const std::size_t folded[] = {2, 3, 2};
+    truth->set_dimensions(folded);
+    EXPECT_EQ(converted(truth), "[1 4 11] max 12");
+    const std::size_t without_rows[] = {0, 6};
+    truth->set_dimensions(without_rows);
+    EXPECT_EQ(converted(truth), "nothing");
+    const std::size_t without_columns[] = {2, 0};
+    truth->set_dimensions(without_columns);
+    EXPECT_EQ(converted(truth), "nothing");
+}
+
 TEST_F(Subscripts, FillTheSlotsBehindAFieldSlot) {
     SubscriptSet set(3, true, true);
     EXPECT_EQ(set.start, 1u);

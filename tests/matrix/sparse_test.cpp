@@ -261,6 +261,11 @@ TEST_F(SparseAccess, AHeaderWithoutVectorsStoresNothing) {
     const array_ptr empty(api::ndCreateEmptyCopy(three_by_four().get()));
     EXPECT_EQ(starts_of(empty.get()), indices{0});
     EXPECT_EQ(api::ndGetNzmax(empty.get()), 1U);
+    const array_ptr without_rows = three_by_four();
+    const std::uint64_t rows = std::exchange(without_rows->info_a, 0);
+    EXPECT_EQ(matrix::find_sparse_k(without_rows.get(), 2, 3), 0U);
+    EXPECT_EQ(matrix::find_sparse_k(without_rows.get(), 0, 4), 0U);
+    without_rows->info_a = rows;
 }
 
 // The same words mean other things in arrays that aren't sparse.

@@ -198,6 +198,14 @@ TEST_F(SparseConversion, HeadersWithoutVectorsAreZero) {
     EXPECT_THAT(full_of(skeleton.get()), EqualsArray(arr("double 2x2")));
     EXPECT_THAT(create_converted_copy(skeleton.get(), ndLOGICAL_CLASS),
                 EqualsArray(sparse_arr("logical 2x2", {})));
+    for (const sparse_block& block : sparse_blocks) {
+        SCOPED_TRACE(block.name);
+        const std::uint64_t word = block.take(source.get());
+        EXPECT_THAT(full_of(source.get()), EqualsArray(arr("double 2x2")));
+        EXPECT_THAT(create_converted_copy(source.get(), ndLOGICAL_CLASS),
+                    EqualsArray(sparse_arr("logical 2x2", {})));
+        block.put(source.get(), word);
+    }
 }
 
 TEST_F(SparseConversion, TheViewOfASplitArrayCounts) {

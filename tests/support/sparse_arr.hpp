@@ -10,9 +10,12 @@
 
 #include "support/arr.hpp"
 
+#include <bit>
+#include <cstdint>
 #include <initializer_list>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace test {
 
@@ -39,5 +42,20 @@ inline matrix::array_ptr sparse_of(const matrix::array_ptr& full, std::size_t sl
 /// Where element (row, column) is stored among the values; no place when it is 0.
 inline constexpr std::size_t not_stored = ~std::size_t{0};
 std::size_t place_in(const ndArray_tag* sparse, std::size_t row, std::size_t column);
+
+/// The blocks of a sparse array, each of which can be missing.
+struct sparse_block {
+    const char* name;
+    std::uint64_t (*take)(ndArray_tag* sparse); ///< leaves null
+    void (*put)(ndArray_tag* sparse, std::uint64_t block);
+};
+inline constexpr sparse_block sparse_blocks[] = {
+    {"values", [](ndArray_tag* x) { return std::bit_cast<std::uint64_t>(std::exchange(x->pdata, nullptr)); },
+     [](ndArray_tag* x, std::uint64_t block) { x->pdata = std::bit_cast<void*>(block); }},
+    {"rows", [](ndArray_tag* x) { return std::exchange(x->info_a, 0); },
+     [](ndArray_tag* x, std::uint64_t block) { x->info_a = block; }},
+    {"column starts", [](ndArray_tag* x) { return std::exchange(x->info_b, 0); },
+     [](ndArray_tag* x, std::uint64_t block) { x->info_b = block; }},
+};
 
 } // namespace test

@@ -36,7 +36,8 @@ namespace matrix {
 
 /// The elements of a that subs, at least one, select: a new array of the same class, local and on no list. Elements of cells, structs
 /// and objects are shared with a. A complex array whose selected elements are all real gives a real one; a colon object stands for
-/// its elements. A sparse array gives a sparse one; where that would have more than two dimensions, a full one.
+/// its elements. A sparse array gives a sparse one; where that would have more than two dimensions, a full one, and so do more than
+/// two subscripts of one that was given more than two dimensions.
 /// Raises what the subscripts raise; TARVEL:badsubscript (TARVEL:matrix:indexExceedsDims) for a position outside a; TARVEL:pmaxsize and
 /// SizeLimitExceeded for the result; TARVEL:nomem; TARVEL:legacy_two_part:nindexIsZero without subscripts, and invalidInput of that
 /// group where the class of an indexing-opaque array can't tell its elements. a is unchanged then.
@@ -82,7 +83,8 @@ ND_EXPORT ndScalarRefConstResult ndScalarRefForAssignment(kvIndex* offset, kvSiz
                                                           const ndArray_tag* const* subs, std::size_t field);
 
 /// How many elements subscript number position, counted from 1, of nsubs selects; whether it fits the array isn't asked. False, with
-/// *count 0, for a class that can't be a subscript. Nothing is written for the colon at a position above nsubs.
+/// *count 0, for a class that can't be a subscript. Nothing is written for the colon at a position above nsubs. A colon object a is the
+/// row that it stands for. A full logical array without data has no true element.
 /// Raises what counting a colon object raises.
 ND_EXPORT bool ndSubsCount(const ndArray_tag* a, const ndArray_tag* subscript, kvSize position, kvSize nsubs,
                            kvSize* count);

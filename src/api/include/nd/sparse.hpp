@@ -5,6 +5,8 @@
  *   ir     the zero-based row of each value, ascending in a column
  *   jc     where each column starts in both, and behind the last column the number of stored values
  *   nzmax  how many values the blocks of values and of rows have room for, at least 1 in a new array
+ * Setting dimensions leaves all three alone: with more than two of them the array is the matrix of its columns. Where one of the
+ * blocks is missing references and conversions take every element as zero.
  * An array made from a full one stores no zero. Converting and dropping the imaginary part may leave zeros stored; a comparison
  * with a full array then finds a difference.
  *
