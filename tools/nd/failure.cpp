@@ -8,6 +8,8 @@ namespace nd_host {
 
 namespace {
 
+constexpr const char* out_of_memory = "TARVEL:nomem: out of memory";
+
 // The kinds that are told alike wherever they were raised; what is left goes on to the caller's handlers.
 failure known_failure() {
     try {
@@ -25,12 +27,22 @@ failure failure_of_call() {
     try {
         return known_failure();
     } catch (const std::bad_alloc&) {
-        return {exit_status::error_raised, "TARVEL:nomem: out of memory"};
+        return {exit_status::error_raised, out_of_memory};
     } catch (const std::exception& error) {
         return {exit_status::foreign_exception,
                 std::string("the addon threw a C++ exception: ") + error.what()};
     } catch (...) {
         return {exit_status::foreign_exception, "the addon threw something that is no C++ exception class"};
+    }
+}
+
+failure failure_of_line() {
+    try {
+        return known_failure();
+    } catch (const std::bad_alloc&) {
+        return {exit_status::error_raised, out_of_memory};
+    } catch (const std::exception& error) {
+        return {exit_status::internal, error.what()};
     }
 }
 

@@ -58,7 +58,7 @@ auto at_step(const path_step& step, Doing&& doing) -> decltype(doing()) {
     } catch (const placed_failure&) {
         throw;
     } catch (const std::exception&) {
-        throw placed_failure(failure_of_host(), place_of_error(step));
+        throw placed_failure(failure_of_line(), place_of_error(step));
     }
 }
 
