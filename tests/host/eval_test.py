@@ -49,6 +49,11 @@ class Shown(EvalTest):
         self.shows("c = {1, 'two'}", "c: 1x2 cell\n  {1}: 1x1 double 1\n  {2}: 1x3 char 'two'\n")
         self.shows("c = {1, 'two'}; c{:}", "ans: 1x1 double 1\nans: 1x3 char 'two'\n")
 
+    def test_a_variable_that_gets_two_values_has_the_last(self):
+        twice = "c = {1, [2 3]}; [a, a] = c{:}"
+        self.shows(twice, "a: 1x2 double [2 3]\na: 1x2 double [2 3]\n")
+        self.shows("a = 1; c = {{4}, 5}; [a, a{2}] = c{:}", "a: 1x2 cell\n  {1}: 1x1 double 4\n  {2}: 1x1 double 5\n" * 2)
+
     def test_long_values_are_elided_without_all(self):
         self.assertIn(b"...", self.eval("1:100").stdout)
         self.assertNotIn(b"...", self.eval("1:100", "--all").stdout)
