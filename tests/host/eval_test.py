@@ -82,6 +82,27 @@ class Failures(EvalTest):
         self.fails("x = [1 2", NOTATION, "nd:eval:syntax", 4)
         self.fails("'é', x(", NOTATION, "nd:eval:syntax", 7)
 
+    def test_lines_of_any_bytes_and_length_end_with_an_identifier(self):
+        many = 100000
+        for line in (b"(" * many, b"[" * many, b"{" * many + b"}" * many, b"x(" * many, b"-" * many + b"1", b"x" + b".a" * many + b" = 1",
+                     b"x = 0" + b"'" * many, b"9" * many, b"1e-" + b"9" * many, b"'" + b"a" * many, b"x = 1\0", b"\xFF\xFE x = 1",
+                     b"x" + b"{1}" * many + b" = 1", b"[" + b"a " * many + b"] = 5", b"zeros(end)", b"x.1", b"x{} = 1", b"[] = 5", b"x(1)(", b"..."):
+            result = self.eval(input=line + b"\n")
+            self.assertEqual(result.returncode, NOTATION, line[:20])
+            self.assertRegex(result.stderr, rb"^nd: nd:eval:\w+: .*\n  .*\n +\^\n$", line[:20])
+
+    def test_containers_in_one_another_have_no_end(self):
+        deep = b"c = {};\n" + b"c = {c};\n" * 20000
+        self.check(self.eval(input=deep + b"d = c; d{1}{1}{2} = 1; s.a = d; s(3) = s; d(1) = []; s(2) = []; c = 1;\n"), 0)
+
+    def test_text_has_to_be_utf8(self):
+        for broken in (b"\xFF", b"\xED\xA0\x80", b"\xC3"):
+            result = self.eval(input=b"x = 'a" + broken + b"'\n")
+            text = result.stderr.decode().splitlines()
+            self.assertEqual(result.returncode, NOTATION, text)
+            self.assertEqual(text[0], "nd: nd:eval:syntax: the text isn't UTF-8 here")
+            self.assertEqual(text[2], "        ^", text)
+
     def test_the_first_line_that_fails_is_the_last(self):
         result = self.eval("x = 1", "x(0)", "x = 2")
         self.assertEqual(result.returncode, RAISED)
