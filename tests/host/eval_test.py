@@ -143,6 +143,20 @@ class Addons(EvalTest):
         self.shows("[test_copies(4) 5]", "ans: 1x2 double [4 5]\n", "--addon", addon("test_copies"))
         self.shows("column_means = 5", "column_means: 1x1 double 5\n", "--addon", means)
 
+    def test_colon_objects_of_addons_are_rows(self):
+        for line, shown in (("size(x)", "1x2 double [1 5]"), ("size(x, 2)", "1x1 double 5"), ("numel(x)", "1x1 double 5"),
+                            ("x'", "5x1 double [1; 2; 3; 4; 5]"), ("reshape(x, 5, 1)", "5x1 double [1; 2; 3; 4; 5]"),
+                            ("[x 6]", "1x6 double [1 2 3 4 5 6]"), ("x(end)", "1x1 double 5")):
+            self.shows(["x = test_odd_values(1);", line], f"ans: {shown}\n", "--addon", addon("test_odd_values"))
+
+    def test_elements_without_data_are_zeros_and_empty_slots(self):
+        for which, line, shown in ((2, "x + 1", "1x1 double 1"), (2, "[x 1]", "1x2 double [0 1]"), (2, "1:x", "1x0 double"),
+                                   (3, "x + 1", "1x1 double 1"), (4, "y = [x {1}]; y{2}", "0x0 double"), (5, "x(2).a", "0x0 double"),
+                                   (6, "x{1} + 1", "1x1 double 1"), (7, "x{1}{2}", "0x0 double"),
+                                   (4, "x{2}(3) = 5; x{2}", "1x3 double [0 0 5]"), (5, "x(2).a(3) = 5; x(2).a", "1x3 double [0 0 5]"),
+                                   (6, "x{1}(2) = 5; x{1}", "1x2 double [0 5]"), (7, "x{1}{2}{1} = 5; x{1}{2}{1}", "1x1 double 5")):
+            self.shows([f"x = test_odd_values({which});", line], f"ans: {shown}\n", "--addon", addon("test_odd_values"))
+
     def test_failures_of_addons_have_a_place(self):
         means = addon("column_means")
         self.fails("x = 1; y = column_means()", OUTPUTS, means, 11, "--addon", means)

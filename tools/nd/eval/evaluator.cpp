@@ -259,7 +259,11 @@ std::vector<array_ptr> evaluator::call_function(const std::string& name, const e
     if (function != nullptr) {
         return alone(call(*function, std::move(values)));
     }
-    return around_.session.call(found->second, nlhs, values, around_.observer);
+    auto results = around_.session.call(found->second, nlhs, values, around_.observer);
+    for (array_ptr& result : results) {
+        result = with_data(std::move(result));
+    }
+    return results;
 }
 
 } // namespace nd_host::eval

@@ -76,7 +76,7 @@ array_ptr slot_to_write(const ndArray_tag& value, const subscript_list& subscrip
         return {};
     }
     const auto* const element = static_cast<const ndArray_tag* const*>(value.pdata)[offset];
-    return element != nullptr ? copy_of(*element) : array_ptr();
+    return element != nullptr ? copy_of_slot(element) : array_ptr();
 }
 
 std::size_t place_of_error(const path_step& step) {
