@@ -168,10 +168,26 @@ array_ptr sparse(arguments& args) {
     return matrix::detail::do_create_sparse(dims[0], dims[1], 0, ndDOUBLE_CLASS, ndREAL, true);
 }
 
+// A field's value for each element. The library would read a cell of another size as far as it goes.
+void refuse_other_sizes(const arguments& args) {
+    const ndArray_tag* first = nullptr;
+    for (std::size_t i = 1; i < args.size(); i += 2) {
+        const ndArray_tag* const value = args[i].get();
+        if (!nd_array_api::ndIsCell(value) || elements_of(*value) == 1) {
+            continue;
+        }
+        if (first != nullptr && dims_of(*first) != dims_of(*value)) {
+            refuse("the cells have different sizes");
+        }
+        first = value;
+    }
+}
+
 array_ptr structure(arguments& args) {
     if (args.size() % 2 != 0) {
         refuse("struct takes pairs of name and value");
     }
+    refuse_other_sizes(args);
     return matrix::struct_conversion_fcn(static_cast<int>(args.size()), args.data());
 }
 
