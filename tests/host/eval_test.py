@@ -82,6 +82,8 @@ class Failures(EvalTest):
         self.fails("x = 1; y", NOTATION, "nd:eval:undefinedName", 7)
         self.fails("x = 5 + 'a'", NOTATION, "nd:eval:operands", 6)
         self.fails("s.a = 1; s.b", NOTATION, "nd:eval:undefinedField", 10)
+        self.fails("s." + "a" * 2049 + " = 1", RAISED, "TARVEL:AddField:InvalidFieldName", 1)
+        self.fails("s.b = 1; s." + "a" * 2049 + " = 1", RAISED, "TARVEL:AddField:InvalidFieldName", 10)
         self.fails("x = [1 2", NOTATION, "nd:eval:syntax", 4)
         self.fails("'é', x(", NOTATION, "nd:eval:syntax", 7)
 

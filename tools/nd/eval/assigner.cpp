@@ -42,8 +42,8 @@ void assign_field(ndArray_tag& target, const subscript_list& subscripts, array_p
 }
 
 array_ptr struct_with(const std::string& field, array_ptr value) {
-    const std::array names{field.c_str()};
-    array_ptr one = matrix::detail::do_create_struct(std::array<std::size_t, 2>{1, 1}, names);
+    array_ptr one = matrix::detail::do_create_struct(std::array<std::size_t, 2>{1, 1}, {});
+    nd_array_api::ndAddFieldToStruct(one.get(), field.c_str()); // which tests the name
     nd_array_api::ndSetFieldByNumber(one.get(), 0, 0, value.get());
     value.release(); // the struct's from here on
     return one;
