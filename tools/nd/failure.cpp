@@ -2,6 +2,7 @@
 
 #include <foundation/core/except/exception.hpp>
 
+#include <cstdio>
 #include <new>
 
 namespace nd_host {
@@ -53,6 +54,17 @@ failure failure_of_host() {
         return {exit_status::internal, "out of memory"};
     } catch (const std::exception& error) {
         return {exit_status::internal, error.what()};
+    }
+}
+
+exit_status tell_failure() {
+    try {
+        const failure why = failure_of_host();
+        std::fprintf(stderr, "nd: %s\n", why.what());
+        return why.status();
+    } catch (const std::bad_alloc&) {
+        std::fputs("nd: out of memory\n", stderr);
+        return exit_status::internal;
     }
 }
 

@@ -44,6 +44,9 @@ failure failure_of_call();
 failure failure_of_line();
 failure failure_of_host();
 
+/// Tells what failure_of_host() says on standard error; also where memory is too short for a failure. Its status.
+exit_status tell_failure();
+
 } // namespace nd_host
 
 #endif
