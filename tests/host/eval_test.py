@@ -49,6 +49,11 @@ class Shown(EvalTest):
         self.shows("c = {1, 'two'}", "c: 1x2 cell\n  {1}: 1x1 double 1\n  {2}: 1x3 char 'two'\n")
         self.shows("c = {1, 'two'}; c{:}", "ans: 1x1 double 1\nans: 1x3 char 'two'\n")
 
+    def test_a_variable_that_gets_two_values_has_the_last(self):
+        twice = "c = {1, [2 3]}; [a, a] = c{:}"
+        self.shows(twice, "a: 1x2 double [2 3]\na: 1x2 double [2 3]\n")
+        self.shows("a = 1; c = {{4}, 5}; [a, a{2}] = c{:}", "a: 1x2 cell\n  {1}: 1x1 double 4\n  {2}: 1x1 double 5\n" * 2)
+
     def test_long_values_are_elided_without_all(self):
         self.assertIn(b"...", self.eval("1:100").stdout)
         self.assertNotIn(b"...", self.eval("1:100", "--all").stdout)
@@ -68,14 +73,40 @@ class Failures(EvalTest):
         self.fails("x = 1:5; x(1, 7)", RAISED, "TARVEL:badsubscript", 14)
         self.fails("x = ones(2); x(1, 2.5) = 3", RAISED, "TARVEL:badsubscript", 18)
         self.fails("x = ones(2); x(7) = 1", RAISED, "TARVEL:indexed_matrix_cannot_be_resized", 14)
+        self.fails("c = {1, 1}; x = ones(2); x(c{:}, 9, 1)", RAISED, "TARVEL:badsubscript", 33)
+        self.fails("c = {1, 9}; x = ones(2); x(c{:})", RAISED, "TARVEL:badsubscript", 27)
+        self.fails("c = {1, 1}; x = ones(2); x(c{:}, 9, 1) = 'a':'b'", RAISED, "TARVEL:subsassigndimmismatch", 26)
         self.fails("x = 1:5; x(1:2) = [1 2 3]", RAISED, "TARVEL:subsassigndimmismatch", 10)
         self.fails("x = 1:5; y = x(x(0))", RAISED, "TARVEL:badsubscript", 17)
         self.fails("x = int8(1):int16(2)", RAISED, "TARVEL:colon:mixedNonDoubleOperands", 4)
         self.fails("x = 1; y", NOTATION, "nd:eval:undefinedName", 7)
         self.fails("x = 5 + 'a'", NOTATION, "nd:eval:operands", 6)
         self.fails("s.a = 1; s.b", NOTATION, "nd:eval:undefinedField", 10)
+        self.fails("s." + "a" * 2049 + " = 1", RAISED, "TARVEL:AddField:InvalidFieldName", 1)
+        self.fails("s.b = 1; s." + "a" * 2049 + " = 1", RAISED, "TARVEL:AddField:InvalidFieldName", 10)
         self.fails("x = [1 2", NOTATION, "nd:eval:syntax", 4)
         self.fails("'é', x(", NOTATION, "nd:eval:syntax", 7)
+
+    def test_lines_of_any_bytes_and_length_end_with_an_identifier(self):
+        many = 100000
+        for line in (b"(" * many, b"[" * many, b"{" * many + b"}" * many, b"x(" * many, b"-" * many + b"1", b"x" + b".a" * many + b" = 1",
+                     b"x = 0" + b"'" * many, b"9" * many, b"1e-" + b"9" * many, b"'" + b"a" * many, b"x = 1\0", b"\xFF\xFE x = 1",
+                     b"x" + b"{1}" * many + b" = 1", b"[" + b"a " * many + b"] = 5", b"zeros(end)", b"x.1", b"x{} = 1", b"[] = 5", b"x(1)(", b"..."):
+            result = self.eval(input=line + b"\n")
+            self.assertEqual(result.returncode, NOTATION, line[:20])
+            self.assertRegex(result.stderr, rb"^nd: nd:eval:\w+: .*\n  .*\n +\^\n$", line[:20])
+
+    def test_containers_in_one_another_have_no_end(self):
+        deep = b"c = {};\n" + b"c = {c};\n" * 20000
+        self.check(self.eval(input=deep + b"d = c; d{1}{1}{2} = 1; s.a = d; s(3) = s; d(1) = []; s(2) = []; c = 1;\n"), 0)
+
+    def test_text_has_to_be_utf8(self):
+        for broken in (b"\xFF", b"\xED\xA0\x80", b"\xC3"):
+            result = self.eval(input=b"x = 'a" + broken + b"'\n")
+            text = result.stderr.decode().splitlines()
+            self.assertEqual(result.returncode, NOTATION, text)
+            self.assertEqual(text[0], "nd: nd:eval:syntax: the text isn't UTF-8 here")
+            self.assertEqual(text[2], "        ^", text)
 
     def test_the_first_line_that_fails_is_the_last(self):
         result = self.eval("x = 1", "x(0)", "x = 2")
@@ -116,6 +147,20 @@ class Addons(EvalTest):
         self.shows(" [a, b] = test_copies(1, [2 3]); b", "b: 1x2 double [2 3]\n", "--addon", addon("test_copies"))
         self.shows("[test_copies(4) 5]", "ans: 1x2 double [4 5]\n", "--addon", addon("test_copies"))
         self.shows("column_means = 5", "column_means: 1x1 double 5\n", "--addon", means)
+
+    def test_colon_objects_of_addons_are_rows(self):
+        for line, shown in (("size(x)", "1x2 double [1 5]"), ("size(x, 2)", "1x1 double 5"), ("numel(x)", "1x1 double 5"),
+                            ("x'", "5x1 double [1; 2; 3; 4; 5]"), ("reshape(x, 5, 1)", "5x1 double [1; 2; 3; 4; 5]"),
+                            ("[x 6]", "1x6 double [1 2 3 4 5 6]"), ("x(end)", "1x1 double 5")):
+            self.shows(["x = test_odd_values(1);", line], f"ans: {shown}\n", "--addon", addon("test_odd_values"))
+
+    def test_elements_without_data_are_zeros_and_empty_slots(self):
+        for which, line, shown in ((2, "x + 1", "1x1 double 1"), (2, "[x 1]", "1x2 double [0 1]"), (2, "1:x", "1x0 double"),
+                                   (3, "x + 1", "1x1 double 1"), (4, "y = [x {1}]; y{2}", "0x0 double"), (5, "x(2).a", "0x0 double"),
+                                   (6, "x{1} + 1", "1x1 double 1"), (7, "x{1}{2}", "0x0 double"),
+                                   (4, "x{2}(3) = 5; x{2}", "1x3 double [0 0 5]"), (5, "x(2).a(3) = 5; x(2).a", "1x3 double [0 0 5]"),
+                                   (6, "x{1}(2) = 5; x{1}", "1x2 double [0 5]"), (7, "x{1}{2}{1} = 5; x{1}{2}{1}", "1x1 double 5")):
+            self.shows([f"x = test_odd_values({which});", line], f"ans: {shown}\n", "--addon", addon("test_odd_values"))
 
     def test_failures_of_addons_have_a_place(self):
         means = addon("column_means")

@@ -18,6 +18,7 @@ using nd_host::exit_status;
 using nd_host::failure;
 using nd_host::failure_of_call;
 using nd_host::failure_of_host;
+using nd_host::failure_of_line;
 
 template <class Throws>
 failure failure_from(failure (*kind)(), Throws&& throws) {
@@ -65,7 +66,7 @@ TEST(Failures, ErrorsOfTheLibraryKeepTheirIdentifierInTheCallAndOutside) {
 
 TEST(Failures, FailuresStayWhatTheyAre) {
     const auto broken = [] { throw failure(exit_status::broken_outputs, "x.so: output 2"); };
-    for (const auto kind : {failure_of_call, failure_of_host}) {
+    for (const auto kind : {failure_of_call, failure_of_line, failure_of_host}) {
         expect(failure_from(kind, broken), exit_status::broken_outputs, "x.so: output 2");
     }
 }
@@ -79,6 +80,9 @@ TEST(Failures, OtherExceptionsAreTheAddonsOrTheHosts) {
     expect(failure_from(failure_of_call, standard), exit_status::foreign_exception,
            "the addon threw a C++ exception: seven");
     expect(failure_from(failure_of_host, standard), exit_status::internal, "seven");
+    expect(failure_from(failure_of_line, no_memory), exit_status::error_raised,
+           "TARVEL:nomem: out of memory");
+    expect(failure_from(failure_of_line, standard), exit_status::internal, "seven");
     expect(failure_from(failure_of_call, [] { throw 42; }), exit_status::foreign_exception,
            "the addon threw something that is no C++ exception class");
 }

@@ -112,6 +112,20 @@ bool line_passes_with(long allowed, const char* setup, const char* line) {
     return false;
 }
 
+TEST(ShortOfMemory, TheLastWordNeedsNone) {
+    nd_host::exit_status status = nd_host::exit_status::success;
+    testing::internal::CaptureStderr();
+    try {
+        throw std::bad_alloc();
+    } catch (const std::exception&) {
+        remaining = 0;
+        status = nd_host::tell_failure();
+        remaining = -1;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "nd: out of memory\n");
+    EXPECT_EQ(status, nd_host::exit_status::internal);
+}
+
 TEST(ShortOfMemory, LinesFailAndLeaveVariables) {
     test::start_library();
     constexpr const char* setup = "x = {1, [4 5 6], 'abc'}; s.a = {[1 2]}; v = 1:5";

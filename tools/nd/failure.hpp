@@ -37,10 +37,15 @@ private:
     exit_status status_;
 };
 
-/// The exception that is being handled, as a failure: thrown by an addon function, or elsewhere in the host. Errors of the library
-/// keep their identifier in both. For use in a catch block; failure_of_host() in one for std::exception.
+/// The exception that is being handled, as a failure: thrown by an addon function, by what a line of the notation asks of the library, or
+/// elsewhere in the host. Errors of the library keep their identifier in all of them. For use in a catch block; but for
+/// failure_of_call() in one for std::exception.
 failure failure_of_call();
+failure failure_of_line();
 failure failure_of_host();
+
+/// Tells what failure_of_host() says on standard error; also where memory is too short for a failure. Its status.
+exit_status tell_failure();
 
 } // namespace nd_host
 

@@ -11,7 +11,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <vector>
@@ -65,11 +64,6 @@ void add_eval(CLI::App& app, nd_host::eval_options& options) {
     eval->callback([&options] { nd_host::run_eval(options); });
 }
 
-int fail(const nd_host::failure& why) {
-    std::fprintf(stderr, "nd: %s\n", why.what());
-    return static_cast<int>(why.status());
-}
-
 // The words of the command line. CLI11 would take "[1 2]" apart as a list of values; a blank in front keeps it whole, and means nothing
 // in a line of the notation.
 std::vector<std::string> words_of(int argc, char** argv) {
@@ -111,6 +105,6 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const std::exception&) {
-        return fail(nd_host::failure_of_host());
+        return static_cast<int>(nd_host::tell_failure());
     }
 }

@@ -66,7 +66,9 @@ TEST(EvalLexer, RefusesWhatIsNoToken) {
     const struct {
         const char* source;
         std::size_t place;
-    } cases[] = {{"x = 'abc", 4}, {"x = 'abc\n'", 4}, {"3x", 1}, {"3ij", 2}, {"a & b", 2}, {"x = \"a\"", 4}};
+    } cases[] = {{"x = 'abc", 4},    {"x = 'abc\n'", 4},    {"3x", 1},
+                 {"3ij", 2},         {"a & b", 2},          {"x = \"a\"", 4},
+                 {"x = 'a\xFF'", 6}, {"'\xED\xA0\x80'", 1}, {"'é\xC3'", 3}};
     for (const auto& c : cases) {
         try {
             tokens_of(c.source);

@@ -42,8 +42,8 @@ void assign_field(ndArray_tag& target, const subscript_list& subscripts, array_p
 }
 
 array_ptr struct_with(const std::string& field, array_ptr value) {
-    const std::array names{field.c_str()};
-    array_ptr one = matrix::detail::do_create_struct(std::array<std::size_t, 2>{1, 1}, names);
+    array_ptr one = matrix::detail::do_create_struct(std::array<std::size_t, 2>{1, 1}, {});
+    nd_array_api::ndAddFieldToStruct(one.get(), field.c_str()); // which tests the name
     nd_array_api::ndSetFieldByNumber(one.get(), 0, 0, value.get());
     value.release(); // the struct's from here on
     return one;
@@ -58,11 +58,11 @@ array_ptr with_field(const ndArray_tag& target, const std::string& field) {
 }
 
 // The one element that x.f means when x has no more.
-subscript_list first_element(const ndArray_tag& target) {
+subscript_list first_element(const ndArray_tag& target, std::size_t place) {
     if (nd_array_api::ndGetNumberOfElements(&target) > 1) {
         throw notation_error("valueCount", "the struct has more than one element; say which");
     }
-    subscript_list list;
+    subscript_list list(place);
     list.add(scalar(1.0));
     return list;
 }
@@ -105,11 +105,11 @@ void assigner::store_elements(array_ptr& target, std::span<const path_step> path
     const path_step& step = path.front();
     const subscript_list subscripts = some_subscripts(step, *target);
     if (path.size() > 1) {
-        array_ptr part = at_step(step, [&] { return elements(*target, subscripts); });
+        array_ptr part = at_step(subscripts, [&] { return elements(*target, subscripts); });
         store(part, path.subspan(1), std::move(value));
         value = std::move(part);
     }
-    at_step(step,
+    at_step(subscripts,
             [&] { value ? assign(*target, subscripts, std::move(value)) : remove(*target, subscripts); });
 }
 
@@ -124,10 +124,10 @@ void assigner::store_content(array_ptr& target, std::span<const path_step> path,
     }
     array_ptr content;
     if (path.size() > 1 && !new_cell) {
-        content = at_step(step, [&] { return slot_to_write(*target, subscripts, 0); });
+        content = at_step(subscripts, [&] { return slot_to_write(*target, subscripts, 0); });
     }
     store(content, path.subspan(1), std::move(value));
-    at_step(step, [&] { assign(*target, subscripts, cell_around(std::move(content))); });
+    at_step(subscripts, [&] { assign(*target, subscripts, cell_around(std::move(content))); });
 }
 
 // x(i).f... = value, x.f... = value
@@ -140,17 +140,18 @@ void assigner::store_field(array_ptr& target, std::span<const path_step> path, a
     if (!new_struct && !nd_array_api::ndIsStruct(target.get())) {
         at(field.place, [&] { field_number(*target, field.field); }); // which says that it is none
     }
-    const subscript_list subscripts = with_subscripts
-                                          ? some_subscripts(step, *target)
-                                          : at(step.place, [&] { return first_element(*target); });
+    const subscript_list subscripts =
+        with_subscripts ? some_subscripts(step, *target)
+                        : at(step.place, [&] { return first_element(*target, step.place); });
     const int known = new_struct ? -1 : nd_array_api::ndGetFieldNumber(target.get(), field.field.c_str());
     array_ptr content;
     if (!rest.empty() && known >= 0) {
-        content = at_step(
-            step, [&] { return slot_to_write(*target, subscripts, static_cast<std::size_t>(known) + 1); });
+        content = at_step(subscripts, [&] {
+            return slot_to_write(*target, subscripts, static_cast<std::size_t>(known) + 1);
+        });
     }
     store(content, rest, std::move(value));
-    at_step(step, [&] {
+    at_step(subscripts, [&] {
         if (new_struct) {
             assign(*target, subscripts, struct_with(field.field, std::move(content)));
         } else if (known >= 0) {

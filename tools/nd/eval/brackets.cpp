@@ -42,6 +42,11 @@ struct result_kind {
         cls = cls == ndUNKNOWN_CLASS ? its : stronger(cls, its);
         is_complex = is_complex || nd_array_api::ndIsComplex(&part);
     }
+
+    // What isn't a number has no imaginary part: complex numbers among text are for their conversion to refuse.
+    ndComplexity complexity() const {
+        return is_complex && nd_array_api::ndIsNumericArrayType(cls) ? ndCOMPLEX : ndREAL;
+    }
 };
 
 array_ptr fitted(array_ptr part, const result_kind& kind) {
@@ -53,7 +58,7 @@ array_ptr fitted(array_ptr part, const result_kind& kind) {
         part = matrix::convert_if_needed(std::move(part), ndDOUBLE_CLASS); // the way that there is to char
     }
     part = matrix::convert_if_needed(std::move(part), kind.cls);
-    if (kind.is_complex && !nd_array_api::ndIsComplex(part.get())) {
+    if (kind.complexity() == ndCOMPLEX && !nd_array_api::ndIsComplex(part.get())) {
         nd_array_api::ndUnshareArray(part.get(), 1);
         nd_array_api::ndInflateRealToComplex(part.get());
     }
@@ -97,6 +102,9 @@ extent extent_of(const part_rows& rows) {
 
 // Puts part into result, its first element at (row, column). Both are of one class and complexity.
 void put(ndArray_tag& result, const ndArray_tag& part, std::size_t row, std::size_t column) {
+    if (nd_array_api::ndIsEmpty(&part)) {
+        return; // however many columns without elements it has
+    }
     const std::size_t m = nd_array_api::ndGetM(&part);
     const std::size_t height = nd_array_api::ndGetM(&result);
     for (std::size_t j = 0; j < nd_array_api::ndGetN(&part); ++j) {
@@ -106,7 +114,7 @@ void put(ndArray_tag& result, const ndArray_tag& part, std::size_t row, std::siz
                 ndArray_tag* const element = nd_array_api::ndGetCell(&part, j * m + i);
                 nd_array_api::ndSetCopyInCell(&result, to + i, element);
             }
-        } else if (m != 0) {
+        } else {
             const std::size_t size = nd_array_api::ndGetElementSize(&result);
             std::memcpy(static_cast<char*>(result.pdata) + to * size,
                         static_cast<const char*>(part.pdata) + j * m * size, m * size);
@@ -119,7 +127,7 @@ array_ptr created(const extent& size, const result_kind& kind) {
     if (kind.cls == ndCELL_CLASS) {
         return matrix::create_cell(dims);
     }
-    return matrix::create(dims, kind.cls, kind.is_complex ? ndCOMPLEX : ndREAL);
+    return matrix::create(dims, kind.cls, kind.complexity());
 }
 
 array_ptr joined(const part_rows& rows, const result_kind& kind) {

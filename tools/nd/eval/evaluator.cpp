@@ -38,6 +38,12 @@ double value_of_digits(const std::string& digits) {
     return value;
 }
 
+// c{...} and s.name, also at the end of a longer path.
+bool may_be_several(const expression& what) {
+    const auto* path = std::get_if<path_expression>(&what.node);
+    return path != nullptr && path->path.back().kind != step_kind::parentheses;
+}
+
 std::vector<array_ptr> alone(array_ptr value) {
     std::vector<array_ptr> values;
     values.push_back(std::move(value));
@@ -87,7 +93,7 @@ array_ptr evaluator::value_of(const end_literal&) {
 }
 
 array_ptr evaluator::value_of(const range_expression& node, bool as_object) {
-    subscript_list operands;
+    subscript_list operands(0);
     operands.add(one(*node.start));
     if (node.step) {
         operands.add(one(*node.step));
@@ -138,18 +144,34 @@ private:
     std::vector<end_context>& all_;
 };
 
+std::vector<array_ptr> evaluator::values_of_subscript(const expression& subscript,
+                                                      const end_context& context) {
+    const end_in meaning(ends_, context);
+    if (const auto* node = std::get_if<range_expression>(&subscript.node)) {
+        return alone(at(subscript.place, [&] { return value_of(*node, true); }));
+    }
+    return many(subscript);
+}
+
+// Those that may be several, or none, come first: end asks how many subscripts there are.
 subscript_list evaluator::subscripts(const path_step& step, const ndArray_tag& value) {
-    subscript_list list;
-    const std::size_t count = step.subscripts.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        const expression& subscript = *step.subscripts[i];
-        const end_in meaning(ends_, {&value, i + 1, count});
-        if (const auto* node = std::get_if<range_expression>(&subscript.node)) {
-            list.add(at(subscript.place, [&] { return value_of(*node, true); }));
-        } else {
-            for (array_ptr& one_of_them : many(subscript)) {
-                list.add(std::move(one_of_them));
-            }
+    const std::size_t written = step.subscripts.size();
+    std::vector<std::vector<array_ptr>> values(written);
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < written; ++i) {
+        const bool several = may_be_several(*step.subscripts[i]);
+        if (several) {
+            values[i] = values_of_subscript(*step.subscripts[i], {&value, i + 1, written});
+        }
+        count += several ? values[i].size() : 1;
+    }
+    subscript_list list(step.place);
+    for (std::size_t i = 0; i < written; ++i) {
+        if (!may_be_several(*step.subscripts[i])) {
+            values[i] = values_of_subscript(*step.subscripts[i], {&value, list.size() + 1, count});
+        }
+        for (array_ptr& one_of_them : values[i]) {
+            list.add(std::move(one_of_them), step.subscripts[i]->place);
         }
     }
     return list;
@@ -208,21 +230,21 @@ std::vector<array_ptr> evaluator::values_of_step(const ndArray_tag& value, const
                                                  std::size_t& next) {
     const path_step& step = path[next++];
     if (step.kind == step_kind::field) {
-        subscript_list every;
+        subscript_list every(step.place);
         every.add(value_of(all_literal{}));
         return at(step.place, [&] { return field_values(value, every, step.field); });
     }
     const subscript_list list = subscripts(step, value);
     if (step.kind == step_kind::braces) {
-        return at_step(step, [&] { return contents(value, list); });
+        return at_step(list, [&] { return contents(value, list); });
     }
     const bool field_follows = list.size() != 0 && next < path.size() && path[next].kind == step_kind::field;
     if (!field_follows) {
-        return at_step(step, [&] { return alone(elements(value, list)); });
+        return at_step(list, [&] { return alone(elements(value, list)); });
     }
     const path_step& field = path[next++];
     at(field.place, [&] { return field_number(value, field.field); });
-    return at_step(step, [&] { return field_values(value, list, field.field); });
+    return at_step(list, [&] { return field_values(value, list, field.field); });
 }
 
 // int64(9007199254740993): a double wouldn't hold the digits.
@@ -259,7 +281,11 @@ std::vector<array_ptr> evaluator::call_function(const std::string& name, const e
     if (function != nullptr) {
         return alone(call(*function, std::move(values)));
     }
-    return around_.session.call(found->second, nlhs, values, around_.observer);
+    auto results = around_.session.call(found->second, nlhs, values, around_.observer);
+    for (array_ptr& result : results) {
+        result = with_data(std::move(result));
+    }
+    return results;
 }
 
 } // namespace nd_host::eval

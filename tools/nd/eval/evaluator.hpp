@@ -72,6 +72,7 @@ private:
                                           std::size_t& next);
     std::vector<array_ptr> call_function(const std::string& name, const expression_list& arguments, int nlhs);
     array_ptr exact_integer(const std::string& function, const expression_list& arguments) const;
+    std::vector<array_ptr> values_of_subscript(const expression& subscript, const end_context& context);
     const ndArray_tag* variable(const expression& what) const;
 
     const workspace& variables_;

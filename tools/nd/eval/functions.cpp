@@ -105,23 +105,35 @@ array_ptr cell(arguments& args) { return matrix::create_cell(args.empty() ? size
 
 /* Questions. */
 
-array_ptr size(arguments& args) {
-    const ndArray_tag& array = *args[0];
-    const std::size_t ndims = nd_array_api::ndGetNumberOfDimensions(&array);
+// Of a colon object those of the row that it stands for.
+sizes dims_of(const ndArray_tag& array) {
+    if (nd_array_api::ndIsColonObj(&array)) {
+        return {1, nd_array_api::ndCountColonObj(&array)};
+    }
     const kvSize* const dims = nd_array_api::ndGetDimensions(&array);
+    return {dims, dims + nd_array_api::ndGetNumberOfDimensions(&array)};
+}
+
+std::size_t elements_of(const ndArray_tag& array) {
+    return nd_array_api::ndIsColonObj(&array) ? nd_array_api::ndCountColonObj(&array)
+                                              : nd_array_api::ndGetNumberOfElements(&array);
+}
+
+array_ptr size(arguments& args) {
+    const sizes dims = dims_of(*args[0]);
     if (args.size() == 2) {
         const sizes which = sizes_in(*args[1]);
         if (which.size() != 1 || which[0] == 0) {
             refuse("the dimension has to be a number from 1");
         }
-        return count(which[0] <= ndims ? dims[which[0] - 1] : 1);
+        return count(which[0] <= dims.size() ? dims[which[0] - 1] : 1);
     }
-    array_ptr result = matrix::create(std::array<std::size_t, 2>{1, ndims}, ndDOUBLE_CLASS, ndREAL);
-    std::copy(dims, dims + ndims, static_cast<double*>(result->pdata));
+    array_ptr result = matrix::create(std::array<std::size_t, 2>{1, dims.size()}, ndDOUBLE_CLASS, ndREAL);
+    std::copy(dims.begin(), dims.end(), static_cast<double*>(result->pdata));
     return result;
 }
-array_ptr numel(arguments& args) { return count(nd_array_api::ndGetNumberOfElements(args[0].get())); }
-array_ptr ndims(arguments& args) { return count(nd_array_api::ndGetNumberOfDimensions(args[0].get())); }
+array_ptr numel(arguments& args) { return count(elements_of(*args[0])); }
+array_ptr ndims(arguments& args) { return count(dims_of(*args[0]).size()); }
 array_ptr nnz(arguments& args) {
     const array_ptr stored = matrix::convert_to_sparse_if_needed(std::move(args[0]));
     return count(nd_array_api::ndGetNumNonZeroEl(stored.get()));
@@ -129,7 +141,7 @@ array_ptr nnz(arguments& args) {
 array_ptr class_of(arguments& args) {
     return text_row(nd_array_api::ndArrayClassIDName(nd_array_api::ndGetArrayType(args[0].get())));
 }
-array_ptr isempty(arguments& args) { return logical_scalar(nd_array_api::ndIsEmpty(args[0].get())); }
+array_ptr isempty(arguments& args) { return logical_scalar(elements_of(*args[0]) == 0); }
 array_ptr isreal(arguments& args) { return logical_scalar(!nd_array_api::ndIsComplex(args[0].get())); }
 array_ptr issparse(arguments& args) { return logical_scalar(nd_array_api::ndIsSparse(args[0].get())); }
 array_ptr fieldnames(arguments& args) {
@@ -156,10 +168,26 @@ array_ptr sparse(arguments& args) {
     return matrix::detail::do_create_sparse(dims[0], dims[1], 0, ndDOUBLE_CLASS, ndREAL, true);
 }
 
+// A field's value for each element. The library would read a cell of another size as far as it goes.
+void refuse_other_sizes(const arguments& args) {
+    const ndArray_tag* first = nullptr;
+    for (std::size_t i = 1; i < args.size(); i += 2) {
+        const ndArray_tag* const value = args[i].get();
+        if (!nd_array_api::ndIsCell(value) || elements_of(*value) == 1) {
+            continue;
+        }
+        if (first != nullptr && dims_of(*first) != dims_of(*value)) {
+            refuse("the cells have different sizes");
+        }
+        first = value;
+    }
+}
+
 array_ptr structure(arguments& args) {
     if (args.size() % 2 != 0) {
         refuse("struct takes pairs of name and value");
     }
+    refuse_other_sizes(args);
     return matrix::struct_conversion_fcn(static_cast<int>(args.size()), args.data());
 }
 
@@ -172,7 +200,8 @@ array_ptr reshape(arguments& args) {
     if (nd_array_api::ndIsSparse(args[0].get())) {
         refuse("sparse arrays can't be reshaped");
     }
-    if (product != nd_array_api::ndGetNumberOfElements(args[0].get())) {
+    args[0] = matrix::convert_to_full_if_needed(std::move(args[0])); // a colon object becomes a row
+    if (product != elements_of(*args[0])) {
         refuse("the number of elements has to stay");
     }
     args[0]->set_dimensions(dims);

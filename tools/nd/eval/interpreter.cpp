@@ -51,7 +51,10 @@ std::vector<named_value> interpreter::run(const statement& what) {
         results[i].name = what.targets[i].name;
     }
     for (std::size_t i = 0; i < wanted; ++i) {
-        results[i].value = assign(what.targets[i], std::move(values[i]));
+        assign(what.targets[i], std::move(values[i]));
+    }
+    for (named_value& result : results) { // a variable may stand there twice: it has its last value now
+        result.value = variables_.find(result.name)->second.get();
     }
     return results;
 }
@@ -75,19 +78,18 @@ std::vector<named_value> interpreter::show(const expression& what) {
     return results;
 }
 
-// The variable's new value.
-const ndArray_tag* interpreter::assign(const assignment_target& target, array_ptr value) {
-    return at(target.place, [&]() -> const ndArray_tag* {
+void interpreter::assign(const assignment_target& target, array_ptr value) {
+    at(target.place, [&] {
         evaluator subscripts(variables_, around_);
         assigner storing(subscripts);
         const auto found = variables_.find(target.name);
         if (found != variables_.end()) {
             storing.store(found->second, target.path, std::move(value));
-            return found->second.get();
+            return;
         }
         array_ptr fresh;
         storing.store(fresh, target.path, std::move(value));
-        return variables_.emplace(target.name, std::move(fresh)).first->second.get();
+        variables_.emplace(target.name, std::move(fresh));
     });
 }
 

@@ -38,7 +38,7 @@ public:
 
 private:
     std::vector<named_value> show(const expression& what);
-    const ndArray_tag* assign(const assignment_target& target, array_ptr value);
+    void assign(const assignment_target& target, array_ptr value);
 
     workspace variables_;
     std::map<std::string, addon, std::less<>> addons_;

@@ -1,6 +1,7 @@
 #include "eval/lexer.hpp"
 
 #include "eval/notation_error.hpp"
+#include "utf8.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -100,8 +101,20 @@ private:
             next_ += peek(0) == '\'' ? 1 : 0;
             text.text += peek(0);
         }
+        refuse_broken_utf8(text.place + 1);
         ++next_;
         tokens_.push_back(std::move(text));
+    }
+
+    // From there up to the next byte.
+    void refuse_broken_utf8(std::size_t from) const {
+        while (from < next_) {
+            const std::size_t length = character_length(source_.substr(from, next_ - from));
+            if (length == 0) {
+                fail("the text isn't UTF-8 here", from);
+            }
+            from += length;
+        }
     }
 
     void add_symbol(char c) {

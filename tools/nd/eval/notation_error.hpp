@@ -49,7 +49,7 @@ auto at(std::size_t place, Doing&& doing) -> decltype(std::forward<Doing>(doing)
     } catch (const placed_failure&) {
         throw;
     } catch (const std::exception&) {
-        throw placed_failure(failure_of_host(), place);
+        throw placed_failure(failure_of_line(), place);
     }
 }
 

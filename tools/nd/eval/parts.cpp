@@ -76,10 +76,10 @@ array_ptr slot_to_write(const ndArray_tag& value, const subscript_list& subscrip
         return {};
     }
     const auto* const element = static_cast<const ndArray_tag* const*>(value.pdata)[offset];
-    return element != nullptr ? copy_of(*element) : array_ptr();
+    return element != nullptr ? copy_of_slot(element) : array_ptr();
 }
 
-std::size_t place_of_error(const path_step& step) {
+std::size_t place_of_error(const subscript_list& subscripts) {
     try {
         throw;
     } catch (const foundation::core::except::IMsgIDException& error) {
@@ -87,12 +87,10 @@ std::size_t place_of_error(const path_step& step) {
         const auto* position = error.GetID() == "TARVEL:badsubscript" && !arguments.empty()
                                    ? std::get_if<std::uint64_t>(&arguments.front())
                                    : nullptr;
-        if (position != nullptr && *position >= 1 && *position <= step.subscripts.size()) {
-            return step.subscripts[*position - 1]->place;
-        }
+        return subscripts.place_of(position != nullptr ? *position : 0);
     } catch (...) {
+        return subscripts.place_of(0);
     }
-    return step.place;
 }
 
 } // namespace nd_host::eval

@@ -14,10 +14,15 @@
 
 namespace nd_host::eval {
 
-/// Subscripts, owned.
+/// Subscripts, owned, and where in the line each of them stands.
 class subscript_list {
 public:
-    void add(array_ptr subscript) {
+    /// place: of the step that they belong to.
+    explicit subscript_list(std::size_t place) : place_(place) {}
+
+    void add(array_ptr subscript) { add(std::move(subscript), place_); }
+    void add(array_ptr subscript, std::size_t place) {
+        places_.push_back(place);
         pointers_.push_back(subscript.get());
         arrays_.push_back(std::move(subscript));
     }
@@ -25,7 +30,14 @@ public:
     const ndArray_tag* const* data() const { return pointers_.data(); }
     std::span<const ndArray_tag* const> all() const { return pointers_; }
 
+    /// Of subscript number position, from 1; the step's where there is none.
+    std::size_t place_of(std::size_t position) const {
+        return position >= 1 && position <= places_.size() ? places_[position - 1] : place_;
+    }
+
 private:
+    std::size_t place_;
+    std::vector<std::size_t> places_;
     std::vector<array_ptr> arrays_;
     std::vector<const ndArray_tag*> pointers_;
 };
@@ -48,17 +60,17 @@ std::vector<array_ptr> field_values(const ndArray_tag& value, const subscript_li
 array_ptr slot_to_write(const ndArray_tag& value, const subscript_list& subscripts, std::size_t field);
 
 /// The place of the subscript that an error of the library tells, and the step's place when it tells none. For use in a catch block.
-std::size_t place_of_error(const path_step& step);
+std::size_t place_of_error(const subscript_list& subscripts);
 
 /// What doing gives; what it raises leaves as a placed_failure.
 template <class Doing>
-auto at_step(const path_step& step, Doing&& doing) -> decltype(doing()) {
+auto at_step(const subscript_list& subscripts, Doing&& doing) -> decltype(doing()) {
     try {
         return doing();
     } catch (const placed_failure&) {
         throw;
     } catch (const std::exception&) {
-        throw placed_failure(failure_of_host(), place_of_error(step));
+        throw placed_failure(failure_of_line(), place_of_error(subscripts));
     }
 }
 

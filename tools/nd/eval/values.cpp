@@ -55,7 +55,7 @@ array_ptr integer_range(std::span<const ndArray_tag* const> operands, ndClassID 
 array_ptr transposed_positions(std::size_t m, std::size_t n) {
     array_ptr positions = matrix::create(std::array{n, m}, ndDOUBLE_CLASS, ndREAL);
     auto* next = static_cast<double*>(positions->pdata);
-    for (std::size_t row = 0; row < m; ++row) {
+    for (std::size_t row = 0; row < m && n != 0; ++row) {
         for (std::size_t column = 0; column < n; ++column) {
             *next++ = static_cast<double>(column * m + row + 1);
         }
@@ -109,8 +109,31 @@ std::string class_name(const ndArray_tag& array) {
 array_ptr copy_of(const ndArray_tag& array) { return matrix::detail::do_shared_copy(&array); }
 
 array_ptr copy_of_slot(const ndArray_tag* element) {
-    return element != nullptr ? copy_of(*element)
+    return element != nullptr ? with_data(copy_of(*element))
                               : matrix::create(std::array<std::size_t, 2>{0, 0}, ndDOUBLE_CLASS, ndREAL);
+}
+
+array_ptr with_data(array_ptr array) {
+    if (array->pdata != nullptr || nd_array_api::ndIsEmpty(array.get()) ||
+        nd_array_api::ndIsSparse(array.get())) {
+        return array;
+    }
+    const std::span<const std::size_t> dims(nd_array_api::ndGetDimensions(array.get()),
+                                            nd_array_api::ndGetNumberOfDimensions(array.get()));
+    const ndClassID cls = nd_array_api::ndGetArrayType(array.get());
+    if (cls == ndCELL_CLASS) {
+        return matrix::create_cell(dims);
+    }
+    if (cls == ndSTRUCT_CLASS) {
+        std::vector<const char*> names;
+        for (int field = 0; field < nd_array_api::ndGetNumberOfFields(array.get()); ++field) {
+            names.push_back(nd_array_api::ndGetFieldNameByNumber(array.get(), field));
+        }
+        return matrix::detail::do_create_struct(dims, names);
+    }
+    const bool plain = cls >= ndLOGICAL_CLASS && cls <= ndUINT64_CLASS;
+    return plain ? matrix::create(dims, cls, nd_array_api::ndIsComplex(array.get()) ? ndCOMPLEX : ndREAL)
+                 : std::move(array);
 }
 
 array_ptr integer_literal(const std::string& digits, bool minus, ndClassID cls) {
@@ -180,6 +203,9 @@ array_ptr transposed(const ndArray_tag& operand, bool conjugate) {
     if (nd_array_api::ndIsSparse(&operand)) {
         const array_ptr full = matrix::convert_to_full_if_needed(copy_of(operand));
         return matrix::convert_to_sparse_if_needed(transposed(*full, conjugate));
+    }
+    if (nd_array_api::ndIsColonObj(&operand)) { // its dimensions are those of its operands
+        return transposed(*matrix::convert_to_full_if_needed(copy_of(operand)), conjugate);
     }
     const std::size_t m = nd_array_api::ndGetM(&operand);
     const std::size_t n = nd_array_api::ndGetN(&operand);

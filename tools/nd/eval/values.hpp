@@ -35,7 +35,10 @@ std::string class_name(const ndArray_tag& array);
 /// A new owner's copy, which shares the data.
 array_ptr copy_of(const ndArray_tag& array);
 
-/// What a slot of a container holds, as a copy; an empty slot reads as 0x0 double.
+/// array, or, where an addon has left it elements without data, one of its class and size with zeros or empty slots.
+array_ptr with_data(array_ptr array);
+
+/// What a slot of a container holds, as a copy with data; an empty slot reads as 0x0 double.
 array_ptr copy_of_slot(const ndArray_tag* element);
 
 /// The value of a digits literal as the 64-bit integer class, exact, held to its limits. Nothing for one with a point or an exponent.
