@@ -8,7 +8,7 @@
 #include "matrix/dimensions.hpp"
 #include "matrix/scaffolding.hpp"
 
-#include <array>
+#include <bit>
 #include <cstring>
 #include <optional>
 
@@ -60,37 +60,12 @@ void store_steps(std::byte* to, const position_steps& steps, value_source& from)
     }
 }
 
-// Subscripts have been tested: they are whole and within the array, counted from 1.
-template <std::size_t Width, class Subscript>
-void scatter(std::byte* to, const Subscript* subscripts, std::size_t count, value_source& from) noexcept {
-    const auto place = [to](Subscript subscript) {
-        return to + (static_cast<std::uint64_t>(static_cast<std::int64_t>(subscript)) - 1) * Width;
-    };
-    if (from.scalar) {
-        std::array<std::byte, Width> value;
-        std::memcpy(value.data(), from.next, Width);
-        for (std::size_t i = 0; i < count; ++i) std::memcpy(place(subscripts[i]), value.data(), Width);
-        return;
-    }
-    const std::byte* const values = from.next;
-    for (std::size_t i = 0; i < count; ++i) std::memcpy(place(subscripts[i]), values + i * Width, Width);
-}
-
-template <std::size_t Width, class Subscript>
-bool scatter_within(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscript, std::size_t count,
-                    bool (*within)(const Subscript*, std::size_t, std::uint64_t) noexcept,
-                    value_source& from) noexcept {
-    const auto* const subscripts = static_cast<const Subscript*>(subscript->pdata);
-    if (!within(subscripts, count, room)) return false;
-    scatter<Width>(static_cast<std::byte*>(lhs->pdata), subscripts, count, from);
-    return true;
-}
-
 bool fits(const ndArray_tag* rhs, std::size_t count) noexcept {
     const std::size_t given = element_count(rhs);
     return count != 0 && (given == 1 || given == count);
 }
 
+// Every subscript is tested before the first value is stored.
 template <std::size_t Width>
 bool assign_listed(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscript, const ndArray_tag* rhs,
                    value_source from) noexcept {
@@ -101,8 +76,14 @@ bool assign_listed(ndArray_tag* lhs, std::size_t room, const ndArray_tag* subscr
     const std::size_t count = element_count(subscript);
     if (!fits(rhs, count)) return false;
     const store_kernels& kernels = store_kernels_in_use();
-    return wide ? scatter_within<Width>(lhs, room, subscript, count, kernels.words_within, from)
-                : scatter_within<Width>(lhs, room, subscript, count, kernels.doubles_within, from);
+    const void* const list = subscript->pdata;
+    const bool within = wide ? kernels.words_within(static_cast<const std::uint64_t*>(list), count, room)
+                             : kernels.doubles_within(static_cast<const double*>(list), count, room);
+    if (!within) return false;
+    constexpr auto width = static_cast<std::size_t>(std::countr_zero(Width));
+    const scatter_kernel scatter = (wide ? kernels.scatter_by_words : kernels.scatter_by_doubles)[width];
+    scatter(lhs->pdata, list, count, from.next, from.scalar ? 0 : Width);
+    return true;
 }
 
 template <std::size_t Width>

@@ -57,9 +57,9 @@ class reference_loops : whole_lanes<Registers> {
     using typename whole::doubles;
     using typename whole::words;
     using whole::any;
-    using whole::bits_of_whole;
+    using whole::bad;
+    using whole::is_bad;
     using whole::lanes;
-    using whole::whole_from;
 
     static constexpr std::size_t block = 32; // values that are tested at once
     static_assert(block % lanes == 0);
@@ -77,15 +77,12 @@ public:
         for (; count - done >= block; done += block) {
             std::uint64_t positions[block];
             if (!positions_of_block(from + done, most, positions)) return false;
-#pragma GCC unroll 8
-            for (std::size_t i = 0; i < block; ++i) copy_element(to + done + i, elements + positions[i]);
+            copy_block(to + done, elements, positions, std::make_index_sequence<block>());
         }
         for (; done < count; ++done) {
             const double x = from[done];
-            if (!(x >= 1 && x <= most)) return false;
-            const auto index = static_cast<std::int64_t>(x);
-            if (static_cast<double>(index) != x) return false;
-            copy_element(to + done, elements + (index - 1));
+            if (is_bad(x, most)) return false;
+            copy_element(to + done, elements + (static_cast<std::int64_t>(x) - 1));
         }
         return true;
     }
@@ -103,9 +100,8 @@ public:
             for (std::size_t i = done; i < done + block; ++i) copy_element(to + i, elements + (from[i] - 1));
         }
         for (; done < count; ++done) {
-            const std::uint64_t position = from[done] - 1;
-            if (position >= limit) return false;
-            copy_element(to + done, elements + position);
+            if (is_bad(from[done], limit)) return false;
+            copy_element(to + done, elements + (from[done] - 1));
         }
         return true;
     }
@@ -158,29 +154,36 @@ private:
         __builtin_memcpy(to, from, sizeof(Element));
     }
 
+    // Without a loop, whose end would be guessed wrong each time.
+    template <class Element, std::size_t... I>
+    [[gnu::always_inline]] static void copy_block(Element* to, const Element* elements,
+                                                  const std::uint64_t* positions,
+                                                  std::index_sequence<I...>) noexcept {
+        (copy_element(to + I, elements + positions[I]), ...);
+    }
+
     [[gnu::always_inline]] static bool positions_of_block(const double* from, double most,
                                                           std::uint64_t* positions) noexcept {
-        words bad{};
+        words seen{};
         for (std::size_t i = 0; i < block; i += lanes) {
             doubles x;
             __builtin_memcpy(&x, from + i, sizeof x);
-            const doubles sum = x + whole_from;
-            bad |= ~(words)((sum - whole_from == x) & (x >= 1.0) & (x <= most));
-            const words next = (words)sum - (bits_of_whole + 1);
+            seen |= bad(x, most);
+            const words next = whole::positions(x);
             __builtin_memcpy(positions + i, &next, sizeof next);
         }
-        return any(bad) == 0;
+        return any(seen) == 0;
     }
 
     [[gnu::always_inline]] static bool is_block_within(const std::uint64_t* from,
                                                        std::uint64_t limit) noexcept {
-        words bad{};
+        words seen{};
         for (std::size_t i = 0; i < block; i += lanes) {
             words x;
             __builtin_memcpy(&x, from + i, sizeof x);
-            bad |= (words)(x - 1 >= limit);
+            seen |= bad(x, limit);
         }
-        return any(bad) == 0;
+        return any(seen) == 0;
     }
 
     // Packs the elements of 64 places; there is room for as many behind to. How many there were.

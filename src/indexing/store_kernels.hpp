@@ -1,20 +1,27 @@
-// The loops of assignment that gain from wide registers: filling a block with one value, and testing that subscripts lie within an
-// array before any of them is used.
-//
-// Less 1 and without a sign, a value that isn't from 1 to the limit is too high: 0, negative numbers, infinities and NaN alike.
+// The loops of assignment that gain from wide registers: filling a block with one value, testing that subscripts lie within an array
+// before any of them is used, and storing values there.
 //
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
 #include "indexing/whole_lanes.hpp"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace matrix::internal {
 
 /// Bytes of the pattern that a fill repeats: of the widest element.
 inline constexpr std::size_t fill_pattern_bytes = 16;
+
+/// Stores a value at each of count places, which count from 1 and have been tested. The values lie step bytes apart, or are one
+/// with a step of 0.
+using scatter_kernel = void (*)(void* to, const void* subscripts, std::size_t count, const void* values,
+                                std::size_t step) noexcept;
+
+inline constexpr std::size_t stored_width_count = 4; // 1, 2, 4 and 8 bytes
 
 /// The kernels of one instruction set.
 struct store_kernels {
@@ -23,6 +30,8 @@ struct store_kernels {
     /// Whether all values are whole and from 1 to limit, which is below 2^52.
     bool (*doubles_within)(const double* values, std::size_t count, std::uint64_t limit) noexcept;
     bool (*words_within)(const std::uint64_t* values, std::size_t count, std::uint64_t limit) noexcept;
+    std::array<scatter_kernel, stored_width_count> scatter_by_doubles;
+    std::array<scatter_kernel, stored_width_count> scatter_by_words;
 };
 
 template <class Registers>
@@ -34,11 +43,12 @@ class store_kernel_loops : whole_lanes<Registers> {
     using typename whole::doubles;
     using typename whole::words;
     using whole::any;
-    using whole::bits_of;
-    using whole::bits_of_whole;
-    using whole::highest_of;
+    using whole::bad;
+    using whole::is_bad;
     using whole::lanes;
-    using whole::whole_from;
+
+    static constexpr std::size_t block = 32; // values that are stored one behind the other
+    static_assert(block % lanes == 0);
 
 public:
     static void fill(void* to, const void* pattern, std::size_t value_size, std::size_t size) noexcept {
@@ -61,83 +71,59 @@ public:
     }
 
     static bool doubles_within(const double* values, std::size_t count, std::uint64_t limit) noexcept {
-        return all_within<double_judge>(values, count, limit);
+        return all_within<doubles>(values, count, static_cast<double>(static_cast<std::int64_t>(limit)));
     }
 
     static bool words_within(const std::uint64_t* values, std::size_t count, std::uint64_t limit) noexcept {
-        return all_within<word_judge>(values, count, limit);
+        return all_within<words>(values, count, limit);
+    }
+
+    template <class Lanes, class Value, class Element>
+    static void scatter(void* to, const void* subscripts, std::size_t count, const void* values,
+                        std::size_t step) noexcept {
+        const auto* const from = static_cast<const Value*>(subscripts);
+        auto* const elements = static_cast<Element*>(to);
+        const auto* value = static_cast<const std::uint8_t*>(values);
+        std::size_t done = 0;
+        for (; count - done >= block; done += block, value += block * step) {
+            std::uint64_t positions[block];
+            for (std::size_t i = 0; i < block; i += lanes) {
+                Lanes x;
+                __builtin_memcpy(&x, from + done + i, sizeof x);
+                const words next = whole::positions(x);
+                __builtin_memcpy(positions + i, &next, sizeof next);
+            }
+            store_block(elements, positions, value, step, std::make_index_sequence<block>());
+        }
+        for (; done < count; ++done, value += step)
+            __builtin_memcpy(elements + (static_cast<std::uint64_t>(from[done]) - 1), value, sizeof(Element));
     }
 
 private:
-    // What the values of one lane have in common: the highest position, and bits that tell of fractions.
-    struct double_judge {
-        words highest{};
-        words changed{};
-
-        [[gnu::always_inline]] void see(const double* from) noexcept {
-            doubles x;
-            __builtin_memcpy(&x, from, sizeof x);
-            const doubles sum = x + whole_from;
-            changed |= (words)(sum - whole_from) ^ (words)x;
-            raise(highest, (words)sum - (bits_of_whole + 1));
-        }
-        [[gnu::always_inline]] void add(const double_judge& other) noexcept {
-            changed |= other.changed;
-            raise(highest, other.highest);
-        }
-        [[gnu::always_inline]] bool all_within(std::uint64_t limit) const noexcept {
-            return any(changed) == 0 && highest_of(highest) < limit;
-        }
-        [[gnu::always_inline]] static bool is_within(double x, std::uint64_t limit) noexcept {
-            const double sum = x + whole_from;
-            return bits_of(sum - whole_from) == bits_of(x) && bits_of(sum) - (bits_of_whole + 1) < limit;
-        }
-    };
-
-    struct word_judge {
-        words highest{};
-
-        [[gnu::always_inline]] void see(const std::uint64_t* from) noexcept {
-            words x;
-            __builtin_memcpy(&x, from, sizeof x);
-            raise(highest, x - 1);
-        }
-        [[gnu::always_inline]] void add(const word_judge& other) noexcept { raise(highest, other.highest); }
-        [[gnu::always_inline]] bool all_within(std::uint64_t limit) const noexcept {
-            return highest_of(highest) < limit;
-        }
-        [[gnu::always_inline]] static bool is_within(std::uint64_t x, std::uint64_t limit) noexcept {
-            return x - 1 < limit;
-        }
-    };
-
-    // Four vectors at a time, none of which waits for the one before.
-    template <class Judge, class Value>
+    template <class Lanes, class Value, class Limit>
     [[gnu::always_inline]] static bool all_within(const Value* values, std::size_t count,
-                                                  std::uint64_t limit) noexcept {
-        Judge first;
-        Judge second;
-        Judge third;
-        Judge fourth;
+                                                  Limit limit) noexcept {
+        words seen{};
         std::size_t done = 0;
-        for (; count - done >= 4 * lanes; done += 4 * lanes) {
-            first.see(values + done);
-            second.see(values + done + lanes);
-            third.see(values + done + 2 * lanes);
-            fourth.see(values + done + 3 * lanes);
+#pragma GCC unroll 4
+        for (; count - done >= lanes; done += lanes) {
+            Lanes x;
+            __builtin_memcpy(&x, values + done, sizeof x);
+            seen |= bad(x, limit);
         }
-        for (; count - done >= lanes; done += lanes) first.see(values + done);
-        first.add(second);
-        third.add(fourth);
-        first.add(third);
-        bool good = done == 0 || first.all_within(limit);
-        for (; done < count; ++done) good = good && Judge::is_within(values[done], limit);
+        bool good = any(seen) == 0;
+        for (; done < count; ++done) good = good && !is_bad(values[done], limit);
         return good;
     }
 
-    [[gnu::always_inline]] static void raise(words& highest, const words& position) noexcept {
-        highest = position > highest ? position : highest;
+    // Without a loop, whose end would be guessed wrong each time.
+    template <class Element, std::size_t... I>
+    [[gnu::always_inline]] static void store_block(Element* to, const std::uint64_t* positions,
+                                                   const std::uint8_t* value, std::size_t step,
+                                                   std::index_sequence<I...>) noexcept {
+        (__builtin_memcpy(to + positions[I], value + I * step, sizeof(Element)), ...);
     }
+
     [[gnu::always_inline]] static void fill_less(std::uint8_t* out, const std::uint8_t* pattern,
                                                  std::size_t size) noexcept {
         std::size_t done = 0;
@@ -153,11 +139,21 @@ extern const store_kernels store_kernels_avx2;
 extern const store_kernels store_kernels_avx512;
 
 /// What such a source defines.
+template <class Registers, class... Element>
+constexpr store_kernels make_store_kernels() noexcept {
+    using loops = store_kernel_loops<Registers>;
+    using lanes = whole_lanes<Registers>;
+    return {
+        .fill = loops::fill,
+        .doubles_within = loops::doubles_within,
+        .words_within = loops::words_within,
+        .scatter_by_doubles = {loops::template scatter<typename lanes::doubles, double, Element>...},
+        .scatter_by_words = {loops::template scatter<typename lanes::words, std::uint64_t, Element>...},
+    };
+}
+
 template <class Registers>
-inline constexpr store_kernels store_kernels_of{
-    .fill = store_kernel_loops<Registers>::fill,
-    .doubles_within = store_kernel_loops<Registers>::doubles_within,
-    .words_within = store_kernel_loops<Registers>::words_within,
-};
+inline constexpr store_kernels store_kernels_of =
+    make_store_kernels<Registers, std::uint8_t, std::uint16_t, std::uint32_t, std::uint64_t>();
 
 } // namespace matrix::internal
