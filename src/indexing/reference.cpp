@@ -16,6 +16,7 @@
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/complexity.hpp"
+#include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/numeric_creation.hpp"
 #include "matrix/scaffolding.hpp"
@@ -159,9 +160,9 @@ using namespace internal;
 
 array_ptr subscriptedReference(const ndArray_tag& a, std::span<const ndArray_tag* const> subs) {
     if (subs.empty()) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
+    if (array_ptr result = reference_at_once(&a, subs)) return result;
     if (is_struct_like(a.class_id)) return structureReference(a, subs, 0);
     complete_dimensions_if_opaque(&a);
-    if (array_ptr result = reference_at_once(&a, subs)) return result;
     if (is_colon_object(&a)) return reference_range(&a, subs);
     return is_sparse(&a) ? reference_sparse(&a, subs) : reference_full(&a, subs);
 }
@@ -169,7 +170,7 @@ array_ptr subscriptedReference(const ndArray_tag& a, std::span<const ndArray_tag
 namespace detail::noninlined::nd_array_api {
 
 ndArray_tag* ndSubscriptedReference(const ndArray_tag* a, std::size_t nsubs, const ndArray_tag* const* subs) {
-    return to_tarvel(subscriptedReference(*a, {subs, nsubs}));
+    return as_temporary_or_raise(subscriptedReference(*a, {subs, nsubs}));
 }
 
 } // namespace detail::noninlined::nd_array_api

@@ -57,4 +57,11 @@ ndArray_tag* framed_creator(Body&& body) {
     return the_module.array_lists ? put_on_array_list(result) : result;
 }
 
+/// The same for a function whose errors are exceptions in every module mode.
+[[gnu::always_inline]] inline ndArray_tag* as_temporary_or_raise(array_ptr result) {
+    if (the_module.array_lists && !make_temporary_at_once(result.get()))
+        set_scope(result.get(), ndTEMPORARY_SCOPE);
+    return result.release();
+}
+
 } // namespace matrix::internal
