@@ -34,6 +34,23 @@ inline constexpr bool is_complex_value<std::complex<T>> = true;
 // Elements don't lie as elements there.
 constexpr std::uint32_t flags_of_other_storage = flag_sparse | flag_colon_object | flag_indexing_opaque;
 
+// One bit for each class whose elements are values of so many bytes.
+template <std::size_t Width>
+inline constexpr std::uint32_t classes_of_width = [] {
+    std::uint32_t classes = 0;
+    for (const class_row& row : class_rows) {
+        if (has_plain_elements(row.id) && row.real_size == Width) classes |= 1U << row.id;
+    }
+    return classes;
+}();
+
+// A value of another class is the caller's fault, but it reaches neither beyond the block nor into pointers.
+template <class T>
+bool is_as_wide(const ndArray_tag* array) noexcept {
+    constexpr std::size_t parts = is_complex_value<T> ? 2 : 1;
+    return (classes_of_width<sizeof(T) / parts> >> array->class_id & 1U) != 0;
+}
+
 // Whether a tracked block of so many elements has room for another one. A limit on sizes wants the full test.
 bool has_room_behind(const ndArray_tag* array, std::size_t count) noexcept {
     return (array->flags & flag_capacity_tracked) != 0 && capacity_for(count) > count &&
@@ -44,7 +61,8 @@ bool has_room_behind(const ndArray_tag* array, std::size_t count) noexcept {
 template <class T>
 T* place_at_once(ndArray_tag* array, subscript_list subs) noexcept {
     constexpr std::uint32_t tested = flag_inline_dims | flag_complex | flags_of_other_storage;
-    if (subs.size() != 1 || (array->flags & tested) != flag_inline_dims || array->share_record != nullptr)
+    if (subs.size() != 1 || (array->flags & tested) != flag_inline_dims || array->share_record != nullptr ||
+        !is_as_wide<T>(array))
         return nullptr;
     const std::size_t count = array->m_or_dims * array->n_or_ndims;
     const std::size_t position = subs[0];
@@ -112,18 +130,10 @@ void store(ndArray_tag* array, subscript_list subs, const T& value) {
     if (array->class_id == ndDOUBLE_CLASS) refresh_scalar_double(array);
 }
 
-// A value of another class is the caller's fault, but it never reaches beyond the block.
-template <class T>
-void refuse_other_width(const ndArray_tag* array) {
-    constexpr std::size_t parts = is_complex_value<T> ? 2 : 1;
-    if (element_size(code_of(array->class_id, false)) != sizeof(T) / parts)
-        errors::raise<TARVEL::legacy_two_part::invalidInput>();
-}
-
 template <class T>
 [[gnu::noinline]] void assign_fully(ndArray_tag* array, subscript_list subs, const T& value) {
-    if ((array->flags & flags_of_other_storage) != 0) errors::raise<TARVEL::legacy_two_part::invalidInput>();
-    refuse_other_width<T>(array);
+    if ((array->flags & flags_of_other_storage) != 0 || !is_as_wide<T>(array))
+        errors::raise<TARVEL::legacy_two_part::invalidInput>();
     if (subs.empty() && element_count(array) == 0) return;
     if (array->share_record != nullptr) array->interleave_data();
     const bool grows = !lies_within(array, subs);

@@ -205,6 +205,31 @@ TEST_F(AssignmentScalar, ElementsOfAnotherWidthAreRefused) {
     EXPECT_THAT(bytes, EqualsArray(arr("int8", {1})));
 }
 
+template <class T>
+void is_refused_by(const char* description, T value) {
+    SCOPED_TRACE(description);
+    const array_ptr x = arr(description);
+    const array_ptr before = matrix::detail::do_deep_copy(x.get());
+    for (const kvIndex at : {0, 2, 3}) // inside, the last one, one past the end
+        EXPECT_EQ(error_of([&] { put(x, {at}, value); }), "TARVEL:invalidInput invalidInput()") << at;
+    EXPECT_THAT(x, EqualsArray(before.get()));
+}
+
+// One subscript into a row goes straight to the element: neither bytes behind the block nor pointers may be written there.
+TEST_F(AssignmentScalar, RowsOfOtherElementsAreRefused) {
+    for (const char* const narrow : {"int8 1x3", "char 1x3", "single 1x3", "int32 1x3", "logical 1x3"})
+        is_refused_by(narrow, 1.0);
+    for (const char* const wide : {"double 1x3", "char 1x3", "uint64 1x3", "complex single 1x3"})
+        is_refused_by<signed char>(wide, 1);
+    for (const char* const pointers : {"cell 1x3", "function_handle 1x3", "opaque 1x3"}) {
+        is_refused_by(pointers, 1.0);
+        is_refused_by<long long>(pointers, 1);
+        is_refused_by(pointers, 1.0 + 1i);
+    }
+    const array_ptr s = struct_arr("1x3", {"a"}, arr("double", {1}), arr("double", {2}), arr("double", {3}));
+    EXPECT_EQ(error_of([&] { put(s, {1}, 1.0); }), "TARVEL:invalidInput invalidInput()");
+}
+
 TEST_F(AssignmentScalar, OtherStorageIsRefused) {
     const array_ptr sparse = sparse_arr("double 2x2", {{0, 0, 1}});
     EXPECT_EQ(error_of([&] { put(sparse, {3}, 1.0); }), "TARVEL:invalidInput invalidInput()");

@@ -2,9 +2,10 @@
  * nd/assignment.hpp: values stored into arrays through subscripts, for code in the engine's process: lhs(subs) = rhs.
  *
  * The left side is changed in place, through its header, which stays valid. The caller has unshared it (nd/share.hpp); it may be split, sparse
- * or a colon object. The right-hand side is of the left side's class: classes aren't converted here. It may be sparse or a
- * colon object, and it may be the left side itself; data that both share are the caller's fault. A complex right-hand side makes
- * the left side complex, and when all imaginary parts are 0 afterwards it becomes real.
+ * or a colon object. A sparse one stays sparse, and has the elements of further dimensions in further columns. The right-hand side is of
+ * the left side's class: classes aren't converted here. It may be sparse or a colon object, and it may be the left side itself; data that
+ * both share are the caller's fault. A complex right-hand side makes the left side complex, and when all imaginary parts are 0 afterwards
+ * it becomes real.
  *
  * Subscripts are arrays as <nd/subscripts.hpp> tells them, with its errors. How many elements they select must be what the right-hand
  * side has, dimensions of 1 apart; a scalar goes to all of them. A scalar assigned to nothing changes nothing.
@@ -19,7 +20,7 @@
  * A left side may be an element of its right-hand side, at whatever depth: a deep copy is stored then, so that nothing holds itself.
  *
  * All errors are raised as exceptions in every module mode, and leave the left side's value as it was; only what the class of an opaque array
- * does to it itself stays done.
+ * does to it itself stays done, and elements that it has replaced before its failure in an array that doesn't grow.
  */
 #ifndef ND_ASSIGNMENT_HPP
 #define ND_ASSIGNMENT_HPP
@@ -52,9 +53,9 @@ ND_EXPORT void ndSubscriptedAssignment(ndArray_tag* lhs, std::size_t nsubs, cons
                                        const ndArray_tag* rhs);
 
 /// The same. grew tells whether the left side grew or gave way. filler, if it isn't empty, is asked for an array whose first
-/// element is the value of new elements; it is called with the left side that grows, has its class, and may return null for zeros. With resizeOnly
-/// the left side grows and nothing is stored. Structs and objects know neither: their new elements are empty, and the value is
-/// stored.
+/// element is the value of new elements; it is called with the left side that grows, which it may share and
+/// whose class its result has, and may return null for zeros. With resizeOnly the left side grows and nothing is stored. Structs
+/// and objects know neither: their new elements are empty, and the value is stored.
 /// The result is null but for a growing array of the opaque class "HOBJ" of which new elements remain that the assignment doesn't
 /// store, or nothing is stored: then it is what filler returned, which fills nothing here; std::bad_function_call for an
 /// empty filler. Raises what filler raises.
@@ -67,8 +68,8 @@ ND_EXPORT std::unique_ptr<ndArray_tag, ndDestroy_deleter> ndSubscriptedAssignmen
 /// a colon object. It grows as above, with the same errors. A real value makes the imaginary part 0; a complex one whose imaginary
 /// part isn't 0 (NaN is not) makes a complex. No subscripts mean the first element; into an array that has none nothing is stored. Nothing
 /// is allocated unless a grows, becomes complex, has no data, or is so large a complex array that threads look for imaginary parts
-/// in it; where those can't be had it stays complex. Raises TARVEL:legacy_two_part:invalidInput for sparse arrays, colon objects and
-/// elements that aren't as wide as the value.
+/// in it; where those can't be had it stays complex. Raises TARVEL:legacy_two_part:invalidInput for sparse arrays, colon objects,
+/// slots, function handles, opaque arrays and elements that aren't as wide as the value.
 ND_EXPORT void ndScalarSubscriptedAssignment(ndArray_tag* a, const kvIndex* subs, std::size_t nsubs,
                                              signed char value);
 ND_EXPORT void ndScalarSubscriptedAssignment(ndArray_tag* a, const kvIndex* subs, std::size_t nsubs,
