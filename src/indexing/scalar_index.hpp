@@ -8,6 +8,8 @@
 // A logical array without a true element, and a full array without elements, give 0.
 #pragma once
 
+#include "indexing/index_limit.hpp"
+
 #include <nd/array.hpp>
 #include <nd/subscripts.hpp>
 
@@ -21,14 +23,13 @@ kvIndex scalar_index_slowly(const ndArray_tag* subscript,
 
 /// The index of a subscript that is one plain double, as most of them are; 0 for any other, and for a double that is no index.
 [[gnu::always_inline]] inline kvIndex plain_scalar_index(const ndArray_tag* subscript) noexcept {
-    constexpr double beyond = 281474976710656.0; // 2^48
     constexpr std::uint32_t tested = flag_scalar_double | flag_complex;
     if ((subscript->flags & tested) != flag_scalar_double ||
         (subscript->share_record != nullptr && subscript->share_record->scData != nullptr) ||
         subscript->pdata == nullptr) [[unlikely]]
         return 0;
     const double value = *static_cast<const double*>(subscript->pdata);
-    if (!(value >= 1 && value < beyond)) [[unlikely]]
+    if (!(value >= 1 && value < beyond_indices)) [[unlikely]]
         return 0;
     const auto index = static_cast<std::int64_t>(value);
     return static_cast<double>(index) == value ? static_cast<kvIndex>(index) : 0;

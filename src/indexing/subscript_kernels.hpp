@@ -8,6 +8,7 @@
 // A kernel header (see foundation/core/cpu/instruction_set.hpp): everything is a template over its registers.
 #pragma once
 
+#include "indexing/index_limit.hpp"
 #include "indexing/whole_lanes.hpp"
 
 #include <cstddef>
@@ -52,9 +53,6 @@ class subscript_loops : whole_lanes<Registers> {
     using whole::lanes;
     using whole::whole_from;
 
-    static constexpr double beyond = 281474976710656.0; // 2^48
-    static constexpr unsigned index_bits = 48;
-
 public:
     template <class Value>
     static bool floating(const void* values, std::size_t count, std::uint64_t* __restrict positions,
@@ -66,7 +64,7 @@ public:
         for (; count - done >= lanes; done += lanes) {
             const doubles x = load_doubles(from + done);
             const doubles sum = x + whole_from;
-            bad |= ~(words)((sum - whole_from == x) & (x >= 1.0) & (x < beyond));
+            bad |= ~(words)((sum - whole_from == x) & (x >= 1.0) & (x < beyond_indices));
             highest = sum > highest ? sum : highest;
             const words next = (words)sum - (bits_of_whole + 1);
             __builtin_memcpy(positions + done, &next, sizeof next);
@@ -78,7 +76,7 @@ public:
             __builtin_memcpy(&value, from + done, sizeof value);
             const double x = value;
             const double sum = x + whole_from;
-            any_bad |= static_cast<std::uint64_t>(!(sum - whole_from == x && x >= 1.0 && x < beyond));
+            any_bad |= static_cast<std::uint64_t>(!(sum - whole_from == x && x >= 1.0 && x < beyond_indices));
             const std::uint64_t bits = bits_of(sum);
             most = bits > most ? bits : most;
             positions[done] = bits - (bits_of_whole + 1);

@@ -1,6 +1,7 @@
 // One value as an index: the rule that every conversion of subscripts follows.
 #pragma once
 
+#include "indexing/index_limit.hpp"
 #include "matrix/class_table.hpp"
 #include "matrix/size_check.hpp"
 
@@ -10,8 +11,7 @@
 
 namespace matrix::internal {
 
-/// The largest index, counted from 1, and the largest dimension.
-inline constexpr std::uint64_t index_limit = address_ceiling;
+static_assert(index_limit == address_ceiling);
 
 /// Classes whose values are indices: char and numbers. Of a logical array the true places are.
 constexpr bool has_index_values(std::int32_t class_id) noexcept {
