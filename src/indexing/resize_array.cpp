@@ -8,8 +8,8 @@
 
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
-#include "matrix/containers.hpp"
-#include "matrix/function_records.hpp"
+#include "matrix/data_copy.hpp"
+#include "matrix/field_names.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/own_block.hpp"
 #include "matrix/size_check.hpp"
@@ -21,7 +21,6 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <span>
 
 namespace matrix::internal {
 namespace {
@@ -56,31 +55,20 @@ void move_common(std::byte* from, dims_view old_dims, std::byte* to, dims_view n
     }
 }
 
-// What is left in the old block has no place any more.
-void destroy_left_elements(ndArray_tag* array, std::size_t count) noexcept {
-    if (is_container_class(array->class_id)) {
-        for (ndArray_tag* const element : std::span(slots_of(array), count)) destroyArray(element);
-    } else if (array->class_id == ndFUNCTION_CLASS) {
-        release_function_records(array->pdata, count, array);
-    } else if (array->class_id == ndOPAQUE_CLASS) {
-        for (void*& element : std::span(static_cast<void**>(array->pdata), count)) {
-            if (element != nullptr) destroy_opaque_elements(array, &element, 1);
-        }
-    }
-}
-
+// Elements that have no place any more end when the array is whole again: a hook that hears of their end may look at it.
 void rebuild(ndArray_tag* array, dims_view old_dims, dims_view new_dims, dims_view shape) {
     const std::size_t width = stored_element_size(array);
     const std::size_t new_count = checked_element_count(new_dims, width);
     prepared_dims dims(shape, array);
     data_block block(allocate_data(new_count * width, DataInitialization::zeroed));
-    if (array->pdata != nullptr) {
-        const std::size_t old_count = saturated_count(old_dims);
-        if (new_count != 0 && old_count != 0)
-            move_common(static_cast<std::byte*>(array->pdata), old_dims, static_cast<std::byte*>(block.get()),
-                        new_dims, width);
-        destroy_left_elements(array, old_count);
-    }
+    const std::size_t old_count = array->pdata == nullptr ? 0 : saturated_count(old_dims);
+    data_copy left_over(array);
+    if (!has_plain_elements(array->class_id))
+        left_over.allocate(old_count, width, DataInitialization::zeroed);
+    if (new_count != 0 && old_count != 0)
+        move_common(static_cast<std::byte*>(array->pdata), old_dims, static_cast<std::byte*>(block.get()),
+                    new_dims, width);
+    if (void* const left = left_over.blocks().pdata) std::memcpy(left, array->pdata, old_count * width);
     replace_block(array, block.release());
     dims.commit_to(array);
     array->flags &= ~flag_empty_square_bracket;
