@@ -45,7 +45,7 @@ void replace_counted_slots(ndArray_tag* target, const fitted_subscripts& fitted,
                   });
 }
 
-// What is assigned to an element of rhs would hold itself. Blocks that headers share are walked once.
+// What is assigned to an element of a value, or filled with it, would hold itself. Blocks that headers share are walked once.
 bool holds(const ndArray_tag* container, const ndArray_tag* lhs) {
     if (lhs->scope != ndMEMBER_SCOPE && lhs->scope != ndPROPERTY_SCOPE) return false;
     std::vector<const ndArray_tag*> waiting{container};
@@ -63,6 +63,10 @@ bool holds(const ndArray_tag* container, const ndArray_tag* lhs) {
     return false;
 }
 
+array_ptr copy_if_it_holds(const ndArray_tag* lhs, const ndArray_tag* value) {
+    return holds(value, lhs) ? detail::do_deep_copy(value) : nullptr;
+}
+
 } // namespace
 
 void changed_array::use_copy() {
@@ -75,17 +79,23 @@ void changed_array::finish() noexcept {
 
 void change_elements(changed_array& changed, const fitted_subscripts& fitted, const ndArray_tag* rhs,
                      bool store, array_ptr new_element) {
-    const array_ptr apart = store && holds(rhs, changed.left_side()) ? detail::do_deep_copy(rhs) : nullptr;
+    const bool grows = fitted.reaches_beyond();
+    if (grows)
+        checked_growth(changed.get(), fitted.growth()); // before copies for so many places are asked for
+    const array_ptr apart = store ? copy_if_it_holds(changed.left_side(), rhs) : nullptr;
     if (apart) rhs = apart.get();
+    if (new_element) {
+        if (array_ptr other = copy_if_it_holds(changed.left_side(), new_element.get()))
+            new_element = std::move(other);
+    }
     const bool inflates = store && is_complex(rhs) && !is_complex(changed.get());
     const bool counted = store && is_container_class(changed.get()->class_id) &&
                          should_contain_internal_reference(changed.left_side());
-    const bool grows = fitted.reaches_beyond();
     const bool walk_may_fail = store && fitted.set().count > inline_slots;
     if (counted || (grows && inflates) || (walk_may_fail && (grows || inflates))) changed.use_copy();
     ndArray_tag* const array = changed.get();
     std::optional<element_store> elements;
-    if (store && !counted) elements.emplace(array, rhs, fitted.selected_count());
+    if (store && !counted) elements.emplace(array, rhs, fitted.selected_count(), grows);
     if (grows)
         grow_with_filler(array, fitted.growth(), std::move(new_element));
     else

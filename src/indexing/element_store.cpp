@@ -6,9 +6,12 @@
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/containers.hpp"
+#include "matrix/ending_elements.hpp"
 #include "matrix/function_records.hpp"
 #include "matrix/gc_list.hpp"
 #include "matrix/opaque_assignment.hpp"
+
+#include <errors/raise.hpp>
 
 #include <nd/create.hpp>
 
@@ -176,6 +179,18 @@ data_copy acquired_records(ndArray_tag* target, const ndArray_tag* source, std::
     return prepared;
 }
 
+data_copy filled_references(ndArray_tag* target, const ndArray_tag* source, std::size_t count, bool scalar) {
+    data_copy prepared(target);
+    auto* const places =
+        static_cast<void**>(prepared.allocate(count, sizeof(void*), DataInitialization::zeroed));
+    const auto* const from = static_cast<void* const*>(source->pdata);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!replace_opaque_element(target, source, places + i, from[scalar ? 0 : i]))
+            errors::raise<TARVEL::legacy_two_part::nomem>();
+    }
+    return prepared;
+}
+
 } // namespace
 
 data_copy copies_for_slots(ndArray_tag* target, const ndArray_tag* source, std::size_t count) {
@@ -190,7 +205,7 @@ data_copy copies_for_slots(ndArray_tag* target, const ndArray_tag* source, std::
     return prepared;
 }
 
-element_store::element_store(ndArray_tag* target, const ndArray_tag* source, std::size_t count)
+element_store::element_store(ndArray_tag* target, const ndArray_tag* source, std::size_t count, bool grows)
     : source_(source), scalar_(element_count(source) == 1) {
     if (count == 0) return;
     if (is_container_class(target->class_id)) {
@@ -199,6 +214,8 @@ element_store::element_store(ndArray_tag* target, const ndArray_tag* source, std
             prepared_.emplace(shared_for_slots(target, slot_cycle(source), count));
     } else if (target->class_id == ndFUNCTION_CLASS) {
         prepared_.emplace(acquired_records(target, source, count, scalar_));
+    } else if (target->class_id == ndOPAQUE_CLASS && grows) {
+        prepared_.emplace(filled_references(target, source, count, scalar_));
     }
 }
 
@@ -223,13 +240,13 @@ bool element_store::store_slots(ndArray_tag* target, dims_view seen, const Subsc
         if (prepared != nullptr) return std::exchange(*prepared++, nullptr);
         return share_for_slot(from.next(), target); // plain: only its count changes
     };
-    return walk_elements(static_cast<std::byte*>(target->pdata), seen, set, sizeof(ndArray_tag*),
-                         [&](const position_run& run, std::byte* base) {
-                             auto* const slots = reinterpret_cast<ndArray_tag**>(base);
-                             return walk_run(run, [&](std::size_t offset) {
-                                 destroyArray(std::exchange(slots[offset], next()));
-                             });
-                         });
+    ending_elements old;
+    return walk_elements(
+        static_cast<std::byte*>(target->pdata), seen, set, sizeof(ndArray_tag*),
+        [&](const position_run& run, std::byte* base) {
+            auto* const slots = reinterpret_cast<ndArray_tag**>(base);
+            return walk_run(run, [&](std::size_t offset) { old.add(std::exchange(slots[offset], next())); });
+        });
 }
 
 bool element_store::store_records(ndArray_tag* target, dims_view seen, const SubscriptSet& set) {
@@ -246,13 +263,18 @@ bool element_store::store_records(ndArray_tag* target, dims_view seen, const Sub
                          });
 }
 
-bool element_store::store_references(ndArray_tag* target, dims_view seen, const SubscriptSet& set) const {
+bool element_store::store_references(ndArray_tag* target, dims_view seen, const SubscriptSet& set) {
+    auto** prepared = prepared_ ? static_cast<void**>(prepared_->blocks().pdata) : nullptr;
     auto* const* from = static_cast<void* const*>(source_->pdata);
     const std::size_t step = scalar_ ? 0 : 1;
     return walk_elements(static_cast<std::byte*>(target->pdata), seen, set, sizeof(void*),
                          [&](const position_run& run, std::byte* base) {
                              auto** const slots = reinterpret_cast<void**>(base);
                              return walk_run(run, [&](std::size_t offset) {
+                                 if (prepared != nullptr) {
+                                     std::swap(*prepared++, slots[offset]); // the old one ends with the store
+                                     return true;
+                                 }
                                  const void* const element = *std::exchange(from, from + step);
                                  return replace_opaque_element(target, source_, slots + offset, element);
                              });

@@ -19,6 +19,10 @@ bool is_lengthened_by(dims_view array_dims, std::size_t nsubs) noexcept {
                              static_cast<std::ptrdiff_t>(array_dims.size());
 }
 
+dims_view subscripted(const left_side_growth& change) noexcept {
+    return change.new_seen.subspan(change.has_field_slot ? 1 : 0);
+}
+
 } // namespace
 
 void refuse_ambiguous_growth(dims_view array_dims, dims_view reach, dims_view seen) {
@@ -62,15 +66,18 @@ std::size_t checked_slot_count(dims_view dims) {
     return checked_element_count(dims, sizeof(ndArray_tag*));
 }
 
-void grow_left_side(ndArray_tag* array, const left_side_growth& change) {
-    const dims_view subscripted = change.new_seen.subspan(change.has_field_slot ? 1 : 0);
+std::size_t checked_growth(const ndArray_tag* array, const left_side_growth& change) {
+    const dims_view dims = subscripted(change);
     const auto is_one = [](std::size_t dim) { return dim == 1; };
-    if (array->class_id == ndFUNCTION_CLASS && !std::all_of(subscripted.begin(), subscripted.end(), is_one))
+    if (array->class_id == ndFUNCTION_CLASS && !std::all_of(dims.begin(), dims.end(), is_one))
         errors::raise<TARVEL::legacy_two_part::err_non_scalar_function_handles>();
-    const std::size_t new_count = change.has_field_slot
-                                      ? checked_slot_count(change.new_seen)
-                                      : checked_element_count(change.new_seen, stored_element_size(array));
-    const dims_list shape = shape_after_growth(dims_of(array), subscripted, change.all_zero);
+    return change.has_field_slot ? checked_slot_count(change.new_seen)
+                                 : checked_element_count(change.new_seen, stored_element_size(array));
+}
+
+void grow_left_side(ndArray_tag* array, const left_side_growth& change) {
+    const std::size_t new_count = checked_growth(array, change);
+    const dims_list shape = shape_after_growth(dims_of(array), subscripted(change), change.all_zero);
     prepared_dims dims({shape.data(), shape.size()}, array);
     grow_data(array, {change.old_seen, saturated_count(change.old_seen), change.new_seen, new_count,
                       change.keep, change.filler});

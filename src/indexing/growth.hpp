@@ -47,9 +47,12 @@ struct left_side_growth {
 /// struct without fields has no slots. Raises TARVEL:pmaxsize and SizeLimitExceeded.
 std::size_t checked_slot_count(dims_view dims);
 
+/// The elements that the array is going to have; of a struct its slots. Raises TARVEL:err_non_scalar_function_handles for a function
+/// handle that would have more than one element, TARVEL:pmaxsize and SizeLimitExceeded.
+std::size_t checked_growth(const ndArray_tag* array, const left_side_growth& change);
+
 /// Gives the array the block and the dimensions of its new shape; it is no literal any more. The caller has unshared it; it isn't sparse.
-/// Raises, with the array's value unchanged, TARVEL:err_non_scalar_function_handles for a function handle that would have more
-/// than one element, TARVEL:pmaxsize and SizeLimitExceeded, and foundation::core::except::bad_alloc or std::bad_alloc.
+/// Raises, with the array's value unchanged, what checked_growth does, foundation::core::except::bad_alloc and std::bad_alloc.
 void grow_left_side(ndArray_tag* array, const left_side_growth& change);
 
 } // namespace matrix::internal

@@ -35,13 +35,11 @@ bool assign_slots(ndArray_tag* lhs, std::span<const ndArray_tag* const> subs, co
     fitted_subscripts fitted(lhs, subs, rhs, field);
     refuse_other_fields(lhs, rhs, field, fitted.replaces());
     fitted.select_field();
-    const bool grows = fitted.reaches_beyond();
-    if (grows) checked_slot_count(fitted.new_seen()); // before copies for so many places are asked for
     changed_array changed(lhs);
     if (fitted.replaces()) changed.replace(create_empty_copy(rhs));
     change_elements(changed, fitted, rhs, fitted.copy_needed(), nullptr);
     changed.finish();
-    return grows || fitted.replaces();
+    return fitted.reaches_beyond() || fitted.replaces();
 }
 
 } // namespace

@@ -20,6 +20,7 @@
 #include "matrix/complexity.hpp"
 #include "matrix/opaque_assignment.hpp"
 #include "matrix/scaffolding.hpp"
+#include "matrix/sharing.hpp"
 #include "matrix/sparse_parts.hpp"
 
 #include <errors/raise.hpp>
@@ -57,29 +58,36 @@ public:
     bool grew() const noexcept { return grew_; }
 
     array_ptr run(const filler_function& filler, bool resize_only) {
-        ndArray_tag* const array = changed_.get();
         array_ptr left_over;
-        if (is_indexing_opaque(array)) {
+        if (is_indexing_opaque(changed_.get())) {
             const SubscriptSet& set = fitted_.set();
-            assign_to_opaque(array, set.count, set.indices.data(), set.info.num.data(), set.info.max.data(),
-                             rhs_);
+            assign_to_opaque(changed_.get(), set.count, set.indices.data(), set.info.num.data(),
+                             set.info.max.data(), rhs_);
         } else {
-            if (array->class_id != rhs_->class_id || is_indexing_opaque(rhs_)) raise_other_class(array);
-            array_ptr new_element;
-            if (grew_ && makes_own_elements(array)) {
-                if (resize_only || has_gaps(array)) left_over = filler(array);
-            } else if (grew_ && filler) {
-                new_element = filler(array);
-            }
-            change_elements(changed_, fitted_, rhs_, !resize_only && fitted_.copy_needed(),
-                            std::move(new_element));
-            if (!resize_only) settle(changed_.get());
+            left_over = assign_elements(filler, resize_only);
         }
         changed_.finish();
         return left_over;
     }
 
 private:
+    array_ptr assign_elements(const filler_function& filler, bool resize_only) {
+        const ndArray_tag* const array = changed_.get();
+        if (array->class_id != rhs_->class_id || is_indexing_opaque(rhs_)) raise_other_class(array);
+        array_ptr new_element;
+        array_ptr left_over;
+        if (grew_ && makes_own_elements(array)) {
+            if (resize_only || has_gaps(array)) left_over = filler(array);
+        } else if (grew_ && filler) {
+            new_element = filler(array);
+        }
+        if (has_shared_data(array)) changed_.use_copy(); // the filler has kept or returned a shared copy
+        change_elements(changed_, fitted_, rhs_, !resize_only && fitted_.copy_needed(),
+                        std::move(new_element));
+        if (!resize_only) settle(changed_.get());
+        return left_over;
+    }
+
     [[noreturn]] void raise_other_class(const ndArray_tag* array) const {
         errors::raise<TARVEL::legacy_two_part::invalidConversion>(api::ndGetClassName(rhs_),
                                                                   api::ndGetClassName(array));

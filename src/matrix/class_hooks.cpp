@@ -1,4 +1,4 @@
-// The answers of the array model on its own: no class system is registered.
+// The answers of the array model on its own, until a class system tells its hooks.
 // The object hooks are real: an engine may install them before any object exists.
 #include "matrix/class_hooks.hpp"
 
@@ -21,18 +21,32 @@ namespace {
 std::atomic<void (*)(ndArray_tag*)> object_create_hook{nullptr};
 std::atomic<void (*)(ndArray_tag*)> object_destroy_hook{nullptr};
 
+constexpr opaque_element_hooks no_class_system{};
+constinit std::atomic<const opaque_element_hooks*> element_hooks{&no_class_system};
+
 } // namespace
 
 void destroy_function_records(ndArray_tag* array) noexcept {
     if (array->pdata != nullptr) release_function_records(array->pdata, element_count(array), array);
 }
 
-void destroy_opaque_payload(ndArray_tag* /*array*/) noexcept {}
+void destroy_opaque_payload(ndArray_tag* array) noexcept {
+    if (array->pdata == nullptr || is_indexing_opaque(array)) return;
+    destroy_opaque_elements(array, static_cast<void* const*>(array->pdata), element_count(array));
+}
 
 void retain_opaque_payload(const ndArray_tag* /*source*/) {}
 
-void* copy_opaque_element(const ndArray_tag* /*source*/, const void* /*element*/) {
-    errors::raise<TARVEL::legacy_two_part::invalidInput>();
+void set_opaque_element_hooks(const opaque_element_hooks* hooks) noexcept {
+    element_hooks.store(hooks == nullptr ? &no_class_system : hooks, std::memory_order_release);
+}
+
+void* copy_opaque_element(const ndArray_tag* source, const void* element) {
+    const auto copy = element_hooks.load(std::memory_order_acquire)->copy;
+    if (copy == nullptr) errors::raise<TARVEL::legacy_two_part::invalidInput>();
+    void* const copied = copy(source, element);
+    if (copied == nullptr) errors::raise<TARVEL::legacy_two_part::nomem>();
+    return copied;
 }
 
 void reference_opaque_elements(const ndArray_tag* /*source*/, std::size_t /*nsubs*/, ndArray_tag* /*result*/,
@@ -40,8 +54,12 @@ void reference_opaque_elements(const ndArray_tag* /*source*/, std::size_t /*nsub
     errors::raise<TARVEL::legacy_two_part::invalidInput>();
 }
 
-void destroy_opaque_elements(const ndArray_tag* /*holder*/, void* /*elements*/,
-                             std::size_t /*count*/) noexcept {}
+void destroy_opaque_elements(const ndArray_tag* holder, void* const* elements, std::size_t count) noexcept {
+    const auto destroy = element_hooks.load(std::memory_order_acquire)->destroy;
+    for (std::size_t i = 0; destroy != nullptr && i < count; ++i) {
+        if (elements[i] != nullptr) destroy(holder, elements[i]);
+    }
+}
 
 void complete_opaque_dimensions(const ndArray_tag* /*array*/) {}
 

@@ -17,12 +17,23 @@ void destroy_opaque_payload(ndArray_tag* array) noexcept;
 /// Tells the class of an indexing-opaque array that one header more has the array's payload.
 void retain_opaque_payload(const ndArray_tag* source);
 
-/// The copy of an element, not null, of an opaque array. Raises TARVEL:legacy_two_part:invalidInput when the class can't
-/// copy elements.
+/// What the classes of opaque arrays do with one element, which isn't null.
+struct opaque_element_hooks {
+    /// A copy of an element of source. Null: out of memory. It may raise as well.
+    void* (*copy)(const ndArray_tag* source, const void* element);
+    /// The end of an element that holder had or was going to have.
+    void (*destroy)(const ndArray_tag* holder, void* element);
+};
+
+/// Sets the hooks, which live from now on; null for none: elements then can't be copied, and nobody hears of their end.
+void set_opaque_element_hooks(const opaque_element_hooks* hooks) noexcept;
+
+/// The copy of an element, not null, of an opaque array. It is never null: raises TARVEL:legacy_two_part:nomem when the class has
+/// no memory, TARVEL:legacy_two_part:invalidInput when it can't copy elements, and what it raises itself.
 void* copy_opaque_element(const ndArray_tag* source, const void* element);
 
-/// Releases copied elements that no array has taken.
-void destroy_opaque_elements(const ndArray_tag* holder, void* elements, std::size_t count) noexcept;
+/// Releases elements, null ones aside: those of a holder, and copied ones that no array has taken.
+void destroy_opaque_elements(const ndArray_tag* holder, void* const* elements, std::size_t count) noexcept;
 
 /// Fills an array without data, of the dimensions that subscripted reference of an indexing-opaque array gives, with the elements that
 /// nsubs lists of positions select; a null list is the colon, or a subscript without positions. Raises

@@ -148,7 +148,7 @@ data_copy::~data_copy() {
         } else if (class_id_ == ndFUNCTION_CLASS) {
             release_function_records(blocks_.pdata, items_, holder_);
         } else if (class_id_ == ndOPAQUE_CLASS) {
-            destroy_opaque_elements(holder_, blocks_.pdata, items_);
+            destroy_opaque_elements(holder_, static_cast<void* const*>(blocks_.pdata), items_);
         }
         free_data(blocks_.pdata);
     }

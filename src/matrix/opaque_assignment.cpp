@@ -35,10 +35,9 @@ bool replace_opaque_element(ndArray_tag* holder, const ndArray_tag* source, void
                             const void* element) {
     const auto replace = table().replace_element;
     if (element != nullptr && replace != nullptr) return replace(holder, slot, element);
-    void* copy = element == nullptr ? nullptr : copy_opaque_element(source, element);
-    if (element != nullptr && copy == nullptr) return false;
-    std::swap(copy, *slot);
-    if (copy != nullptr) destroy_opaque_elements(holder, &copy, 1);
+    void* const copy = element == nullptr ? nullptr : copy_opaque_element(source, element);
+    void* const old = std::exchange(*slot, copy);
+    destroy_opaque_elements(holder, &old, 1);
     return true;
 }
 

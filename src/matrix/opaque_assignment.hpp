@@ -25,7 +25,7 @@ void set_opaque_assignment(const opaque_assignment_table* table) noexcept;
 void assign_to_opaque(ndArray_tag* array, std::size_t subscripts, const kvIndex* const* positions,
                       const kvSize* counts, const kvSize* maxima, const ndArray_tag* rhs);
 
-/// False: out of memory. element may be null: the slot is empty then.
+/// False: out of memory. element may be null: the slot is empty then. Raises what copy_opaque_element does.
 bool replace_opaque_element(ndArray_tag* holder, const ndArray_tag* source, void** slot, const void* element);
 
 /// Whether an array is of the one opaque class that makes its new elements itself.

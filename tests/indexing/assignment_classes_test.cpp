@@ -232,6 +232,20 @@ TEST_F(AssignmentClasses, AFunctionHandleReplacesAnother) {
     EXPECT_EQ(called::acquired + 3, called::released); // three handles were made without being acquired
 }
 
+// Copies for so many places would be out of memory.
+TEST_F(AssignmentClasses, TheNewSizeIsTestedBeforeElementsAreCopied) {
+    const array_ptr x = arr("cell", arr("double", {1}));
+    const array_ptr y = arr("cell", arr("cell", arr("double", {2})));
+    EXPECT_EQ(error_of([&] { assign(x.get(), {"1:70368744177664"}, y.get()); }),
+              "TARVEL:pmaxsize pmaxsize()");
+    EXPECT_EQ(api::ndGetNumberOfElements(x.get()), 1U);
+    called::acquired = 0;
+    const array_ptr f = handle(1);
+    EXPECT_EQ(error_of([&] { assign(f.get(), {"1:2"}, handle(2).get()); }),
+              "TARVEL:err_non_scalar_function_handles err_non_scalar_function_handles()");
+    EXPECT_EQ(called::acquired, 0);
+}
+
 TEST_F(AssignmentClasses, CountedElementsAreCountedInAndOut) {
     reference_counter counter;
     const array_ptr x = arr("cell 1x2", handle(1), arr("double", {1}));

@@ -1,6 +1,9 @@
 // Values of new elements that the caller of an assignment chooses.
 #include "indexing/assignment_support.hpp"
+#include "matrix/containers.hpp"
 #include "support/sparse_arr.hpp"
+
+#include <functional>
 
 namespace test {
 namespace {
@@ -133,6 +136,66 @@ TEST_F(AssignmentFiller, AFillerOfAnotherClassIsRefused) {
               }),
               "TARVEL:invalidConversion invalidConversion(int8, double)");
     EXPECT_THAT(x, EqualsArray(arr("double", {1})));
+}
+
+// The left side is unshared when the filler is called, and needn't be any more when that returns.
+TEST_F(AssignmentFiller, AFillerMayShareTheLeftSide) {
+    const auto cells = [] { return arr("cell 1x2", arr("cell", arr("double", {1})), arr("double", {2})); };
+    const auto row_with_room = [] { // which would grow where it is
+        array_ptr x = numbered("double 1x300");
+        assign(x.get(), {"301"}, arr("double", {1}).get());
+        return x;
+    };
+    struct sharing_row {
+        const char* name;
+        std::function<array_ptr()> lhs;
+        array_ptr rhs;
+        const char* place;
+    };
+    const sharing_row sharing_rows[] = {
+        {"row",
+         [] {
+             return arr("double 1x3", {7, 2, 3});
+         },
+         arr("double", {9}), "5"},
+        {"row that becomes complex",
+         [] {
+             return arr("int8 1x3", {7, 2, 3});
+         },
+         arr("complex int8", {{9, 1}}), "5"},
+        {"row with room", row_with_room, arr("double", {9}), "303"},
+        {"cell", cells, arr("cell", arr("double", {9})), "4"},
+    };
+    for (const sharing_row& row : sharing_rows) {
+        SCOPED_TRACE(row.name);
+        const array_ptr x = row.lhs();
+        const array_ptr expected = row.lhs();
+        array_ptr kept;
+        const subscripts at{row.place};
+        const auto share = [&](const ndArray_tag* given) {
+            kept = matrix::detail::do_shared_copy(given);
+            return matrix::detail::do_shared_copy(given);
+        };
+        const auto copy = [](const ndArray_tag* given) { return matrix::detail::do_deep_copy(given); };
+        bool grew = false;
+        api::ndSubscriptedAssignmentWithFiller(grew, x.get(), 1, at.data(), row.rhs.get(), share, false);
+        EXPECT_THAT(kept, EqualsArray(row.lhs()));
+        api::ndSubscriptedAssignmentWithFiller(grew, expected.get(), 1, at.data(), row.rhs.get(), copy,
+                                               false);
+        EXPECT_THAT(x, EqualsArray(expected.get()));
+    }
+}
+
+TEST_F(AssignmentFiller, AFillerMayHoldTheLeftSide) {
+    const auto inner = [] { return arr("cell 1x2", arr("double", {1}), nullptr); };
+    const array_ptr holder = arr("cell", inner());
+    ndArray_tag* const x = matrix::internal::slots_of(holder.get())[0];
+    const subscripts at{"4"};
+    bool grew = false;
+    api::ndSubscriptedAssignmentWithFiller(
+        grew, x, 1, at.data(), arr("cell", arr("double", {9})).get(),
+        [&](const ndArray_tag*) { return matrix::detail::do_shared_copy(holder.get()); }, false);
+    EXPECT_THAT(x, EqualsArray(arr("cell 1x4", arr("double", {1}), nullptr, inner(), arr("double", {9}))));
 }
 
 TEST_F(AssignmentFiller, ResizingOnlyStoresNothing) {
