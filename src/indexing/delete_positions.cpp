@@ -1,8 +1,9 @@
 // How elements go, by class.
 //
 //   logical, char, numeric   those that stay are copied to a new array, whose value moves onto the header
-//   cell, struct, object     the references that stay are copied as bytes to a new block; those that go are destroyed in their order, each
-//                            slot null before; then the block takes the place of the old one. Nothing can fail once it is there
+//   cell, struct, object     the references that stay are copied as bytes to a new block, which takes the place of the old one; those that
+//                            go end in their order, each slot null before, and where others hear of that when the array is whole again.
+//                            Nothing can fail once the block is there
 //   function handle, opaque  those that stay are copied as their makers tell, since each copy counts; the old array ends as a whole
 #include "indexing/delete_positions.hpp"
 
@@ -14,6 +15,7 @@
 #include "matrix/complexity.hpp"
 #include "matrix/containers.hpp"
 #include "matrix/data_copy.hpp"
+#include "matrix/ending_elements.hpp"
 #include "matrix/function_records.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/own_block.hpp"
@@ -104,9 +106,9 @@ void delete_plain(ndArray_tag* array, const deletion& what) {
     move_plain_onto(array, std::move(result));
 }
 
-void destroy_slots(ndArray_tag* container, std::size_t first, std::size_t count) noexcept {
+void empty_slots(ndArray_tag* container, std::size_t first, std::size_t count, ending_elements& to) noexcept {
     ndArray_tag** const slots = slots_of(container) + first;
-    for (std::size_t i = 0; i < count; ++i) destroyArray(std::exchange(slots[i], nullptr));
+    for (std::size_t i = 0; i < count; ++i) to.add(std::exchange(slots[i], nullptr));
 }
 
 // Slots that somebody else has as well are no longer the array's to move.
@@ -120,9 +122,10 @@ void delete_slots(ndArray_tag* array, const deletion& what) {
     data_block block(allocate_data(kept_count(what) * width, DataInitialization::uninitialized));
     own_slots(array);
     copy_kept(array->pdata, block.get(), width, what);
+    ending_elements deleted;
     for (std::size_t pass = 0; pass < what.outer; ++pass)
         for_each_deleted_run(what.keep, [&](kvSize first, kvSize count) {
-            destroy_slots(array, (pass * what.keep.dim + first) * what.inner, count * what.inner);
+            empty_slots(array, (pass * what.keep.dim + first) * what.inner, count * what.inner, deleted);
         });
     replace_block(array, block.release());
     dims.commit_to(array);
@@ -178,7 +181,8 @@ void delete_everything(ndArray_tag* array, dims_view shape) {
     if (is_container_class(array->class_id)) {
         prepared_dims dims(shape, array);
         own_slots(array);
-        if (array->pdata != nullptr) destroy_slots(array, 0, slot_count(array));
+        ending_elements deleted;
+        if (array->pdata != nullptr) empty_slots(array, 0, slot_count(array), deleted);
         replace_block(array, nullptr);
         dims.commit_to(array);
         return;

@@ -7,12 +7,9 @@
 #include "support/sparse_arr.hpp"
 
 #include <nd/access.hpp>
-#include <nd/class_access.hpp>
 #include <nd/containers.hpp>
 #include <nd/scalars.hpp>
 #include <nd/sizes.hpp>
-
-#include <utility>
 
 namespace test {
 namespace {
@@ -125,30 +122,6 @@ TEST_F(ResizeArray, WhatHasNoPlaceIsDestroyed) {
     api::ndResizeArray(s.get(), 2, more.data());
     EXPECT_THAT(s, EqualsArray(struct_arr("2x2", {"a", "b"}, arr("double", {1}), arr("double", {2}), nullptr,
                                           nullptr, nullptr, nullptr, nullptr, nullptr)));
-}
-
-// What hears of an object's end may look at the array that it was in.
-TEST_F(ResizeArray, AnArrayIsWholeWhenItsElementsEnd) {
-    static const ndArray_tag* watched;
-    static std::vector<std::string> seen;
-    const auto object = [] {
-        array_ptr made = struct_arr("1x1", {"a"}, arr("double", {1}));
-        api::ndSetClassName(made.get(), "thing");
-        return made;
-    };
-    for (const sizes& dims : {sizes{1, 2}, sizes{2, 1}, sizes{1, 0}, sizes{2, 2, 1, 2}}) {
-        const array_ptr x = arr("cell 1x4", arr("double", {1}), object(), object(), object());
-        watched = x.get();
-        api::ndSetObjectCreateDestroyFn(nullptr, [](ndArray_tag*) {
-            seen.push_back(matrix::internal::validate(watched) + " " +
-                           std::to_string(api::ndGetNumberOfElements(watched)));
-        });
-        api::ndResizeArray(x.get(), dims.size(), dims.data());
-        api::ndSetObjectCreateDestroyFn(nullptr, nullptr);
-        const std::size_t count = api::ndGetNumberOfElements(x.get());
-        EXPECT_FALSE(seen.empty());
-        for (const std::string& one : std::exchange(seen, {})) EXPECT_EQ(one, " " + std::to_string(count));
-    }
 }
 
 TEST_F(ResizeArray, WhatItCantResizeIsRefused) {
