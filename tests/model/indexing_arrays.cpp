@@ -1,7 +1,9 @@
 // Building arrays from the model's values and reading them, with as little of the library as there can be: creators and the record.
 #include "model/indexing_arrays.hpp"
 
+#include "matrix/class_hooks.hpp"
 #include "matrix/containers.hpp"
+#include "matrix/function_records.hpp"
 #include "support/sparse_arr.hpp"
 
 #include <nd/access.hpp>
@@ -20,10 +22,45 @@ namespace {
 namespace api = matrix::detail::noninlined::nd_array_api;
 using matrix::array_ptr;
 
+using matrix::internal::function_record;
+
 constexpr std::size_t shown_elements = 12;
 
+long held = 0; // records and elements, by arrays of the library
+
+void acquire(void*, const ndArray_tag*) { ++held; }
+void release(void*, const ndArray_tag*) { --held; }
+
+void* copy_element(const ndArray_tag*, const void* element) {
+    ++held;
+    return const_cast<void*>(element);
+}
+void destroy_element(const ndArray_tag*, void*) { --held; }
+
+constexpr matrix::internal::opaque_element_hooks element_hooks{copy_element, destroy_element};
+
+// In place of a pointer.
+void* as_pointer(std::uint64_t number) { return std::bit_cast<void*>(number); }
+
+array_ptr handle_of(std::uint64_t number) {
+    array_ptr handle = matrix::create(dims{1, 1}, ndFUNCTION_CLASS, ndREAL);
+    *static_cast<function_record*>(handle->pdata) = {nullptr, as_pointer(number), acquire, release};
+    ++held;
+    return handle;
+}
+
+array_ptr opaque_of(std::uint64_t number) {
+    array_ptr opaque = matrix::create(dims{1, 1}, ndOPAQUE_CLASS, ndREAL);
+    *static_cast<void**>(opaque->pdata) = as_pointer(number);
+    ++held;
+    return opaque;
+}
+
+// A double, or what can hold references: a cell, a function handle or an opaque array.
 array_ptr slot_value(std::uint64_t number) {
     if (number == 0) return nullptr;
+    if (number % 7 == 1) return handle_of(number);
+    if (number % 7 == 2) return opaque_of(number);
     array_ptr content(api::ndCreateDoubleScalar(static_cast<double>(number)));
     if (number % 3 != 0) return content;
     array_ptr cell(api::ndCreateCellMatrix(1, 1));
@@ -161,9 +198,22 @@ void tell_element(std::ostream& out, const value& v, const element& one) {
 
 std::uint64_t number_in(const ndArray_tag* slot) {
     if (slot == nullptr) return 0;
+    if (slot->class_id == ndFUNCTION_CLASS)
+        return std::bit_cast<std::uint64_t>(static_cast<const function_record*>(slot->pdata)->data);
+    if (slot->class_id == ndOPAQUE_CLASS)
+        return std::bit_cast<std::uint64_t>(*static_cast<void* const*>(slot->pdata));
     if (slot->class_id == ndCELL_CLASS) slot = *static_cast<ndArray_tag* const*>(slot->pdata);
     return static_cast<std::uint64_t>(*static_cast<const double*>(slot->pdata));
 }
+
+counted_contents::counted_contents() {
+    held = 0;
+    matrix::internal::set_opaque_element_hooks(&element_hooks);
+}
+
+counted_contents::~counted_contents() { matrix::internal::set_opaque_element_hooks(nullptr); }
+
+long counted_contents::count() const noexcept { return held; }
 
 array_ptr real_array(const value& expected) {
     if (expected.as_range) return colon_object(expected);

@@ -7,7 +7,19 @@
 
 namespace model {
 
-/// A new array of the value. A range becomes a colon object. Slots hold numbers, and every third of them a cell around one.
+/// Counts what function handles and elements of opaque arrays hold. While it lives opaque elements can be copied.
+class counted_contents {
+public:
+    counted_contents();
+    ~counted_contents();
+    counted_contents(const counted_contents&) = delete;
+    counted_contents& operator=(const counted_contents&) = delete;
+
+    long count() const noexcept;
+};
+
+/// A new array of the value. A range becomes a colon object. Slots hold doubles, cells around one, function handles and opaque arrays: the
+/// number tells which. Such contents are to be counted.
 matrix::array_ptr real_array(const value& expected);
 
 /// Where the array isn't the value; empty when it is.

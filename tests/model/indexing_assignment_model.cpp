@@ -260,6 +260,31 @@ void scalar_assign(value& a, std::span<const std::size_t> subs, const element& o
     a = std::move(made);
 }
 
+std::size_t slot_place(value& a, subscripts subs, std::size_t field, bool keep, bool& grew) {
+    place at = scalar_place(a, subs, field, false);
+    grew = at.failed != 0;
+    if (!grew) return at.offset;
+    const std::size_t fields = field == 0 ? 1 : a.fields.size();
+    const std::size_t first = field == 0 ? 0 : field - 1;
+    if (field != 0) at.indices.erase(at.indices.begin());
+    const dims working = folded(a.shape, subs.size());
+    const std::optional<dims> grown = growth(working, at.indices, a.shape);
+    value made = a;
+    if (field == 0 && a.class_id != ndCELL_CLASS) {
+        if (!a.is_empty() || a.is_struct()) throw refusal{"invalidInput"};
+        made = blank_value(ndCELL_CLASS, false, a.shape);
+    }
+    grow(made, working, *grown, all_zero(a.shape));
+    if (!keep) {
+        made.elements = a.elements;
+        made.elements.resize(count_of(made.shape));
+    }
+    a = std::move(made);
+    std::size_t offset = 0;
+    for (std::size_t i = subs.size(); i-- > 0;) offset = at.indices[i] - 1 + (*grown)[i] * offset;
+    return first + fields * offset;
+}
+
 void resize(value& a, const dims& shape) {
     if (count_of(shape) == a.elements.size()) return;
     const dims rest = other_than_one(shape);

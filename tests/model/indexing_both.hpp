@@ -120,6 +120,7 @@ inline void count_growth(index_world& w, const index_world::handle& lhs, std::si
 std::string reference_both(index_world& w, choices& from);
 std::string reference_field(index_world& w, choices& from);
 std::string ask(index_world& w, choices& from);
+std::string make_slot(index_world& w, choices& from);
 std::string count_both(index_world& w, choices& from);
 
 std::string assign_both(index_world& w, choices& from);

@@ -135,8 +135,12 @@ void move_elements(value& a, const dims& from, const dims& to, const element& fr
 struct place {
     std::size_t offset = 0;
     std::size_t failed = 0;
+    std::vector<std::size_t> indices = {}; ///< counted from 1, that of the field in front
 };
 place scalar_place(const value& a, subscripts subs, std::size_t field, bool with_bounds);
+
+/// The offset of a slot that is going to be written: a grows to have it. Without keep, elements stay in their order.
+std::size_t slot_place(value& a, subscripts subs, std::size_t field, bool keep, bool& grew);
 
 /// How many elements a subscript selects; nothing for a class that can't be one.
 std::optional<std::size_t> count_selected(const value& a, const value& subscript, std::size_t position,

@@ -60,6 +60,7 @@ constexpr index_operation table[] = {
     {"assign with a filler", assign_with_filler},
     {"append", append},
     {"ask for one element", ask},
+    {"ask for a slot to write", make_slot},
     {"count a subscript", count_both},
     {"resize", resize_both},
     {"lengthen", lengthen},

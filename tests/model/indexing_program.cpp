@@ -79,6 +79,8 @@ std::string index_world::finish() {
         if (std::string wrong = check(h); !wrong.empty()) return "at the end: " + wrong;
     }
     handles_.clear();
+    if (contents_.count() != 0)
+        return std::to_string(contents_.count()) + " records and elements were left behind";
     const test::live_blocks left = count_blocks() - before_;
     if (left.header_slots == 0 && left.aligned_heap == 0) return {};
     std::ostringstream out;
@@ -149,6 +151,7 @@ std::string run_program(std::span<const std::uint8_t> program, index_counts& cou
     counts.in_place += more.in_place;
     counts.made_real += more.made_real;
     counts.sparse += more.sparse;
+    counts.slots += more.slots;
     return wrong;
 }
 

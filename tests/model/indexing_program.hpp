@@ -28,6 +28,7 @@ struct index_counts {
     long in_place = 0;  ///< of them, those that had room
     long made_real = 0; ///< results of complex arrays that are real
     long sparse = 0;    ///< operations on sparse arrays
+    long slots = 0;     ///< new slots of cells and structs that were made for writing
 };
 
 class index_world {
@@ -73,6 +74,7 @@ private:
     static std::string text(const std::vector<value>& parts);
     std::string check(const handle& h) const;
 
+    counted_contents contents_;
     std::vector<handle> handles_;
     test::live_blocks before_;
     index_counts counts_;

@@ -93,6 +93,7 @@ TEST_F(IndexPrograms, AgreeWithTheModel) {
     EXPECT_GE(counts.in_place, wanted / 200) << "the programs hardly ever grow into spare room";
     EXPECT_GE(counts.made_real, wanted / 500) << "the programs hardly ever take real parts of complex arrays";
     EXPECT_GE(counts.sparse, wanted / 200) << "the programs hardly ever meet sparse arrays";
+    EXPECT_GE(counts.slots, wanted / 500) << "the programs hardly ever make slots";
 }
 
 } // namespace

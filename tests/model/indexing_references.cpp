@@ -19,6 +19,14 @@ bool counts_in_32_bits(const value& subscript) {
     return !subscript.as_range || !(std::max(subscript.as_range->start, subscript.as_range->stop) > 1e9);
 }
 
+std::vector<value> any_scalar_subscripts(choices& from, const value& a) {
+    const unsigned counts[] = {1, static_cast<unsigned>(a.shape.size()), 2, 3};
+    std::vector<value> subs;
+    for (const std::size_t dim : folded(a.shape, from.one_of(counts)))
+        subs.push_back(any_scalar_subscript(from, dim));
+    return subs;
+}
+
 } // namespace
 
 std::string reference_both(index_world& w, choices& from) {
@@ -63,25 +71,26 @@ std::string reference_field(index_world& w, choices& from) {
     return wrong.empty() && !refused ? check_result(expected, found.get()) : wrong;
 }
 
-// Where one element lies, how many a subscript selects, what end is.
+// Where one element lies, to be read or assigned to; what end is.
 std::string ask(index_world& w, choices& from) {
     const handle& a = w.pick(from);
-    const unsigned counts[] = {1, static_cast<unsigned>(a.expected.shape.size()), 2, 3};
-    const unsigned nsubs = from.one_of(counts);
-    const dims seen = folded(a.expected.shape, nsubs);
-    std::vector<value> subs;
-    for (const std::size_t dim : seen) subs.push_back(any_scalar_subscript(from, dim));
+    const std::vector<value> subs = any_scalar_subscripts(from, a.expected);
+    const std::size_t nsubs = subs.size();
     const std::size_t field = a.expected.is_struct() && !a.expected.fields.empty() && from.seldom(2) ? 1 : 0;
+    const bool assigned_to = from.seldom(3);
     w.tell(std::string("x"), index_of(w, a), subs);
     const real_subscripts real(subs);
+    const auto look = assigned_to
+                          ? api::ndScalarRefForAssignment
+                          : static_cast<decltype(&api::ndScalarRefForAssignment)>(api::ndScalarRefConst);
     place expected;
     kvIndex offset = 12345;
     kvSize failed = 0;
     ndScalarRefConstResult result = ndSCALAR_REF_IN_RANGE;
     bool refused = false;
     std::string wrong = do_both(
-        w, [&] { result = api::ndScalarRefConst(&offset, failed, a.real.get(), nsubs, real.data(), field); },
-        [&] { expected = scalar_place(a.expected, subs, field, true); }, refused);
+        w, [&] { result = look(&offset, failed, a.real.get(), nsubs, real.data(), field); },
+        [&] { expected = scalar_place(a.expected, subs, field, !assigned_to); }, refused);
     if (!wrong.empty() || refused) return wrong;
     if ((result == ndSCALAR_REF_EXCEEDS) != (expected.failed != 0)) return "in range or not";
     if (expected.failed != 0 ? failed != expected.failed || offset != 12345 : offset != expected.offset)
@@ -91,6 +100,30 @@ std::string ask(index_world& w, choices& from) {
             return "the end";
     }
     return {};
+}
+
+std::string make_slot(index_world& w, choices& from) {
+    handle& a = w.pick(from);
+    own(a);
+    const std::vector<value> subs = any_scalar_subscripts(from, a.expected);
+    const auto fields = static_cast<unsigned>(a.expected.fields.size());
+    const std::size_t field =
+        a.expected.is_struct() && fields != 0 && !from.seldom(5) ? 1 + from.below(fields) : 0;
+    const bool keep = !from.seldom(4);
+    w.tell(std::string("x"), index_of(w, a), subs, std::string(" field "), field);
+    const real_subscripts real(subs);
+    kvIndex offset = 12345;
+    std::size_t expected = 0;
+    bool grew = false;
+    bool expected_grew = false;
+    bool refused = false;
+    std::string wrong = do_both(
+        w, [&] { offset = api::ndScalarRef(a.real.get(), real.size(), real.data(), field, keep, grew); },
+        [&] { expected = slot_place(a.expected, subs, field, keep, expected_grew); }, refused);
+    if (!wrong.empty() || refused) return wrong;
+    w.counts().slots += grew ? 1 : 0;
+    if (grew != expected_grew) return "grew is wrong";
+    return offset == expected ? std::string() : "offset " + std::to_string(offset);
 }
 
 std::string count_both(index_world& w, choices& from) {

@@ -221,10 +221,10 @@ place scalar_place(const value& a, subscripts subs, std::size_t field, bool with
         seen.insert(seen.begin(), a.fields.size());
         values.insert(values.begin(), field);
     }
-    place found;
+    place found{0, 0, values};
     std::size_t stride = 1;
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (values[i] > seen[i]) return {0, i + 1};
+        if (values[i] > seen[i]) return {0, i + 1, values};
         found.offset += (values[i] - 1) * stride;
         stride *= seen[i];
     }
