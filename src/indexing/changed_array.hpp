@@ -35,8 +35,8 @@ private:
 
 /// Grows the array where the subscripts reach beyond it, and with store puts rhs, of the same class, into what they select. new_element has
 /// the value of new elements; null for zeros. Where several of these steps can fail they are made on a copy, so that the array changes at
-/// once or not at all; only elements of an opaque class that were replaced before its failure stay so, in an array that keeps its size. Of a rhs or new_element that holds
-/// the left side, at whatever depth, a deep copy is stored.
+/// once or not at all; only in an array that keeps its size, elements of an opaque class that were replaced before its failure stay so. Of
+/// a rhs or new_element that holds the left side, at whatever depth, a deep copy is stored.
 /// Raises what grow_with_filler does, TARVEL:nomem, out of memory.
 void change_elements(changed_array& changed, const fitted_subscripts& fitted, const ndArray_tag* rhs,
                      bool store, array_ptr new_element);

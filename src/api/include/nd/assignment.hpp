@@ -116,8 +116,9 @@ ND_EXPORT ndArray_tag* ndScalarExpan(ndArray_tag* value, ndArray_tag* lhs, ndArr
 /// Gives the array these n dimensions; elements keep their positions along each of them. With as many elements as it has, nothing happens,
 /// whatever the shape asked for. With one dimension that isn't 1 the elements keep their order, and the result is a vector along
 /// the dimension of the old one, or a row. Elements that have no place any more are destroyed. The array is unshared. Raises
-/// TARVEL:legacy_two_part:invalidInput for a sparse array, a colon object and one whose class has its elements, TARVEL:legacy_two_part:err_non_scalar_function_handles, TARVEL:pmaxsize and SizeLimitExceeded; out of memory; the array is
-/// then unchanged.
+/// TARVEL:legacy_two_part:invalidInput for a sparse array, a colon object and one whose class has its elements,
+/// TARVEL:legacy_two_part:err_non_scalar_function_handles, TARVEL:pmaxsize and SizeLimitExceeded; out of memory; the array is then
+/// unchanged. Elements end when the array has its new shape.
 ND_EXPORT void ndResizeArray(ndArray_tag* a, kvSize n, const kvSize* dims);
 
 /// A fresh start for a header: its contents are destroyed, and it is 1x1 of the class, without data and with no flag of the old
