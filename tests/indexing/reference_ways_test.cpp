@@ -117,6 +117,34 @@ TEST_F(ReferenceWays, GiveTheSameOfBlocks) {
     });
 }
 
+// Axes that lie evenly behind one another, that don't, that select one position or none, and behind the last dimension.
+TEST_F(ReferenceWays, GiveTheSameOfWalks) {
+    const std::function<array_ptr()> axes[] = {colon,
+                                               [] { return range(2, 1, 3); },
+                                               [] { return range(1, 2, 3); },
+                                               [] { return range(3, -1, 1); },
+                                               [] { return arr("double", {2}); },
+                                               [] {
+                                                   return arr("double 1x3", {3, 1, 1});
+                                               },
+                                               [] { return arr("int64", {3}); },
+                                               [] { return range(3, 1, 2); }};
+    for_each_instruction_set([&] {
+        for (const char* const description :
+             {"double 3x4x5", "int8 3x4x5", "complex double 3x4x5", "single 3x3x4x2"}) {
+            const array_ptr x = numbered(description);
+            for (const auto& first : axes) {
+                for (const auto& second : axes) {
+                    for (const auto& third : axes) {
+                        expect_same(x, subs_of(first(), second(), third()));
+                        expect_same(x, subs_of(first(), second(), third(), arr("double", {1})));
+                    }
+                }
+            }
+        }
+    });
+}
+
 // Around the number of positions that a subscript of two may have in the short way.
 TEST_F(ReferenceWays, GiveTheSameOfLongLists) {
     for_each_instruction_set([] {

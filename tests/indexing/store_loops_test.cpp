@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 namespace test {
@@ -114,6 +115,41 @@ TEST(StoreLoops, TestAllSubscripts) {
         tests_each_place<std::uint64_t>(word_rows, store_kernels_in_use().words_within);
         EXPECT_TRUE(store_kernels_in_use().doubles_within(nullptr, 0, 0));
         EXPECT_TRUE(store_kernels_in_use().words_within(nullptr, 0, 0));
+    });
+}
+
+// Places in random order, some of them twice: the later value stays.
+template <class Subscript, class Element>
+void scatters(matrix::internal::scatter_kernel scatter) {
+    std::mt19937 random(3);
+    for (const std::size_t count : {0, 1, 2, 5, 31, 32, 33, 63, 64, 65, 100}) {
+        for (const std::size_t step : {std::size_t{0}, sizeof(Element)}) {
+            std::vector<Subscript> places(count);
+            std::vector<Element> values(count + 1);
+            for (Element& value : values) value = static_cast<Element>(random());
+            std::vector<Element> wanted(80, Element{7});
+            for (std::size_t i = 0; i < count; ++i) {
+                places[i] = static_cast<Subscript>(1 + random() % wanted.size());
+                wanted[static_cast<std::size_t>(places[i]) - 1] = values[step == 0 ? 0 : i];
+            }
+            std::vector<Element> stored(wanted.size(), Element{7});
+            scatter(stored.data(), places.data(), count, values.data(), step);
+            EXPECT_EQ(stored, wanted) << sizeof(Element) << ' ' << count << ' ' << step;
+        }
+    }
+}
+
+TEST(StoreLoops, StoreAtListedPlaces) {
+    for_each_instruction_set([] {
+        const auto& kernels = store_kernels_in_use();
+        scatters<double, std::uint8_t>(kernels.scatter_by_doubles[0]);
+        scatters<double, std::uint16_t>(kernels.scatter_by_doubles[1]);
+        scatters<double, std::uint32_t>(kernels.scatter_by_doubles[2]);
+        scatters<double, std::uint64_t>(kernels.scatter_by_doubles[3]);
+        scatters<std::uint64_t, std::uint8_t>(kernels.scatter_by_words[0]);
+        scatters<std::uint64_t, std::uint16_t>(kernels.scatter_by_words[1]);
+        scatters<std::uint64_t, std::uint32_t>(kernels.scatter_by_words[2]);
+        scatters<std::uint64_t, std::uint64_t>(kernels.scatter_by_words[3]);
     });
 }
 
