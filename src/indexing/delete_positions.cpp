@@ -8,8 +8,8 @@
 #include "indexing/delete_positions.hpp"
 
 #include "errors/raise.hpp"
+#include "indexing/kernel_choice.hpp"
 #include "indexing/reference.hpp"
-#include "indexing/reference_kernels.hpp"
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
 #include "matrix/complexity.hpp"
@@ -23,7 +23,6 @@
 #include "matrix/sharing.hpp"
 #include "matrix/unshare.hpp"
 
-#include <foundation/core/cpu/instruction_set.hpp>
 #include <nd/share.hpp>
 
 #include <bit>
@@ -36,8 +35,6 @@ namespace {
 
 namespace api = matrix::detail::noninlined::nd_array_api;
 
-constexpr foundation::core::cpu::kernel_family<reference_kernels> family{
-    {&reference_kernels_baseline, &reference_kernels_avx2, &reference_kernels_avx512}};
 constexpr std::size_t widest_packed = std::size_t{1} << (element_width_count - 1);
 
 std::size_t kept_count(const deletion& what) noexcept { return what.inner * what.keep.count * what.outer; }
@@ -67,7 +64,8 @@ void copy_kept(const void* source, void* target, std::size_t width, const deleti
     auto* to = static_cast<std::byte*>(target);
     if (what.keep.marks != nullptr && what.inner == 1 && width <= widest_packed) {
         const keep_list& keep = what.keep;
-        const pack_kernel pack = family.get().pack[static_cast<std::size_t>(std::countr_zero(width))];
+        const pack_kernel pack =
+            reference_loops_here().pack[static_cast<std::size_t>(std::countr_zero(width))];
         for (std::size_t pass = 0; pass < what.outer; ++pass)
             pack(keep.marks.get(), from + pass * keep.dim * width, to + pass * keep.count * width,
                  keep.count);

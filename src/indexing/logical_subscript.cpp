@@ -2,7 +2,7 @@
 //
 // A sparse one stores its true elements. Its places are counted over all its columns and may lie beyond every index; columns that
 // begin there can't be reached and are looked at only for whether they store anything.
-#include "indexing/subscript_kernel_choice.hpp"
+#include "indexing/kernel_choice.hpp"
 #include "indexing/subscript_lists.hpp"
 #include "indexing/subscript_value.hpp"
 

@@ -2,7 +2,7 @@
 //
 // The order: complex is refused, a sparse array with an implicit zero is refused, elements without data are refused, then the loop runs
 // over all values. Only when it says that one of them is no index are they looked at singly, for the first of these and its error.
-#include "indexing/subscript_kernel_choice.hpp"
+#include "indexing/kernel_choice.hpp"
 #include "indexing/subscript_lists.hpp"
 #include "indexing/subscript_text.hpp"
 #include "indexing/subscript_value.hpp"

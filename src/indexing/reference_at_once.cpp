@@ -7,16 +7,13 @@
 // general way finds out what is to be raised.
 #include "indexing/reference.hpp"
 
+#include "indexing/kernel_choice.hpp"
 #include "indexing/plain_source.hpp"
 #include "indexing/position_steps.hpp"
-#include "indexing/reference_kernels.hpp"
 #include "indexing/reference_shape.hpp"
-#include "indexing/subscript_kernel_choice.hpp"
 
 #include "matrix/numeric_creation.hpp"
 #include "matrix/size_limit.hpp"
-
-#include <foundation/core/cpu/instruction_set.hpp>
 
 #include <algorithm>
 #include <cstring>
@@ -25,15 +22,10 @@
 namespace matrix::internal {
 namespace {
 
-using foundation::core::cpu::kernel_family;
-
-constexpr kernel_family<reference_kernels> family{
-    {&reference_kernels_baseline, &reference_kernels_avx2, &reference_kernels_avx512}};
-
 // Of few elements the loops do most one by one under any instruction set: the choice would take as long.
 const reference_kernels& kernels_for(std::size_t count) noexcept {
     constexpr std::size_t few = 32;
-    return count < few ? reference_kernels_baseline : family.get();
+    return count < few ? reference_kernels_baseline : reference_loops_here();
 }
 
 // For count elements along a dimension of x, counted from 1, or with 0 as the subscript lies.
@@ -114,7 +106,7 @@ array_ptr reference_masked(const plain_source& source, std::size_t elements, con
     array_ptr result = selects_no_line(mask, count) ? create_like(source, 0, 0)
                                                     : create_linear(source, subscript, line, count);
     if (!result) return nullptr;
-    if (count != 0) family.get().pack[source.width()](bytes, source.data, result->pdata, count);
+    if (count != 0) reference_loops_here().pack[source.width()](bytes, source.data, result->pdata, count);
     return finished(source, std::move(result));
 }
 

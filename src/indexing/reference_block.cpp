@@ -6,12 +6,9 @@
 #include "indexing/reference.hpp"
 
 #include "indexing/folded_dimensions.hpp"
+#include "indexing/kernel_choice.hpp"
 #include "indexing/plain_source.hpp"
 #include "indexing/position_steps.hpp"
-#include "indexing/reference_kernels.hpp"
-#include "indexing/subscript_kernel_choice.hpp"
-
-#include <foundation/core/cpu/instruction_set.hpp>
 
 #include <array>
 #include <cstring>
@@ -20,21 +17,18 @@
 namespace matrix::internal {
 namespace {
 
-constexpr foundation::core::cpu::kernel_family<reference_kernels> family{
-    {&reference_kernels_baseline, &reference_kernels_avx2, &reference_kernels_avx512}};
-
 constexpr std::size_t most_axes = 4;
 
 // Room for the positions of one subscript.
 using position_buffer = std::array<kvIndex, 512>;
 
-// The positions of one subscript: evenly spaced elements, or listed ones.
+// The positions of one subscript as elements of the array: evenly spaced from the first one on, by a step modulo 2^64; or listed, by a
+// step from one position of the dimension to the next.
 struct axis {
     std::size_t count;
-    std::size_t first; // where its first position lies, in elements
-    std::size_t
-        step; // from each to the next, modulo 2^64; of listed positions from one of the dimension to the next
-    const kvIndex* listed; // count of them, or null
+    std::size_t first;
+    std::size_t step;
+    const kvIndex* listed; // null where they aren't
 
     std::size_t offset(std::size_t k) const noexcept {
         return listed != nullptr ? listed[k] * step : first + k * step;
@@ -114,7 +108,7 @@ public:
                 to += bytes;
             });
         } else {
-            const stride_kernel copy_run = family.get().stride[source.width()];
+            const stride_kernel copy_run = reference_loops_here().stride[source.width()];
             for_each_run(count_ - 1, start_, [&](std::size_t offset) {
                 copy_run(from + offset * size, run.step, run.count, to);
                 to += bytes;

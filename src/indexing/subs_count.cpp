@@ -1,6 +1,6 @@
 // How many elements a subscript selects, without a look at whether it may.
 #include "indexing/folded_dimensions.hpp"
-#include "indexing/subscript_kernel_choice.hpp"
+#include "indexing/kernel_choice.hpp"
 #include "indexing/subscript_value.hpp"
 
 #include "matrix/class_hooks.hpp"
