@@ -40,12 +40,16 @@ std::string mixture(std::string text, const std::vector<std::string>& inputs, st
         case 0:
             text.resize(below(text.size() + 1));
             break;
-        case 1:
-            text.erase(below(text.size()), below(4));
+        case 1: {
+            const std::size_t at = below(text.size());
+            text.erase(at, below(4));
             break;
-        case 2: {
+        }
+        case 2: { // one draw a line: compilers evaluate arguments in different orders
             const std::string& other = inputs[below(inputs.size())];
-            text.insert(below(text.size()), other, below(other.size()), below(40));
+            const std::size_t at = below(text.size());
+            const std::size_t from = below(other.size());
+            text.insert(at, other, from, below(40));
             break;
         }
         case 3:

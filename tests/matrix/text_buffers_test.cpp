@@ -134,6 +134,14 @@ TEST_F(TextBuffers, GetTextInTheSystemsEncoding) {
     }
 }
 
+// A character that an encoding passes over needs no room.
+TEST_F(TextBuffers, AreLargeEnoughForWhatHasNoBytes) {
+    const system_encoding system("ISO-8859-1");
+    EXPECT_EQ(string_of(arr("char", u"ab\u202C"), 3), (outcome{0, with_nul("ab")}));
+    EXPECT_EQ(chars_of(arr("char", u"ab\u202C"), 2), (outcome{0, "ab"}));
+    EXPECT_EQ(string_of(arr("char", u"ab\u202Cc"), 3), (outcome{1, with_nul("ab")}));
+}
+
 TEST_F(TextBuffers, GetNoTextWhereThereIsNoEncoding) {
     const system_encoding system("no-such-encoding");
     EXPECT_EQ(string_of(arr("char", u"text"), 10), (outcome{1, with_nul("")}));

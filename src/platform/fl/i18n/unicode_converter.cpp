@@ -117,7 +117,18 @@ UnicodeConverterX::written UnicodeConverterX::from_utf16(std::u16string_view tex
         const progress made = convert_piece(from, end, at, room - static_cast<std::size_t>(at - to));
         const auto bytes = static_cast<std::size_t>(at - to);
         if (made == progress::finished) return {bytes, false};
-        if (made == progress::out_of_room && bytes == room) return {bytes, true};
+        if (made == progress::out_of_room && bytes == room) return {bytes, makes_bytes(from, end)};
+    }
+}
+
+// Characters that nobody sees become nothing in encodings that lack them.
+bool UnicodeConverterX::makes_bytes(const char16_t* from, const char16_t* end) {
+    std::array<char, 16> unused;
+    for (;;) {
+        char* at = unused.data();
+        const progress made = convert_piece(from, end, at, unused.size());
+        if (at != unused.data()) return true;
+        if (made == progress::finished) return false;
     }
 }
 

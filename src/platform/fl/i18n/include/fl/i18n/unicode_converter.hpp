@@ -62,6 +62,9 @@ private:
     enum class progress { finished, out_of_room, out_of_text };
     progress convert_piece(const char16_t*& from, const char16_t* end, char*& at, std::size_t room);
 
+    // Whether bytes are left, in the converter or in the text from there on.
+    bool makes_bytes(const char16_t* from, const char16_t* end);
+
     // Raises what a failed status means.
     static void check(UErrorCode status);
 
