@@ -19,8 +19,6 @@ struct position_steps {
     std::size_t first;
     std::size_t step;
     std::size_t count;
-
-    std::size_t position(std::size_t k) const noexcept { return first + k * step; }
 };
 
 namespace steps {
@@ -43,7 +41,8 @@ namespace steps {
                           static_cast<std::size_t>(steps) + 1};
 }
 
-/// A colon object of any class; nothing for an array that has but the flag.
+/// A colon object of any class; nothing for an array that has but the flag, and for one whose operands would have to be brought into its
+/// block first, which can fail.
 std::optional<position_steps> of_colon_object(const ndArray_tag* colon_object, std::size_t dim);
 
 } // namespace steps

@@ -3,6 +3,7 @@
 #include "matrix/containers.hpp"
 #include "matrix/function_records.hpp"
 #include "matrix/lists_fixture.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/validate.hpp"
 #include "support/array_matchers.hpp"
 #include "support/classes.hpp"
@@ -10,6 +11,7 @@
 #include "support/snapshot.hpp"
 #include "support/variations.hpp"
 
+#include <nd/assignment.hpp>
 #include <nd/class_access.hpp>
 #include <nd/share.hpp>
 
@@ -107,6 +109,22 @@ TEST_F(ReferenceElements, OfASplitArrayAreCurrent) {
     const ndArray_tag* const subs[] = {s.get()};
     EXPECT_THAT(matrix::subscriptedReference(*x, subs),
                 EqualsArray(arr("complex double 1x2", {{3, 4}, {1, 2}})));
+}
+
+TEST_F(ReferenceElements, OfASplitRangeAreCurrent) {
+    const array_ptr x = numbered("double 1x5");
+    const array_ptr s = range(1, 1, 2);
+    ASSERT_TRUE(s->split_data(true));
+    const double operands[] = {1, 4, 5}; // step, start, stop
+    std::memcpy(s->get_scData()->real_data, operands, sizeof operands);
+    const ndArray_tag* const subs[] = {s.get()};
+    const array_ptr by_reference = matrix::subscriptedReference(*x, subs);
+    EXPECT_THAT(by_reference, EqualsArray(arr("double 1x2", {4, 5})));
+    ASSERT_TRUE(s->split_data(true));
+    std::memcpy(s->get_scData()->real_data, operands, sizeof operands);
+    matrix::detail::noninlined::nd_array_api::ndSubscriptedAssignment(x.get(), 1, subs,
+                                                                      arr("double", {9}).get());
+    EXPECT_THAT(x, EqualsArray(arr("double 1x5", {1, 2, 3, 9, 9})));
 }
 
 TEST_F(ReferenceElements, OfAComplexArrayThatAreAllRealGiveARealArray) {
