@@ -11,7 +11,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 find_program(CCACHE ccache)
 if(CCACHE AND NOT ND_COVERAGE)
     set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+    # Without these two ccache keeps no source that uses a precompiled header.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
 endif()
 
 # Warnings are errors. The named exceptions are false alarms of g++ 12 on std::string operations and on inlined vectors.
