@@ -1,5 +1,5 @@
-// The conversion of one scalar told in another way than the library does it: whole numbers by 128-bit integers, floating point by
-// the 80-bit type, which holds every scalar exactly, and the C library's rounding.
+// The conversion of one scalar told in another way than the library does it: the C library rounds, and 128-bit integers hold what is
+// compared with the limits.
 #pragma once
 
 #include <nd/types.h>
@@ -11,8 +11,6 @@
 
 namespace test {
 
-static_assert(std::numeric_limits<long double>::digits >= 64);
-
 __extension__ using whole = __int128;
 
 template <class To>
@@ -23,8 +21,8 @@ To nearest_limit(whole x) {
 }
 
 template <class To>
-To nearest_limit(long double x) {
-    constexpr long double beyond_all = 1e30L; // within 128 bits
+To nearest_limit(double x) {
+    constexpr double beyond_all = 1e30; // within 128 bits
     return nearest_limit<To>(static_cast<whole>(std::fmax(-beyond_all, std::fmin(beyond_all, x))));
 }
 
@@ -36,7 +34,7 @@ To oracle(ndClassID to_class, From x) {
         return static_cast<To>(x);
     } else if constexpr (std::is_floating_point_v<From>) {
         if (std::isnan(x)) return 0;
-        const long double exact = x;
+        const double exact = x;
         return nearest_limit<To>(to_class == ndCHAR_CLASS ? std::trunc(exact) : std::round(exact));
     } else {
         return nearest_limit<To>(static_cast<whole>(x));
