@@ -84,7 +84,8 @@ void fill_elements(ndArray_tag* array, std::size_t count, double start, double s
 // The way of short ranges of doubles. Null where the way isn't this short: no pair is ready, the user's limit is below, or there is no
 // element or no number.
 [[gnu::always_inline]] inline ndArray_tag* doubles_at_once(double start, double step, double stop) noexcept {
-    constexpr double most = largest_cached_block / sizeof(double);
+    constexpr std::size_t room = largest_cached_block / sizeof(double);
+    constexpr auto most = static_cast<double>(room);
     const double elements = api::ndColonop_size(start, step, stop, ndDOUBLE_CLASS);
     if (!(elements >= 1 && elements <= most)) return nullptr;
     const auto count = static_cast<std::size_t>(static_cast<std::int64_t>(elements));

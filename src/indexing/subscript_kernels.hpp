@@ -125,9 +125,9 @@ public:
             __builtin_memcpy(&x, from + i * sizeof x, sizeof x);
             lowest = x < lowest ? x : lowest;
             highest = x > highest ? x : highest;
-            positions[i] = static_cast<std::uint64_t>(x) - 1;
+            positions[i] = static_cast<std::uint64_t>(std::int64_t{x}) - 1;
         }
-        *largest = static_cast<std::uint64_t>(highest);
+        *largest = static_cast<std::uint64_t>(std::int64_t{highest});
         return lowest >= 1;
     }
 

@@ -49,7 +49,7 @@ array_ptr header_factory::make(NdArrayTypeId code, dims_view dims, std::size_t b
                                DataInitialization init) {
     header_block block(allocate_header());
     auto* array = new (block.get()) ndArray_tag(code, dims, bytes, init);
-    block.release();
+    static_cast<void>(block.release());
     return array_ptr(array);
 }
 
@@ -80,7 +80,7 @@ ndArray_tag::ndArray_tag(matrix::internal::NdArrayTypeId type, std::span<const s
             throw;
         }
     }
-    data.release();
+    static_cast<void>(data.release());
 }
 
 bool ndArray_tag::hasCustomDeleter() const noexcept {

@@ -191,7 +191,7 @@ void replace_copy_in_slot(ndArray_tag* container, std::size_t slot, ndArray_tag*
     if (value != nullptr && has_cycle_detection_contents(value)) {
         array_ptr copy = copy_for(container, value);
         replace_slot(container, slot, copy.get());
-        copy.release();
+        static_cast<void>(copy.release());
         return;
     }
     with_own_reference(value, [=](ndArray_tag* owned) { replace_slot(container, slot, owned); });

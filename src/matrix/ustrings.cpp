@@ -29,7 +29,8 @@ std::vector<std::u16string> rows_of(const ndArray_tag* text) {
 std::u16string get_ustring(const ndArray_tag* array) { return std::u16string(text_of(array)); }
 
 std::vector<std::u16string> get_ustring_array(const ndArray_tag* array) {
-    if (array == nullptr || array->class_id != ndCELL_CLASS) return rows_of(array);
+    if (array == nullptr) return {};
+    if (array->class_id != ndCELL_CLASS) return rows_of(array);
     std::vector<std::u16string> strings;
     const std::size_t count = array->pdata == nullptr ? 0 : element_count(array);
     strings.reserve(count);

@@ -45,7 +45,7 @@ array_ptr struct_with(const std::string& field, array_ptr value) {
     array_ptr one = matrix::detail::do_create_struct(std::array<std::size_t, 2>{1, 1}, {});
     nd_array_api::ndAddFieldToStruct(one.get(), field.c_str()); // which tests the name
     nd_array_api::ndSetFieldByNumber(one.get(), 0, 0, value.get());
-    value.release(); // the struct's from here on
+    static_cast<void>(value.release()); // the struct's from here on
     return one;
 }
 

@@ -181,7 +181,7 @@ array_ptr cell_of(part_rows rows) {
 array_ptr cell_around(array_ptr value) {
     array_ptr cell = matrix::create_cell(std::array<std::size_t, 2>{1, 1});
     nd_array_api::ndSetCell(cell.get(), 0, value.get());
-    value.release(); // the cell's from here on
+    static_cast<void>(value.release()); // the cell's from here on
     return cell;
 }
 

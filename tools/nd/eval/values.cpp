@@ -125,8 +125,10 @@ array_ptr with_data(array_ptr array) {
         return matrix::create_cell(dims);
     }
     if (cls == ndSTRUCT_CLASS) {
+        const int fields = nd_array_api::ndGetNumberOfFields(array.get());
         std::vector<const char*> names;
-        for (int field = 0; field < nd_array_api::ndGetNumberOfFields(array.get()); ++field) {
+        names.reserve(static_cast<std::size_t>(fields));
+        for (int field = 0; field < fields; ++field) {
             names.push_back(nd_array_api::ndGetFieldNameByNumber(array.get(), field));
         }
         return matrix::detail::do_create_struct(dims, names);

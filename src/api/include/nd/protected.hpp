@@ -57,6 +57,7 @@ public:
 
     /// Lets go of what is held and becomes a copy of other. Two guards that own one array keep a reference each.
     Kprotected_cptr& operator=(const Kprotected_cptr& other) {
+        if (this == &other) return *this;
         T* const ptr = other.owned_ ? Helper::copy(other.ptr_) : other.ptr_; // first: both may hold one array
         const bool owned = other.owned_;
         call_delete_fn();

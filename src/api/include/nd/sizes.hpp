@@ -44,7 +44,8 @@ public:
     /// dims as asked for; bytes requested and limit in bytes.
     SizeLimitExceeded(std::span<const std::size_t> dims, std::size_t bytes, std::size_t limit);
     /// From the identifier with its texts.
-    explicit SizeLimitExceeded(TARVEL::array::SizeLimitExceeded id) : Exception(std::move(id)) {}
+    explicit SizeLimitExceeded(TARVEL::array::SizeLimitExceeded id)
+        : Exception(std::move(id)) {} // NOLINT: the base, not an exception that is forgotten
     SizeLimitExceeded(const SizeLimitExceeded&) = default;
     SizeLimitExceeded& operator=(const SizeLimitExceeded&) = default;
     ~SizeLimitExceeded() override;
