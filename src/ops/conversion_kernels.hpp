@@ -1,8 +1,8 @@
 // The loops of class conversion: one for each pair of classes, made from the table of rules.
 //
 //   rule copy                          the bytes as they are
-//   rule test, floating point          blocks: a block is scanned for NaN before its first result is stored. A block with one, and
-//                                      what is left behind the last block, go in groups of four
+//   rule test, floating point          several vectors together, none of whose results is stored when there is a NaN in them. Such
+//                                      ones, and what is left behind the last, go in groups of four
 //   rules round and truncate           vectors of fixed width, and the scalar rule for what is left; baseline: the scalar rule
 //   everything else                    the scalar rule in a plain loop, which the compiler turns into vectors
 //
@@ -95,76 +95,82 @@ private:
         constexpr bool in_single = std::is_same_v<Source, float> && sizeof(Destination) <= 2;
         using work = std::conditional_t<in_single, float, double>;
         constexpr std::size_t lanes = Registers::bytes / sizeof(work);
+        constexpr std::size_t together = sizeof(Destination) < 4 ? 4 / sizeof(Destination) : 1;
         std::size_t done = 0;
-        for (; count - done >= lanes; done += lanes) {
-            const auto x = lanes::load<Source, lanes>(from + done);
-            convert_lanes<Rule, Destination, work, lanes>(
-                to + done, __builtin_convertvector(x, lanes::vector<work, lanes>));
+        for (; count - done >= together * lanes; done += together * lanes)
+            convert_batch<Rule, work, together>(to + done, from + done);
+        if constexpr (together > 1) {
+            for (; count - done >= lanes; done += lanes) convert_batch<Rule, work, 1>(to + done, from + done);
         }
         return done;
     }
 
-    template <conversion_rule Rule, class Destination, class Work, std::size_t Lanes>
-    [[gnu::always_inline]] static void convert_lanes(Destination* to, lanes::vector<Work, Lanes> x) noexcept {
-        if constexpr (Rule == conversion_rule::truncate) {
-            lanes::store_narrowed<Destination, Lanes, std::int32_t>(to,
-                                                                    lanes::truncated_to_32<Work, Lanes>(x));
-        } else if constexpr (sizeof(Destination) <= 4) {
-            lanes::store_narrowed<Destination, Lanes, std::int32_t>(
-                to, lanes::rounded_to_32<Destination, Work, Lanes>(x));
-        } else {
-            constexpr bool wide = Registers::convert_64_bit_numbers;
-            lanes::store_narrowed<Destination, Lanes, Destination>(
-                to, lanes::rounded_to_64<Destination, wide, Lanes>(x));
+    template <conversion_rule Rule, class Work, std::size_t Number, class Destination, class Source>
+    [[gnu::always_inline]] static void convert_batch(Destination* __restrict to,
+                                                     const Source* __restrict from) noexcept {
+        constexpr std::size_t lanes = Registers::bytes / sizeof(Work);
+        using number = std::conditional_t<sizeof(Destination) <= 4, std::int32_t, Destination>;
+        lanes::batch<number, lanes, Number> y;
+        for (std::size_t i = 0; i < Number; ++i) {
+            const auto x = __builtin_convertvector(lanes::load<Source, lanes>(from + i * lanes),
+                                                   lanes::vector<Work, lanes>);
+            if constexpr (Rule == conversion_rule::truncate) {
+                y.at[i] = lanes::truncated_to_32<Work, lanes>(x);
+            } else if constexpr (sizeof(Destination) <= 4) {
+                y.at[i] = lanes::rounded_to_32<Destination, Work, lanes>(x);
+            } else {
+                constexpr bool wide = Registers::convert_64_bit_numbers;
+                y.at[i] = lanes::rounded_to_64<Destination, wide, lanes>(x);
+            }
         }
+        lanes::store(to, lanes::narrowed<Destination>(y));
     }
 
     // ---- to logical
 
-    static constexpr std::size_t block = 64;
     static constexpr std::size_t group = 4;
 
     template <class Source>
     [[gnu::always_inline]] static std::size_t test(std::uint8_t* __restrict to, const Source* __restrict from,
                                                    std::size_t count) noexcept {
+        constexpr std::size_t lanes = Registers::bytes / sizeof(Source);
+        constexpr std::size_t together = sizeof(Source); // of which a byte each is left
+        constexpr std::size_t few = lanes < group ? lanes : group;
         std::size_t done = 0;
-        while (count - done >= block && !block_has_nan(from + done)) {
-            test_block(to + done, from + done);
-            done += block;
+        while (count - done >= together * lanes && test_vectors<lanes, together>(to + done, from + done))
+            done += together * lanes;
+        for (; count - done >= group; done += group) {
+            if (!test_vectors<few, group / few>(to + done, from + done)) return done;
         }
-        while (done < count) {
-            const std::size_t rest = count - done;
-            const std::size_t length = rest < group ? rest : group;
-            for (std::size_t i = 0; i < length; ++i) {
-                if (is_nan(at(from + done + i))) return done;
-            }
-            for (std::size_t i = 0; i < length; ++i) to[done + i] = tested(at(from + done + i));
-            done += length;
+        for (std::size_t i = done; i < count; ++i) {
+            if (is_nan(at(from + i))) return done;
         }
+        for (; done < count; ++done) to[done] = tested(at(from + done));
         return count;
     }
 
-    template <class Source>
-    [[gnu::always_inline]] static bool block_has_nan(const Source* from) noexcept {
-        constexpr std::size_t lanes = Registers::bytes / sizeof(Source);
-        lanes::vector<lanes::bits_of<Source>, lanes> nan{};
-        for (std::size_t i = 0; i < block; i += lanes) {
-            const auto x = lanes::load<Source, lanes>(from + i);
+    // False when there is a NaN; nothing is stored then.
+    template <std::size_t Lanes, std::size_t Number, class Source>
+    [[gnu::always_inline]] static bool test_vectors(std::uint8_t* to, const Source* from) noexcept {
+        using bits = lanes::bits_of<Source>;
+        lanes::vector<bits, Lanes> nan{};
+        lanes::batch<bits, Lanes, Number> is;
+        for (std::size_t i = 0; i < Number; ++i) {
+            const auto x = lanes::load<Source, Lanes>(from + i * Lanes);
             nan |= x != x;
+            is.at[i] = x != Source(0);
         }
-        lanes::bits_of<Source> any = 0;
-        for (std::size_t i = 0; i < lanes; ++i) any |= nan[i];
-        return any != 0;
-    }
-
-    template <class Source>
-    [[gnu::always_inline]] static void test_block(std::uint8_t* __restrict to,
-                                                  const Source* __restrict from) noexcept {
-        constexpr std::size_t lanes = Registers::bytes / sizeof(Source);
-        for (std::size_t i = 0; i < block; i += lanes) {
-            const auto x = lanes::load<Source, lanes>(from + i);
-            lanes::store_narrowed<std::uint8_t, lanes, lanes::bits_of<Source>>(to + i, (x != Source(0)) & 1);
+        bits any = 0;
+        for (std::size_t i = 0; i < Lanes; ++i) any |= nan[i];
+        if (any != 0) return false;
+        if constexpr (Number == sizeof(bits)) {
+            const auto bytes = lanes::truths(is);
+            __builtin_memcpy(to, &bytes, sizeof bytes);
+        } else {
+            for (auto& lane : is.at) lane &= 1;
+            lanes::store(to, lanes::narrowed<std::uint8_t>(is));
         }
+        return true;
     }
 };
 

@@ -33,43 +33,123 @@ template <class T, std::size_t Count>
     return x - vector<T, Count>{};
 }
 
-template <class Narrow, std::size_t Count, class Wide, std::size_t... Lane>
-[[gnu::always_inline]] inline void store_low_parts(Narrow* to, vector<Wide, Count> x,
-                                                   std::index_sequence<Lane...>) noexcept {
-    constexpr std::size_t parts = sizeof(Wide) / sizeof(Narrow);
-    const auto pieces = (vector<Narrow, Count * parts>)x;
-    const vector<Narrow, Count> low = __builtin_shufflevector(pieces, pieces, (Lane * parts)...);
-    __builtin_memcpy(to, &low, sizeof low);
+/// Vectors that go through a rule together.
+template <class T, std::size_t Count, std::size_t Number>
+struct batch {
+    vector<T, Count> at[Number];
+};
+
+template <class T, std::size_t Count, std::size_t Number>
+[[gnu::always_inline]] inline void store(T* to, const batch<T, Count, Number>& x) noexcept {
+    for (std::size_t i = 0; i < Number; ++i) __builtin_memcpy(to + i * Count, &x.at[i], sizeof x.at[i]);
 }
 
-/// Stores the low bits of each lane. Little-endian, as every processor with these kernels is.
-template <class Narrow, std::size_t Count, class Wide>
-[[gnu::always_inline]] inline void store_narrowed(Narrow* to, vector<Wide, Count> x) noexcept {
+namespace detail {
+
+template <class Narrow, std::size_t Count, class Wide, std::size_t... Lane>
+[[gnu::always_inline]] inline vector<Narrow, Count> low_parts(vector<Wide, Count> x,
+                                                              std::index_sequence<Lane...>) noexcept {
+    constexpr std::size_t parts = sizeof(Wide) / sizeof(Narrow);
+    const auto pieces = (vector<Narrow, Count * parts>)x;
+    return __builtin_shufflevector(pieces, pieces, (Lane * parts)...);
+}
+
+template <class Half, std::size_t Count, class Wide, std::size_t... Lane>
+[[gnu::always_inline]] inline vector<Half, 2 * Count>
+low_halves(vector<Wide, Count> first, vector<Wide, Count> second, std::index_sequence<Lane...>) noexcept {
+    using halves = vector<Half, 2 * Count>;
+    return __builtin_shufflevector((halves)first, (halves)second, (2 * Lane)...);
+}
+
+// The signed whole number half as wide as T.
+template <class T>
+using half_of = std::conditional_t<sizeof(T) == 8, std::int32_t,
+                                   std::conditional_t<sizeof(T) == 4, std::int16_t, std::int8_t>>;
+
+template <std::size_t Count, class Mask, std::size_t... Byte>
+[[gnu::always_inline]] inline vector<std::uint8_t, Count * sizeof(Mask)>
+bytes_of_lanes(vector<Mask, Count> x, std::index_sequence<Byte...>) noexcept {
+    const auto bytes = (vector<std::uint8_t, Count * sizeof(Mask)>)x;
+    return __builtin_shufflevector(bytes, bytes, (Byte % Count * sizeof(Mask) + Byte / Count)...);
+}
+
+} // namespace detail
+
+/// The lanes of as many comparisons as a lane has bytes, in their order, as bytes of 0 or 1. Each comparison gets a byte of all lanes, and
+/// then the bytes change places.
+template <class Mask, std::size_t Count>
+[[gnu::always_inline]] inline auto truths(const batch<Mask, Count, sizeof(Mask)>& is) noexcept {
+    vector<Mask, Count> joined{};
+    for (std::size_t i = 0; i < sizeof(Mask); ++i) joined |= is.at[i] & (Mask{1} << (8 * i));
+    return detail::bytes_of_lanes<Count, Mask>(joined, std::make_index_sequence<Count * sizeof(Mask)>());
+}
+
+/// The low bits of each lane. Little-endian, as every processor with these kernels is.
+template <class Narrow, class Wide, std::size_t Count, std::size_t Number>
+[[gnu::always_inline]] inline auto narrowed(const batch<Wide, Count, Number>& x) noexcept {
     if constexpr (sizeof(Narrow) == sizeof(Wide)) {
-        __builtin_memcpy(to, &x, sizeof x);
+        batch<Narrow, Count, Number> y;
+        for (std::size_t i = 0; i < Number; ++i) y.at[i] = (vector<Narrow, Count>)x.at[i];
+        return y;
+    } else if constexpr (Number == 1) {
+        constexpr auto lanes = std::make_index_sequence<Count>();
+        return batch<Narrow, Count, 1>{{detail::low_parts<Narrow, Count, Wide>(x.at[0], lanes)}};
     } else {
-        store_low_parts<Narrow, Count, Wide>(to, x, std::make_index_sequence<Count>());
+        using half = detail::half_of<Wide>;
+        constexpr auto lanes = std::make_index_sequence<2 * Count>();
+        batch<half, 2 * Count, Number / 2> y;
+        for (std::size_t i = 0; i < Number / 2; ++i)
+            y.at[i] = detail::low_halves<half, Count, Wide>(x.at[2 * i], x.at[2 * i + 1], lanes);
+        return narrowed<Narrow>(y);
     }
 }
 
-/// Magnitudes below one half, and NaN, become 0; to the others one half is added, away from zero. The sums aren't cut off yet.
+/// The largest number below one half. Where the fraction of x is one half, the sum of both lies between two numbers of its type and is
+/// rounded to the whole one above; where it is less the sum stays below, which x + 0.5 wouldn't always.
+template <class Work>
+inline constexpr Work nearly_half = Work(0.5) - std::numeric_limits<Work>::epsilon() / 4;
+
+/// Nearly one half is added, away from zero: cut off, the sums are the rounded values. NaN becomes less than 1.
 template <class Work, std::size_t Count>
 [[gnu::always_inline]] inline vector<Work, Count> half_added(vector<Work, Count> x) noexcept {
     using bits = vector<bits_of<Work>, Count>;
     const bits sign = (bits)all<Work, Count>(Work(-0.0));
-    const bits half = (bits)all<Work, Count>(Work(0.5));
-    const auto magnitude = (vector<Work, Count>)((bits)x & ~sign);
-    const bits counts = magnitude >= Work(0.5);
-    return (vector<Work, Count>)((bits)x & counts) + (vector<Work, Count>)(((bits)x & sign) | half);
+    const bits half = (bits)all<Work, Count>(nearly_half<Work>);
+    const bits number = x == x;
+    return (vector<Work, Count>)((bits)x & number) + (vector<Work, Count>)(((bits)x & sign) | half);
+}
+
+/// Makes the compiler forget that x is a constant: g++ 12 has instructions for the lower and the higher of two numbers, but where one of
+/// them is a constant it compares and chooses.
+template <class Vector>
+[[gnu::always_inline]] inline void hide_value([[maybe_unused]] Vector& x) noexcept {
+#if defined(__AVX512F__)
+    constexpr std::size_t widest = 64;
+#elif defined(__AVX__)
+    constexpr std::size_t widest = 32;
+#else
+    constexpr std::size_t widest = 0;
+#endif
+    if constexpr (sizeof x <= widest) __asm__("" : "+x"(x));
 }
 
 template <class Work, std::size_t Count>
 [[gnu::always_inline]] inline vector<Work, Count> between(vector<Work, Count> x, Work lowest,
                                                           Work highest) noexcept {
-    const auto low = all<Work, Count>(lowest);
-    const auto high = all<Work, Count>(highest);
+    auto low = all<Work, Count>(lowest);
+    auto high = all<Work, Count>(highest);
+    hide_value(low);
+    hide_value(high);
     x = x < low ? low : x;
     return x > high ? high : x;
+}
+
+/// half_added() for classes without negative numbers; what is negative, and NaN, become less than 1.
+template <class Work, std::size_t Count>
+[[gnu::always_inline]] inline vector<Work, Count> half_added_to_positive(vector<Work, Count> x) noexcept {
+    auto zero = all<Work, Count>(Work(0));
+    hide_value(zero);
+    return (x > zero ? x : zero) + nearly_half<Work>;
 }
 
 /// To a class of at most 32 bits, as 32-bit lanes. Work may be float where the class has at most 16 bits: every sum below 2^16 in
@@ -78,7 +158,9 @@ template <class Destination, class Work, std::size_t Count>
 [[gnu::always_inline]] inline vector<std::int32_t, Count> rounded_to_32(vector<Work, Count> x) noexcept {
     constexpr auto lowest = static_cast<Work>(std::numeric_limits<Destination>::min());
     constexpr auto highest = static_cast<Work>(upper_bound_of<Destination> - 1);
-    const auto sum = between<Work, Count>(half_added<Work, Count>(x), lowest, highest);
+    const auto rounded =
+        std::is_signed_v<Destination> ? half_added<Work, Count>(x) : half_added_to_positive<Work, Count>(x);
+    const auto sum = between<Work, Count>(rounded, lowest, highest);
     if constexpr (std::is_same_v<Destination, std::uint32_t>) {
         // The processors convert to signed numbers: the upper half moves down by 2^31 and gets its top bit back.
         constexpr Work half_range = 2147483648.0;
@@ -154,11 +236,12 @@ template <class Destination, bool Wide, std::size_t Count>
 /// To code units, as 32-bit lanes.
 template <class Work, std::size_t Count>
 [[gnu::always_inline]] inline vector<std::int32_t, Count> truncated_to_32(vector<Work, Count> x) noexcept {
-    using mask = vector<bits_of<Work>, Count>;
-    const mask positive = x > Work(0);
-    constexpr Work highest = 65535;
-    const auto inside = between<Work, Count>((vector<Work, Count>)((mask)x & positive), 0, highest);
-    return __builtin_convertvector(inside, vector<std::int32_t, Count>);
+    auto zero = all<Work, Count>(Work(0));
+    auto highest = all<Work, Count>(Work(65535));
+    hide_value(zero);
+    hide_value(highest);
+    x = x > zero ? x : zero; // NaN too
+    return __builtin_convertvector(x < highest ? x : highest, vector<std::int32_t, Count>);
 }
 
 } // namespace matrix::internal::lanes
