@@ -39,28 +39,21 @@
 namespace matrix::internal {
 namespace {
 
-// They belong to the header even where the values don't. Those that an array with private data was given stand on the alloc list
-// still, which would free them once more.
-void free_index_vectors(const ndArray_tag* array) noexcept {
-    for (kvIndex* const vector : {row_indices(array), column_starts(array)}) {
-        if ((array->flags & flag_data_private) != 0) removeFromAllocList(vector);
-        free_data(vector);
-    }
-}
-
 // Dimensions, share record and blocks. The words that pointed to them are stale then.
 void release_blocks(ndArray_tag* array) noexcept {
     if (!has_inline_dims(array)) free_dims(array);
     void (*const deleter)(void*) = array->hasCustomDeleter() ? array->share_record->deleter : nullptr;
     free_share_record(array);
-    if ((array->flags & flags_data_not_owned) == 0) {
-        if (deleter != nullptr) {
-            call_custom_deleter(deleter, array->pdata);
-        } else {
-            free_data(array->pdata);
-        }
+    if ((array->flags & flags_data_not_owned) != 0) return;
+    if (deleter != nullptr) {
+        call_custom_deleter(deleter, array->pdata);
+    } else {
+        free_data(array->pdata);
     }
-    if (is_sparse(array)) free_index_vectors(array);
+    if (is_sparse(array)) {
+        free_data(row_indices(array));
+        free_data(column_starts(array));
+    }
 }
 
 } // namespace

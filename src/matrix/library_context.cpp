@@ -1,6 +1,7 @@
 // Finding the per-engine record, and the error mode that lives in it.
 #include "matrix/library_context.hpp"
 
+#include <atomic>
 #include <ostream>
 
 namespace matrix {
@@ -13,17 +14,22 @@ MatrixLibraryContext* find_or_make_context() { return engine_object<MatrixLibrar
 namespace engine_access {
 
 ErrorMode* getCurrentErrorModePtr() {
-    // Without an engine somebody may still ask: each thread has a value of its own, with the same start.
-    static constinit thread_local ErrorMode without_engine = internal::initial_error_mode;
+    // Without an engine somebody may still ask: the process has a value for them, with the same start.
+    static constinit ErrorMode without_engine = internal::initial_error_mode;
     internal::MatrixLibraryContext* const context = internal::find_or_make_context();
     return context == nullptr ? &without_engine : &context->error_mode;
 }
 
 } // namespace engine_access
 
-ErrorMode getErrorMode() { return *engine_access::getCurrentErrorModePtr(); }
+// Threads of one engine, and those without one, may ask and set at once.
+ErrorMode getErrorMode() {
+    return std::atomic_ref(*engine_access::getCurrentErrorModePtr()).load(std::memory_order_relaxed);
+}
 
-void setErrorMode(ErrorMode mode) { *engine_access::getCurrentErrorModePtr() = mode; }
+void setErrorMode(ErrorMode mode) {
+    std::atomic_ref(*engine_access::getCurrentErrorModePtr()).store(mode, std::memory_order_relaxed);
+}
 
 std::ostream& operator<<(std::ostream& out, const ErrorMode& mode) {
     return out << static_cast<std::int32_t>(mode);

@@ -7,6 +7,7 @@
 #include <nd/memory.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 
 namespace matrix {
@@ -81,7 +82,7 @@ std::vector<listed_array> listCurrentArrays() {
 arraylist_alloclist_errormode_guard::arraylist_alloclist_errormode_guard(ErrorMode mode)
     : saved_mode_{}, active_(internal::the_module.array_lists && internal::the_module.alloc_lists) {
     if (!active_) return;
-    ErrorMode* const current = engine_access::getCurrentErrorModePtr();
+    const std::atomic_ref current(*engine_access::getCurrentErrorModePtr());
     pushAllocListContext();
     try {
         pushArrayListContext();
@@ -89,8 +90,7 @@ arraylist_alloclist_errormode_guard::arraylist_alloclist_errormode_guard(ErrorMo
         popAllocListContext();
         throw;
     }
-    saved_mode_ = *current;
-    *current = mode;
+    saved_mode_ = current.exchange(mode, std::memory_order_relaxed);
 }
 
 arraylist_alloclist_errormode_guard::~arraylist_alloclist_errormode_guard() {

@@ -15,10 +15,13 @@ public:
     void release(ndArray_tag* /*value*/) override {}
 };
 
-ObjectRefCountInterface* built_in() {
-    static auto& instance = *new ObjectRefCountInterfaceDefault;
-    return &instance;
-}
+// There before anything runs and till the process ends: arrays end in destructors of other libraries too.
+union built_in_instance {
+    constexpr built_in_instance() noexcept : instance() {}
+    ~built_in_instance() {}
+    ObjectRefCountInterfaceDefault instance;
+};
+constinit built_in_instance built_in;
 
 constinit std::atomic<ObjectRefCountInterface*> installed{nullptr};
 
@@ -26,7 +29,7 @@ constinit std::atomic<ObjectRefCountInterface*> installed{nullptr};
 
 ObjectRefCountInterface* ObjectRefCountInterface::get() {
     ObjectRefCountInterface* const instance = installed.load(std::memory_order_acquire);
-    return instance == nullptr ? built_in() : instance;
+    return instance == nullptr ? &built_in.instance : instance;
 }
 
 void ObjectRefCountInterface::set(ObjectRefCountInterface* instance) {

@@ -120,17 +120,16 @@ TEST_F(ErrorModes, WithoutAnEngineNeedNoMemory) {
     EXPECT_EQ(exhausted.points(), 0);
 }
 
-TEST_F(ErrorModes, WithoutAnEngineBelongToTheirThread) {
+TEST_F(ErrorModes, WithoutAnEngineAreTheProcesss) {
     const EngineActivation none(nullptr);
     setErrorMode(ErrorMode{2});
     std::thread([here = getCurrentErrorModePtr()] {
         const EngineActivation nor_here(nullptr);
-        EXPECT_NE(getCurrentErrorModePtr(), here);
-        EXPECT_EQ(getErrorMode(), start);
+        EXPECT_EQ(getCurrentErrorModePtr(), here);
+        EXPECT_EQ(getErrorMode(), ErrorMode{2});
         setErrorMode(ErrorMode{3});
-        EXPECT_EQ(getErrorMode(), ErrorMode{3});
     }).join();
-    EXPECT_EQ(getErrorMode(), ErrorMode{2});
+    EXPECT_EQ(getErrorMode(), ErrorMode{3});
 }
 
 TEST_F(ErrorModes, OfAClosedEngineAreThoseWithoutAnEngine) {

@@ -57,7 +57,7 @@ enum array_flag : std::uint32_t {
     flag_from_global_workspace = 0x8, ///< the value came from the global workspace
     flag_sparse = 0x10,               ///< sparse storage: info_a to info_c are live
     flag_colon_object = 0x20,         ///< a range that stores its operands only
-    flag_data_private = 0x40,         ///< the library doesn't own pdata and never frees it
+    flag_data_private = 0x40,         ///< the library doesn't own pdata, nor the index vectors, and never frees them
     flag_numeric = 0x80,              ///< the class is numeric: double, single or an integer class
     flag_indexing_opaque = 0x100,     ///< dimensions are computed on demand by the opaque class
     flag_reusable = 0x200,            ///< the data may be taken over; any new reference clears it

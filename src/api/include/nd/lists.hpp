@@ -5,7 +5,7 @@
  * destroyed, stored in a container or claimed by a change of its scope. What is left when the context ends is destroyed.
  *
  * All of this does nothing (and returns 0, or true for the test) until matrix::initModule(mode_in_engine) ran, and where no
- * engine is active; of the guard the error mode is left there, the calling thread's own. Lists have no lock: one engine's
+ * engine is active; of the guard the error mode is left there, the process's. Lists have no lock: one engine's
  * lists are used by one thread at a time.
  *
  * Deleters and hooks of the arrays that a context destroys may use the list meanwhile. What they put on it goes with the context,
@@ -68,7 +68,7 @@ public:
 
 /// A scope around external code: its own context on both lists and its own error mode. At the end the error mode is put back,
 /// arrays that were not kept are destroyed (quietly when an exception is in flight), and blocks are freed. Does nothing at
-/// all unless both lists are on; without an engine it swaps the calling thread's own error mode.
+/// all unless both lists are on; without an engine it swaps the process's error mode alone.
 class arraylist_alloclist_errormode_guard {
 public:
     /// Raises std::bad_alloc; nothing has changed then.

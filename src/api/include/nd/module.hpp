@@ -30,8 +30,8 @@ ND_EXPORT bool isGcFeatureOn();
 /// the older interface without a guard reads it. Starts at 1.
 enum class ErrorMode : std::int32_t {};
 
-/// Reads and writes the current engine's value; its context is made if need be. Without an open engine a value of the calling
-/// thread stands in, which starts at 1 as well. Raises only std::bad_alloc.
+/// Reads and writes the current engine's value; its context is made if need be. Without an open engine one of the process stands
+/// in, which starts at 1 as well. Raises only std::bad_alloc.
 ND_EXPORT ErrorMode getErrorMode();
 ND_EXPORT void setErrorMode(ErrorMode mode);
 
@@ -67,7 +67,7 @@ public:
 namespace engine_access {
 
 /// The address of the current engine's error mode, so that the engine reads and swaps it without a call. Never null. Without an
-/// open engine it is the calling thread's, good on that thread alone.
+/// open engine it is the process's.
 /// Raises only std::bad_alloc.
 ND_EXPORT ErrorMode* getCurrentErrorModePtr();
 

@@ -66,8 +66,8 @@ ND_EXPORT kvSize ndGetNumNonZeroEl(const ndArray_tag* array);
 /// Stores another vector and frees nothing: the old one is the caller's, to free with ndFree, unless arrays that share it go on
 /// using it. An array that shares its data, or whose data are lent, gets blocks of its own first, which may raise std::bad_alloc:
 /// nothing has changed then. The new vector comes from ndMalloc or its kin and belongs to the array, which takes it off the list
-/// of an addon function's blocks, unless the data of the array are private: then it stays there, and the array has to end before
-/// that list's context does. What it says isn't tested.
+/// of an addon function's blocks, unless the data of the array are private: then it stays there and is the caller's, who keeps it as
+/// long as the array has it. What it says isn't tested.
 /// Blocks of its own hold what the shared ones did, but for the vector that is replaced. Values, rows and column starts are told by the
 /// number of columns: where that has changed while the array shares its data, ndSetJc comes before ndSetIr and ndSetData.
 ND_EXPORT void ndSetIr(ndArray_tag* array, kvIndex* ir);
