@@ -23,6 +23,9 @@ class Broken(ToolTest):
             with self.subTest(entry):
                 self.check(self.behave(entry), RAISED, "nd: TARVEL:pmaxsize: ")
 
+    def test_a_process_that_the_addon_ends_is_told(self):
+        self.check(self.behave("end_process"), OUTPUTS, "(end_process): the addon ended the process")
+
     def test_an_output_that_stands_in_another_array_is_refused(self):
         for mode in (1, 0):
             env = {} if mode else LEAKS_ALLOWED

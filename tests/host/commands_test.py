@@ -92,6 +92,7 @@ class Inputs(ToolTest):
         self.check(self.call(addon("test_copies"), self.file("junk.csv", bytes(range(256)))), INPUT, "junk.csv: line 1, column 1: ")
         self.check(self.call(addon("test_copies"), self.file("none.csv", "")), INPUT, "none.csv: the file is empty")
         self.check(self.call(addon("test_copies"), self.path("missing.csv")), INPUT, "No such file or directory")
+        self.check(self.call(addon("test_copies"), "1e400"), INPUT, "1e400: no double can hold this number")
         self.check(self.call(addon("test_copies"), "twelve"), INPUT, "twelve: can't be read: ")
 
     def test_numbers_are_scalars(self):

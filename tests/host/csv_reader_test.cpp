@@ -128,6 +128,7 @@ const std::vector<bad_text> bad_text_columns = {
     {"a,b\nx,1\ny,z\n",
      "t.csv: line 3, column 2: 'z' (b) is not a number that a double can hold, as the column's first value "
      "is; if it is text, quote it"},
+    {"a\n1e400\n", "t.csv: line 2, column 1: '1e400' (a) is not a number that a double can hold"},
     {"a\nx,y\n", "t.csv: line 2, column 2: the line has 2 columns, the lines before it 1"},
     {"a,b\nx\n", "t.csv: line 2, column 1: the line has 1 columns, the lines before it 2"},
     {"a\nx\ny\xE9\n", "t.csv: line 3, column 1: byte 0xE9 (a) is not UTF-8; save the file in UTF-8"},
@@ -153,6 +154,10 @@ const std::vector<bad_text> bad_texts = {
     {"a,b\n1,2\n3,x\n", "t.csv: line 3, column 2: 'x' (b) is not a number that a double can hold"},
     {"1\n0x10\n", "t.csv: line 2, column 1: '0x10' is not a number that a double can hold"},
     {"1\n1e400\n", "t.csv: line 2, column 1: '1e400' is not a number that a double can hold"},
+    {"1e400\n", "t.csv: line 1, column 1: '1e400' is not a number that a double can hold"},
+    {"1e999,1e-400\n3,4\n", "t.csv: line 1, column 1: '1e999' is not a number that a double can hold"},
+    {"1,-1e400\n", "t.csv: line 1, column 2: '-1e400' is not a number that a double can hold"},
+    {"1\nnan(abc)\n", "t.csv: line 2, column 1: 'nan(abc)' is not a number that a double can hold"},
     {"1\n+-1\n", "t.csv: line 2, column 1: '+-1' is not a number that a double can hold"},
     {"1\n1;2\n", "t.csv: line 2, column 1: '1;2' is not a number that a double can hold"},
     {"1\n" + std::string(1000, 'z'),

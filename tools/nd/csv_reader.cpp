@@ -21,7 +21,7 @@ namespace {
 bool is_missing(const csv_field& field) { return field.text.empty() || field.text == "NA"; }
 
 bool is_text(const csv_field& field) {
-    return field.quoted || (!is_missing(field) && !parse_number(field.text).has_value());
+    return field.quoted || (!is_missing(field) && !spells_number(field.text));
 }
 
 // A field as a message shows it: quoted, cut, and without bytes that would upset a terminal.
@@ -64,7 +64,7 @@ std::vector<bool> find_text_columns(csv_scanner scanner, std::size_t columns) {
                 continue;
             }
             const bool says_text = fields[i].quoted || !has_value[i];
-            if (says_text && !is_text_column[i] && !parse_number(fields[i].text).has_value()) {
+            if (says_text && !is_text_column[i] && !spells_number(fields[i].text)) {
                 is_text_column[i] = true;
             }
             has_value[i] = true;
@@ -131,7 +131,7 @@ private:
         }
         scanner_.fail(column + 1, shown(field.text) + name_of(column) +
                                       " is not a number that a double can hold" +
-                                      (content_ == csv_content::numbers_and_text
+                                      (content_ == csv_content::numbers_and_text && !spells_number(field.text)
                                            ? ", as the column's first value is; if it is text, quote it"
                                            : ""));
     }
@@ -154,22 +154,34 @@ struct close_file {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
+// What text says as a number. Out of range, the value stays 0.
+struct number_text {
+    explicit number_text(std::string_view text) {
+        const bool plus = !text.empty() && text.front() == '+';
+        if (plus) {
+            text.remove_prefix(1);
+        }
+        // Of what from_chars reads, a second sign and NaN with letters of its own aren't numbers here.
+        if (text.empty() || (plus && text.front() == '-') || text.back() == ')') {
+            return;
+        }
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        is_number = end == text.data() + text.size() && error != std::errc::invalid_argument;
+        is_held = is_number && error == std::errc();
+    }
+
+    double value = 0;
+    bool is_number = false;
+    bool is_held = false; // by a double
+};
+
 } // namespace
 
+bool spells_number(std::string_view text) { return number_text(text).is_number; }
+
 std::optional<double> parse_number(std::string_view text) {
-    const bool plus = !text.empty() && text.front() == '+';
-    if (plus) {
-        text.remove_prefix(1);
-    }
-    if (text.empty() || (plus && text.front() == '-')) {
-        return std::nullopt;
-    }
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return value;
+    const number_text number(text);
+    return number.is_held ? std::optional(number.value) : std::nullopt;
 }
 
 csv_table parse_csv(std::string_view text, const std::string& source, csv_content content) {

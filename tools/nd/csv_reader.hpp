@@ -46,6 +46,9 @@ csv_table parse_csv(std::string_view text, const std::string& source,
 /// Reads the file at path. Raises failure(bad_input), also when the file can't be read.
 csv_table read_csv(const std::string& path, csv_content content = csv_content::numbers);
 
+/// Whether text is a number from its first to its last character, be it one that no double can hold.
+bool spells_number(std::string_view text);
+
 /// The number that text spells from its first to its last character; nothing when it doesn't, or when no double can hold it.
 std::optional<double> parse_number(std::string_view text);
 

@@ -40,7 +40,7 @@ void append_number(std::string& out, const number& value) {
 // A name that the reader would take for something else, or that has a character with a meaning, stands in quotes.
 void append_name(std::string& out, const std::string& name) {
     const bool plain = !name.empty() && name != "NA" && name.find_first_of(",\"\r\n") == std::string::npos &&
-                       name.front() != ' ' && name.back() != ' ' && !parse_number(name).has_value();
+                       name.front() != ' ' && name.back() != ' ' && !spells_number(name);
     if (plain) {
         out += name;
         return;

@@ -39,7 +39,7 @@ matrix::array_ptr cell_of(const std::vector<std::string>& texts) {
     for (std::size_t row = 0; row < texts.size(); ++row) {
         matrix::array_ptr text = char_row(texts[row]);
         nd_array_api::ndSetCell(cell.get(), row, text.get());
-        text.release(); // the cell's from here on
+        static_cast<void>(text.release()); // the cell's from here on
     }
     return cell;
 }
@@ -51,6 +51,7 @@ matrix::array_ptr struct_of(const csv_table& table, const std::string& source) {
     }
     const std::vector<std::string> names = field_names(table.names);
     std::vector<const char*> fields;
+    fields.reserve(names.size());
     for (const std::string& name : names) {
         fields.push_back(name.c_str());
     }
@@ -59,7 +60,7 @@ matrix::array_ptr struct_of(const csv_table& table, const std::string& source) {
         matrix::array_ptr values =
             table.is_text(column) ? cell_of(table.texts[column]) : columns_of(table, column, 1);
         nd_array_api::ndSetFieldByNumber(result.get(), 0, static_cast<int>(column), values.get());
-        values.release(); // the struct's from here on
+        static_cast<void>(values.release()); // the struct's from here on
     }
     return result;
 }
@@ -67,6 +68,9 @@ matrix::array_ptr struct_of(const csv_table& table, const std::string& source) {
 matrix::array_ptr read_input(const std::string& word, csv_form form) {
     if (const auto value = parse_number(word)) {
         return columns_of({{}, 1, 1, {*value}, {}}, 0, 1);
+    }
+    if (spells_number(word)) {
+        throw failure(exit_status::bad_input, word + ": no double can hold this number");
     }
     if (form == csv_form::struct_of_columns) {
         return struct_of(read_csv(word, csv_content::numbers_and_text), word);
