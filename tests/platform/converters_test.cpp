@@ -96,6 +96,22 @@ TEST(Converters, MakeTheBytesThatIcuMakes) {
     }
 }
 
+// Of these, ICU makes other bytes of a text whose room ends within a character.
+TEST(Converters, MakeTheWholeOfLongTexts) {
+    std::mt19937 random(9);
+    constexpr std::u16string_view some =
+        u"ab \u00E9\u0915\u094D\u0937\u093F\u0A15\u0A3E\u0411\u4E2D\u3042\u05D0\u20AC\n";
+    for (const char* const name : {"ISCII,version=0", "ISCII,version=2", "LMBCS-1", "x11-compound-text"}) {
+        SCOPED_TRACE(name);
+        Icu icu(name);
+        for (int round = 0; round < 40; ++round) {
+            std::u16string text(1 + random() % 4000, u'\0');
+            for (char16_t& unit : text) unit = some[random() % some.size()];
+            EXPECT_EQ(FromUTF16Converter(name).convert(text), icu.to(text));
+        }
+    }
+}
+
 // Pieces part pairs of surrogates, and what ICU has of a character.
 TEST(Converters, MakeTheSameBytesInPieces) {
     std::mt19937 random(6);

@@ -40,7 +40,7 @@ public:
         }
     }
 
-    // The bytes that text has.
+    // The bytes that text has. Takes memory for the most that they can be, unless the encoding is UTF-8.
     std::size_t count_bytes(std::u16string_view text);
 
     struct written {
