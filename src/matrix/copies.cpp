@@ -63,6 +63,7 @@ bool shares_at_once(const ndArray_tag* array) noexcept {
     const std::uint32_t flags = (array->flags & ~flag_reusable) | flag_shared_data;
     if (flags != array->flags) [[unlikely]]
         array->flags = flags;
+    note_joining(array);
     array->share_record->count.fetch_add(1, std::memory_order_relaxed);
 }
 

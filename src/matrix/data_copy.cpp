@@ -64,6 +64,7 @@ void copy_sparse(const ndArray_tag* source, data_copy& to) {
 void copy_elements(const ndArray_tag* source, data_copy& to) {
     if (is_sparse(source)) return copy_sparse(source, to);
     if (source->pdata == nullptr) return;
+    check_shared_block(source);
     const std::size_t count = element_count(source);
     to.blocks().pdata = copy_items(source->pdata, stored_element_size(source), count, count);
 }

@@ -314,6 +314,7 @@ bool ndArray_tag::split_data(bool force) {
     const record_lock lock(record);
     if (record->scData == nullptr) {
         record->scData = make_view(this).release();
+        forget_fingerprint(record);
     } else if (!record->scData->is_split) {
         split_again(*record->scData, this);
     }

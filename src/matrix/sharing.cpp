@@ -63,6 +63,7 @@ void drop_data(ndArray_tag* array) noexcept {
 }
 
 void delete_share_record(::share_record* record) noexcept {
+    forget_fingerprint(record);
     delete record->sharers;
     delete_scaffolding(record->scData);
     record->~share_record();
@@ -97,6 +98,7 @@ void share_data_to(ndArray_tag* source, ndArray_tag* copy) {
     const bool fresh = source->share_record == nullptr;
     ::share_record* const record = ensure_share_record(source);
     if (is_single_threaded(source)) list_copy(source, copy, fresh);
+    note_joining(source);
     record->count.fetch_add(1, std::memory_order_relaxed);
     source->flags = (source->flags & ~flag_reusable) | flag_shared_data;
     copy->share_record = record;
@@ -105,6 +107,7 @@ void share_data_to(ndArray_tag* source, ndArray_tag* copy) {
 }
 
 bool leave_record(ndArray_tag* array) noexcept {
+    check_shared_block(array);
     ::share_record* const record = array->share_record;
     // Off the list first: once the count has fallen the record may be somebody else's to free.
     const std::size_t entries = is_single_threaded(array) ? remove_sharer(record, array) : 0;

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "matrix/class_table.hpp"
+#include "matrix/shared_fingerprint.hpp"
 
 #include <nd/array.hpp>
 #include <nd/create.hpp>
@@ -68,6 +69,7 @@ inline constexpr std::uint32_t flags_of_long_sharing =
     if ((array->flags & tested) != flag_inline_dims || !has_plain_elements(array->class_id) ||
         array->dims32 != nullptr || array->root_record != nullptr)
         return false;
+    check_shared_block(array);
     std::atomic<std::uint32_t>& count = array->share_record->count;
     if (count.fetch_sub(1, std::memory_order_acq_rel) > 1) [[likely]]
         return true;

@@ -16,7 +16,7 @@ using foundation::core::mem::get_total_random_access_memory;
 using foundation::core::mem::manager::get_feature;
 namespace hooks = foundation::test_hooks;
 
-#ifdef ND_SANITIZED
+#if defined(ND_SANITIZED) || defined(ND_TORTURE)
 constexpr bool pool_by_default = false;
 #else
 constexpr bool pool_by_default = true;

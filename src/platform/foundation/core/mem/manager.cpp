@@ -15,8 +15,8 @@ constexpr std::uint32_t feature_count = 64;
 
 constexpr std::uint64_t bit(std::uint32_t number) noexcept { return std::uint64_t{1} << number; }
 
-#ifdef ND_SANITIZED
-constexpr std::uint64_t default_features = 0; // each block straight from the C heap, where the tools see it
+#if defined(ND_SANITIZED) || defined(ND_TORTURE)
+constexpr std::uint64_t default_features = 0; // each block straight from the C heap, where the tools see it, and none kept
 #else
 constexpr std::uint64_t default_features = bit(manager::feature_scalable_pool);
 #endif
