@@ -134,7 +134,7 @@ using namespace internal;
 array_ptr do_shared_copy(const ndArray_tag* source) {
     if (source == nullptr) return nullptr;
     if (has_unshareable_data(source)) {
-        end_for_sharing_fault("ERROR: sharing /* PRIVATE */ data ndArray.", __func__);
+        end_for_sharing_fault("ERROR: sharing /* PRIVATE */ data ndArray.", __PRETTY_FUNCTION__);
     }
     return share(source, ndLOCAL_SCOPE);
 }

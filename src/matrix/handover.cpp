@@ -44,7 +44,7 @@ ndArray_tag* to_tarvel(array_ptr&& ptr) {
 array_ptr from_tarvel(ndArray_tag* array) {
     if (array == nullptr) return nullptr;
     if (!is_handed_around(array->scope)) {
-        end_for_sharing_fault("Input to from_tarvel must have temporary or local scope", __func__);
+        end_for_sharing_fault("Input to from_tarvel must have temporary or local scope", __PRETTY_FUNCTION__);
     }
     set_scope(array, ndLOCAL_SCOPE);
     return array_ptr(array);

@@ -49,7 +49,7 @@ bool unshare(ndArray_tag* array) {
     data_copy copy = copy_data(array, array);
     if (take_copy(array, copy)) return true;
     foundation::core::diag::check(!can_hold_references(array->class_id), race_on_references, "matrix/sharing",
-                                  __LINE__, __func__);
+                                  __LINE__, __PRETTY_FUNCTION__);
     return true;
 }
 
@@ -66,7 +66,7 @@ bool unshare_shallow(ndArray_tag* array) {
     }
     data_copy copy = copy_slots_shallow(array, array);
     if (take_copy(array, copy)) return true;
-    end_for_sharing_fault(race_on_references, __func__);
+    end_for_sharing_fault(race_on_references, __PRETTY_FUNCTION__);
 }
 
 } // namespace matrix::internal

@@ -123,7 +123,7 @@ bool unshare_others(ndArray_tag* array) {
     ::share_record* const old = array->share_record;
     if (old->count.fetch_sub(1, std::memory_order_acq_rel) <= 1) {
         old->count.store(1, std::memory_order_release);
-        end_for_sharing_fault(race_on_single_threaded_data, __func__);
+        end_for_sharing_fault(race_on_single_threaded_data, __PRETTY_FUNCTION__);
     }
     array->flags &= ~flag_shared_data;
     array->share_record = nullptr;
@@ -140,7 +140,7 @@ bool unshare_and_empty_others(ndArray_tag* array) {
     reach_seam();
     ::share_record* const record = array->share_record;
     if (record->count.exchange(1, std::memory_order_acq_rel) <= 1) {
-        end_for_sharing_fault(race_on_single_threaded_data, __func__);
+        end_for_sharing_fault(race_on_single_threaded_data, __PRETTY_FUNCTION__);
     }
     {
         const record_lock lock(record);
