@@ -167,7 +167,7 @@ TEST_F(Calls, InTurnOnTwoEnginesKeepErrorModesAndLastErrorsApart) {
 }
 
 TEST_F(Calls, OnTwoThreadsKeepTheirListsApart) {
-    const addon function = entry("test_forgets", "call_others"); // nine adds, by three functions
+    const addon function = entry("test_forgets", "call_others"); // eight adds, by three functions
     constexpr std::uint64_t rounds = 50;
     const auto work = [&](record& found, outputs& results) {
         engine_session session;

@@ -64,6 +64,18 @@ class Forgotten(ToolTest):
         whole = self.behave("forget_thousands", "--all").stderr.decode().splitlines()
         self.assertEqual(whole[1:-1], [f"nd:   serial {i}: 1x{i % 100} double" for i in range(1, 5001)])
 
+    def test_up_to_twenty_are_told_without_a_gap(self):
+        def told(count, *options):
+            lines = self.behave("forget_rows", str(count), *options).stderr.decode().splitlines()
+            self.assertTrue(lines[0].endswith(f"(forget_rows): forgot {count} arrays"), lines[0])
+            return lines[1:]
+        rows = [f"nd:   serial {i}: 1x{i} double" for i in range(1, 23)]
+        self.assertEqual(told(19), rows[:19])
+        self.assertEqual(told(20), rows[:20])
+        self.assertEqual(told(21), rows[:15] + ["nd:   ..."] + rows[17:21])
+        self.assertEqual(told(22), rows[:15] + ["nd:   ..."] + rows[18:22])
+        self.assertEqual(told(21, "--all"), rows[:21])
+
     def test_a_forgotten_output_is_told_before_the_failure(self):
         self.check_report(self.behave("forget_the_output"), ("forget_the_output", "forgot 1 array"), "1: 1x3 double",
                           ("forget_the_output", "output 1 was not set: the addon didn't take its inputs, or had no memory"),

@@ -3,6 +3,7 @@
 #include "matrix/array_list.hpp"
 
 #include "matrix/array_lists_fixture.hpp"
+#include "matrix/class_table.hpp"
 #include "matrix/heap_watch.hpp"
 #include "matrix/library_context.hpp"
 #include "matrix/validate.hpp"
@@ -38,6 +39,35 @@ TEST_F(ArrayLists, DestroyAnOrphanWhoeverElseClaimsIt) {
     pop_all();
     EXPECT_EQ(ended(), (array_pointers{shared, reusable, referred, owned}));
     EXPECT_NE(sharer->pdata, nullptr) << "its block lives as long as somebody shares it";
+}
+
+// The hook that sees an object's end sees one like any other: nobody else's, and on no list.
+TEST_F(ArrayLists, EndAnObjectAsItsLastOwnerWould) {
+    struct words {
+        std::uint32_t scope, ref_count, internal_ref_count, reusable;
+        bool operator==(const words&) const = default;
+    };
+    static std::vector<words> seen;
+    static std::size_t listed;
+    listed = 0;
+    api::ndSetObjectCreateDestroyFn(nullptr, [](ndArray_tag* array) {
+        seen.push_back({array->scope, array->ref_count, array->internal_ref_count,
+                        array->flags & matrix::flag_reusable});
+        listed += listed_here().size();
+    });
+    for (const auto& [refs, internal_refs] : {std::pair{1U, 0U}, {4U, 0U}, {1U, 3U}}) {
+        pushArrayListContext();
+        array_ptr object = matrix::detail::do_create_numeric(
+            std::vector<std::size_t>{1, 1}, matrix::internal::code_of(ndOBJECT_CLASS, false));
+        object->ref_count = refs;
+        object->internal_ref_count = internal_refs;
+        api::ndSetArrayScope(object.get(), ndTEMPORARY_SCOPE);
+        object.release()->flags |= matrix::flag_reusable;
+        pop_all();
+    }
+    api::ndSetObjectCreateDestroyFn(nullptr, nullptr);
+    EXPECT_EQ(std::exchange(seen, {}), std::vector<words>(3, {ndLOCAL_SCOPE, 1, 0, 0}));
+    EXPECT_EQ(listed, 0U);
 }
 
 // Elements that were never claimed stand on the list too: they end with the cell and leave it then.

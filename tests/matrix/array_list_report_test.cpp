@@ -13,11 +13,14 @@
 
 #include <cstdio>
 #include <regex>
+#include <stdexcept>
 #include <thread>
 
 namespace test {
 namespace {
 
+using foundation::usm::EngineActivation;
+using foundation::usm::EngineInstance;
 using matrix::array_ptr;
 using matrix::clearArrayListContext;
 using matrix::popArrayListContext;
@@ -106,6 +109,30 @@ TEST_F(ArrayListReport, IsMadeForOrphansOnlyAndNotWhenQuiet) {
         pop(true);
         EXPECT_TRUE(log.lines().empty()) << channel;
     }
+}
+
+// An engine that closes tells of each context that it still has; one that goes down with an exception had no chance to close them.
+TEST_F(ArrayListReport, IsMadeWhenAnEngineClosesButNotWhileAnExceptionIsInFlight) {
+    const log_capture log(orphans, debug);
+    const auto leave_orphans = [](EngineInstance& engine) {
+        const EngineActivation active(&engine);
+        temporary();
+        pushArrayListContext();
+        temporaries(2);
+    };
+    try {
+        EngineInstance engine;
+        leave_orphans(engine);
+        throw std::runtime_error("from the engine's owner");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_TRUE(log.lines().empty());
+    {
+        EngineInstance engine;
+        leave_orphans(engine);
+    }
+    EXPECT_EQ(without_stacks(log),
+              (std::vector<std::string>{header(2, 2) + trailer, header(1, 1) + trailer}));
 }
 
 TEST_F(ArrayListReport, IsNotMadeWithBothChannelsOff) {

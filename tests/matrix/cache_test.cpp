@@ -5,12 +5,15 @@
 #include "matrix/header_words.hpp"
 #include "matrix/heap_watch.hpp"
 #include "matrix/process_state.hpp"
+#include "matrix/sharing.hpp"
 #include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
 #include "support/classes.hpp"
 
 #include <nd/access.hpp>
+
+#include <gtest/gtest-spi.h>
 
 #include <algorithm>
 #include <cstring>
@@ -327,6 +330,64 @@ TEST_F(Cache, APairWithNarrowedDimensionsGoesBackToo) {
     array.reset();
     EXPECT_EQ(counts()[3], 1U);
     EXPECT_EQ(bytes(100)->dims32, nullptr);
+}
+
+// What a pair had in its life beside its block is gone when it lies in its bin, whichever way it came there.
+TEST_F(Cache, APairInItsBinHasItsBlockAndNothingElse) {
+    struct {
+        const char* name;
+        array_ptr (*make)();
+    } const rows[] = {
+        {"a matrix", [] { return bytes(8); }},
+        {"of three dimensions",
+         [] {
+             return matrix::create(dims_list{2, 3, 4}, ndINT8_CLASS, ndREAL);
+         }},
+        {"with narrowed dimensions",
+         [] {
+             array_ptr array = bytes(8);
+             matrix::internal::narrowed_dimensions(array.get());
+             return array;
+         }},
+        {"with a share record of its own",
+         [] {
+             array_ptr array = bytes(8);
+             matrix::internal::ensure_share_record(array.get());
+             return array;
+         }},
+        {"whose sharer has ended",
+         [] {
+             array_ptr array = bytes(8);
+             matrix::detail::do_shared_copy(array.get()).reset();
+             return array;
+         }},
+        {"of a class that keeps more than a block",
+         [] {
+             return matrix::detail::do_create_numeric(dims_list{1, 1},
+                                                      matrix::internal::code_of(ndFUNCTION_CLASS, false));
+         }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        matrix::cache::clear();
+        array_ptr array = row.make();
+        array->parent = array.get();
+        array.reset();
+        EXPECT_GE(CacheInfo().total_count, 1U);
+        EXPECT_EQ(matrix::internal::validate_cache(), "");
+    }
+}
+
+TEST_F(Cache, IsLookedAtBeforeItIsTurnedOff) {
+    EXPECT_NONFATAL_FAILURE(
+        {
+            const cache_on again;
+            bytes(8).reset();
+            ndArray_tag* const pair = matrix::internal::the_cache.bins[0].head;
+            foundation::core::mem::unguard(pair, sizeof(ndArray_tag));
+            pair->parent = pair;
+        },
+        "a pair has no parent");
 }
 
 // Sharing doesn't take a block out of its bin: the last sharer puts it back, and the others' headers just go.

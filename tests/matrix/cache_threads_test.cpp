@@ -9,6 +9,7 @@
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
 
+#include <algorithm>
 #include <thread>
 
 namespace test {
@@ -52,6 +53,30 @@ TEST_F(CacheThreads, AThreadThatEndsGivesEverythingBack) {
         arrays.clear();
         EXPECT_EQ(CacheInfo().total_count, 180U);
     });
+    const live_blocks left = count_live_blocks() - before;
+    EXPECT_EQ(left.header_slots, 0);
+    EXPECT_EQ(left.aligned_heap, 0);
+}
+
+// A bin at its limit goes as any other: what it took and what it refused are freed once.
+TEST_F(CacheThreads, AThreadThatEndsEmptiesAFullBin) {
+    constexpr std::size_t limit = 204;
+    const live_blocks before = count_live_blocks();
+    std::vector<void*> blocks;
+    heap_watch heap;
+    on_another_thread([&] {
+        std::vector<array_ptr> arrays;
+        for (std::size_t i = 0; i <= limit; ++i) {
+            arrays.push_back(bytes(16240));
+            blocks.push_back(arrays.back()->pdata);
+        }
+        for (array_ptr& array : arrays) array.reset();
+        EXPECT_EQ(CacheInfo().bins[17].count, limit);
+        EXPECT_EQ(heap.freed(), std::vector<void*>{blocks.back()}) << "there was no place for the last one";
+    });
+    std::rotate(blocks.begin(), blocks.end() - 1, blocks.end());
+    std::reverse(blocks.begin() + 1, blocks.end());
+    EXPECT_EQ(heap.freed(), blocks) << "the last one in is the first one out";
     const live_blocks left = count_live_blocks() - before;
     EXPECT_EQ(left.header_slots, 0);
     EXPECT_EQ(left.aligned_heap, 0);

@@ -22,6 +22,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace test {
 namespace {
@@ -31,6 +32,7 @@ using matrix::array_ptr;
 using matrix::cell_to_struct;
 using matrix::check_field_name_set;
 using dims_list = std::vector<std::size_t>;
+using namespace std::string_view_literals;
 
 struct error {
     std::string id;
@@ -170,14 +172,10 @@ TEST_F(CellToStruct, NoNamesGiveNoFields) {
 
 TEST_F(CellToStruct, RowsOfAMatrixAreNamesWithoutTheirPadding) {
     const array_ptr cell = numbered_cell("2x1");
-    for (const char16_t* rows : {u"a b c ", u"axbxcx"}) {
-        std::u16string units(rows);
-        for (char16_t& unit : units) {
-            if (unit == u'x') unit = u'\0';
-        }
-        // By column: the rows are "abc" and a padding of three.
+    // The padding after "d" is of blanks, of NULs and of both.
+    for (const std::u16string_view padding : {u"  "sv, u"\0\0"sv, u" \0"sv, u"\0 "sv}) {
         const array_ptr names =
-            arr("char 2x3", std::u16string{units[0], u'd', units[2], units[1], units[4], units[1]});
+            arr("char 2x3", std::u16string{u'a', u'd', u'b', padding[0], u'c', padding[1]});
         EXPECT_THAT(cell_to_struct(cell.get(), names.get(), 1),
                     EqualsArray(struct_arr("1x1", {"abc", "d"}, value(1), value(2))));
     }

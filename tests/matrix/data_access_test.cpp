@@ -416,6 +416,22 @@ TEST_F(ListedBlocks, LeaveTheListForAnArrayOfAnotherClass) {
     EXPECT_TRUE(matrix::isAllocListContextEmpty());
 }
 
+// The context would free it a second time.
+TEST_F(ListedBlocks, LeaveTheListWhenAnArrayFreesThem) {
+    const array_ptr array = numbered("double 2x3");
+    void* const own = array->pdata;
+    void* const listed = api::ndCalloc(6, sizeof(double));
+    api::ndSetDataPrivateFlag(array.get(), true);
+    api::ndSetData(array.get(), listed, nullptr);
+    api::ndSetDataPrivateFlag(array.get(), false);
+    ASSERT_FALSE(matrix::isAllocListContextEmpty());
+    const heap_watch watch;
+    array->reset_pdata_untrusted(own, ndDOUBLE_CLASS, ndREAL);
+    EXPECT_EQ(watch.times_freed(listed), 1U);
+    EXPECT_TRUE(matrix::isAllocListContextEmpty());
+    matrix::internal::removeFromAllocList(listed); // or the end of the engine frees what is no longer there
+}
+
 using ResetData = NdTest;
 
 // From every class to every other, with a block of its own.

@@ -56,6 +56,33 @@ TEST_F(ListGuard, EndsWhatTheCodeForgot) {
     api::ndFree(outer_block);
 }
 
+// Deleters that run because the code forgot an array are none of its doing: errors meet them as they meet the caller.
+TEST_F(ListGuard, EndsArraysUnderTheOuterErrorMode) {
+    static ErrorMode seen;
+    seen = ErrorMode{-1};
+    matrix::setErrorMode(ErrorMode{4});
+    {
+        const guard scope(ErrorMode{0});
+        api::ndCreateDoubleMatrix(2, 2, ndREAL)->setCustomDeleter([](void* block) {
+            seen = getErrorMode();
+            api::ndFreeEx(block);
+        });
+    }
+    EXPECT_EQ(seen, ErrorMode{4});
+}
+
+// An array's deleter may use blocks of the same context, and free some.
+TEST_F(ListGuard, EndsArraysBeforeBlocks) {
+    heap_watch heap;
+    void *block = nullptr, *data = nullptr;
+    {
+        const guard scope(ErrorMode{0});
+        block = api::ndMalloc(10);
+        data = api::ndCreateDoubleMatrix(2, 2, ndREAL)->pdata;
+    }
+    EXPECT_EQ(heap.freed(), (std::vector<void*>{data, block}));
+}
+
 TEST_F(ListGuard, KeepsArraysForTheOuterContext) {
     std::vector<ndArray_tag*> made;
     {
@@ -138,7 +165,7 @@ TEST_F(ListGuard, DoesNothingUnlessBothListsAreOn) {
     }
 }
 
-TEST_F(ListGuard, ChangesTheThreadsOwnErrorModeWithoutAnEngine) {
+TEST_F(ListGuard, ChangesTheProcesssErrorModeWithoutAnEngine) {
     const EngineActivation none(nullptr);
     const ErrorMode before = getErrorMode();
     {

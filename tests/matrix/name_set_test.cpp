@@ -175,6 +175,33 @@ TEST_F(NameSet, RemovalIsInPlaceWhereTheCapacityStays) {
     expect_consistent(set);
 }
 
+// A new set has the room that the old one had: none to spare where that was exact, of however many names.
+TEST_F(NameSet, RemovalKeepsAnExactSetExact) {
+    const struct {
+        int count;
+        bool exact;
+        bool spare_left;
+    } rows[] = {{2, true, false},   {257, true, false},  {258, true, false}, {300, true, false},
+                {513, true, false}, {257, false, false}, {258, false, true}, {300, false, true}};
+    for (const auto& row : rows) {
+        for (const bool shared : {false, true}) {
+            SCOPED_TRACE(std::to_string(row.count) + (row.exact ? " exactly" : " with room to spare"));
+            name_set_ptr set;
+            if (row.exact) {
+                set = set_of(numbered_names(row.count));
+            } else {
+                for (const std::string& name : numbered_names(row.count)) add(set, name.c_str());
+            }
+            ASSERT_EQ(set->has_spare, !row.exact);
+            const name_set_ptr other = shared ? set : nullptr;
+            remove(set, row.count - 1);
+            EXPECT_EQ(set->has_spare, row.spare_left);
+            EXPECT_EQ(names_in(set), numbered_names(row.count - 1));
+            expect_consistent(set);
+        }
+    }
+}
+
 TEST_F(NameSet, RemovingOneOfEqualNamesLeavesTheOther) {
     for (const int index : {1, 299, 300}) {
         name_set_ptr set;

@@ -1,12 +1,19 @@
 // Changing process-wide state and putting it back.
 #include "matrix/process_state.hpp"
 
+#include "matrix/validate.hpp"
 #include "platform/test_hooks.hpp"
 
 #include <foundation/log/logger.hpp>
 #include <nd/sizes.hpp>
 
 namespace test {
+
+cache_on::~cache_on() {
+    EXPECT_EQ(matrix::internal::validate_cache(), "") << "the cache isn't in order when it is turned off";
+    matrix::cache::setEnabled(before_);
+    matrix::cache::clear();
+}
 
 size_limit_scope::size_limit_scope(std::uint64_t memory, std::uint32_t percent, bool enabled) {
     foundation::test_hooks::set_total_random_access_memory(memory);

@@ -11,17 +11,15 @@
 
 namespace test {
 
-/// The cache is on while it lives. Afterwards the calling thread's bins are empty.
+/// The cache is on while it lives. At its end the calling thread's bins hold whole pairs only, or the test fails; afterwards they
+/// are empty.
 class cache_on {
 public:
     cache_on() : before_(matrix::cache::isEnabled()) {
         matrix::cache::clear();
         matrix::cache::setEnabled(true);
     }
-    ~cache_on() {
-        matrix::cache::setEnabled(before_);
-        matrix::cache::clear();
-    }
+    ~cache_on();
     cache_on(const cache_on&) = delete;
     cache_on& operator=(const cache_on&) = delete;
 

@@ -1,6 +1,7 @@
 // Copies, moves and guards where temporaries stand on the array list: what is made is listed, what is taken over isn't, and when
 // the list has no room everything is as it was.
 #include "matrix/lists_fixture.hpp"
+#include "matrix/validate.hpp"
 #include "support/arr.hpp"
 #include "support/array_matchers.hpp"
 #include "support/fault_injection.hpp"
@@ -72,6 +73,36 @@ TEST_F(SharingLists, AMovedValueLeavesTheListWithItsHeader) {
     api::ndMoveCopyOntoHeader(listed, dest.get());
     EXPECT_EQ(listed_here(), (array_pointers{listed})) << "who holds the header stays";
     api::ndDestroyArray(listed);
+}
+
+// The list that a collector starts from: a header stands on it as its value did, and a value that stays with others stays there.
+TEST_F(SharingLists, AMovedValueHasItsHeaderOnTheCollectionList) {
+    const auto value = [](bool listed) {
+        array_ptr cell = arr("cell 1x1", arr("double", {1}));
+        if (listed) cell->flags |= matrix::flag_on_collection_list;
+        return cell;
+    };
+    for (const bool dest_listed : {false, true}) {
+        for (const bool src_listed : {false, true}) {
+            SCOPED_TRACE(::testing::Message() << dest_listed << src_listed);
+            const array_ptr dest = value(dest_listed);
+            api::ndMoveArrayOntoHeader(dest.get(), value(src_listed).release());
+            EXPECT_EQ((dest->flags & matrix::flag_on_collection_list) != 0, src_listed);
+            EXPECT_EQ(matrix::internal::validate(dest.get()), "");
+
+            const array_ptr copied_onto = value(dest_listed);
+            const array_ptr src = value(src_listed);
+            api::ndMoveCopyOntoHeader(copied_onto.get(), src.get());
+            EXPECT_FALSE(copied_onto->flags & matrix::flag_on_collection_list)
+                << "without a collector a copy is entered nowhere";
+            EXPECT_EQ((src->flags & matrix::flag_on_collection_list) != 0, src_listed);
+            EXPECT_EQ(matrix::internal::validate(src.get()), "");
+        }
+        const array_ptr dest = value(dest_listed);
+        api::ndMoveArrayOntoHeader(dest.get(), numbered("int8 1x2").release());
+        EXPECT_FALSE(dest->flags & matrix::flag_on_collection_list);
+        EXPECT_EQ(matrix::internal::validate(dest.get()), "");
+    }
 }
 
 TEST_F(SharingLists, HandingOverTakesOffAndPutsOn) {

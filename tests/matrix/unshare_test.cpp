@@ -20,6 +20,8 @@
 #include <nd/messages.hpp>
 #include <nd/share.hpp>
 
+#include <string>
+
 namespace test {
 namespace {
 
@@ -291,6 +293,55 @@ TEST_F(LostRace, OfSingleThreadedDataIsAFault) {
         EXPECT_THAT(a, EqualsArray(numbered("double 1x3")));
         EXPECT_EQ(validate(a.get()), "");
     }
+}
+
+// Compilers differ in the space before an asterisk. (The class of a result stands with its namespace or without.)
+std::string written_alike(std::string signature) {
+    for (std::size_t at; (at = signature.find(" *")) != std::string::npos;) signature.erase(at, 1);
+    return signature;
+}
+
+// Whoever reads the report of a fault learns by which function, of several with one name, it was found.
+TEST_F(LostRace, IsReportedWithTheSignatureOfTheFunction) {
+    const struct {
+        const char* signature;
+        array_ptr (*make)();
+        void (*act)(ndArray_tag*);
+    } rows[] = {
+        {"bool matrix::internal::unshare(ndArray_tag*)", [] { return arr("cell 1x1", arr("double", {1})); },
+         [](ndArray_tag* a) { matrix::internal::unshare(a); }},
+        {"bool matrix::internal::unshare_shallow(ndArray_tag*)",
+         [] { return arr("cell 1x1", arr("double", {1})); },
+         [](ndArray_tag* a) { matrix::internal::unshare_shallow(a); }},
+        {"bool matrix::internal::unshare_others(ndArray_tag*)", [] { return numbered("double 1x3"); },
+         [](ndArray_tag* a) { matrix::internal::unshare_others(a); }},
+        {"bool matrix::internal::unshare_and_empty_others(ndArray_tag*)",
+         [] { return numbered("double 1x3"); },
+         [](ndArray_tag* a) { matrix::internal::unshare_and_empty_others(a); }},
+    };
+    for (const auto& row : rows) {
+        const array_ptr a = row.make();
+        a->set_data_sharing_single_threaded(true);
+        share_with(a);
+        const termination seen = catch_terminate([&] { row.act(a.get()); });
+        EXPECT_EQ(written_alike(seen.function), row.signature);
+    }
+}
+
+using SharingFault = NdTest;
+
+TEST_F(SharingFault, IsReportedWithTheSignatureOfTheFunction) {
+    const array_ptr a = numbered("double 1x3");
+    a->scope = ndGLOBAL_SCOPE;
+    const termination handed = catch_terminate([&] { matrix::from_tarvel(a.get()).reset(); });
+    a->scope = ndLOCAL_SCOPE;
+    EXPECT_THAT(written_alike(handed.function),
+                ::testing::EndsWith("array_ptr matrix::from_tarvel(ndArray_tag*)"));
+    a->flags |= matrix::flag_data_private;
+    const termination copied = catch_terminate([&] { do_shared_copy(a.get()).reset(); });
+    a->flags &= ~matrix::flag_data_private;
+    EXPECT_THAT(written_alike(copied.function),
+                ::testing::EndsWith("array_ptr matrix::detail::do_shared_copy(const ndArray_tag*)"));
 }
 
 } // namespace

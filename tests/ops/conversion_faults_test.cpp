@@ -1,4 +1,4 @@
-// Every allocation of the conversions fails once.
+// Every allocation of the conversions fails, alone and with a second one.
 #include "matrix/scaffolding.hpp"
 #include "support/arr.hpp"
 #include "support/fault_injection.hpp"
@@ -18,6 +18,11 @@ using matrix::array_ptr;
 
 using ConversionFaults = NdTest;
 
+// What a conversion does about a failure may ask for memory as well: a second one follows it within so many allocations.
+constexpr long second_failure_within = 8;
+const fault_options counted_options{.second_within = second_failure_within};
+const fault_options framed_options{.framed = true, .second_within = second_failure_within};
+
 array_ptr pair_of_values() {
     return struct_arr("1x1", {"a", "b"}, arr("double", {1}), arr("cell 1x1", arr("int8", {2})));
 }
@@ -26,6 +31,7 @@ struct conversion {
     const char* name;
     array_ptr (*source)();
     ndClassID target;
+    long second_within = second_failure_within;
 };
 
 const conversion conversions[] = {
@@ -81,7 +87,8 @@ const conversion conversions[] = {
          return sparse_arr("single 3x2", {{1, 0, 1.5}}, 4);
      },
      ndSINGLE_CLASS},
-    {"many complex elements", [] { return arr("complex double 60000x1"); }, ndINT8_CLASS},
+    // They take their time, and two allocations are all that there are.
+    {"many complex elements", [] { return arr("complex double 60000x1"); }, ndINT8_CLASS, 1},
 };
 
 TEST_F(ConversionFaults, CopiesLeaveTheirSourceAlone) {
@@ -93,26 +100,27 @@ TEST_F(ConversionFaults, CopiesLeaveTheirSourceAlone) {
                                    run.act(
                                        [&] { return api::ndCreateConvertedCopy(source.get(), c.target); });
                                },
-                               {.framed = true});
+                               {.framed = true, .second_within = c.second_within});
     }
 }
 
 // Bringing a split array's data together is the first thing that may fail. It has no other value then.
 TEST_F(ConversionFaults, ASplitArrayKeepsItsValue) {
-    const fault_report report = for_each_failing_alloc("split array", [](fault_run& run) {
+    const auto convert = [](fault_run& run) {
         const array_ptr source = arr("complex double 1x2", {{1, 10}, {2, 20}});
         source->split_data(false);
         static_cast<double*>(source->get_scData()->imag_data)[1] = 7;
         run.act([&] { return matrix::create_converted_copy(source.get(), ndINT8_CLASS); });
         EXPECT_EQ(static_cast<double*>(source->get_scData()->imag_data)[1], 7);
         EXPECT_EQ(static_cast<double*>(source->get_scData()->real_data)[0], 1);
-    });
+    };
+    const fault_report report = for_each_failing_alloc("split array", convert, counted_options);
     EXPECT_TRUE(report.passed);
 }
 
 TEST_F(ConversionFaults, CountedPointersKeepTheirArray) {
     for (const bool by_reference : {false, true}) {
-        for_each_failing_alloc("convert if needed, counted", [&](fault_run& run) {
+        const auto convert = [&](fault_run& run) {
             const array_ptr source = numbered("double 3x4");
             boost::intrusive_ptr<ndArray_tag> counted(source.get());
             run.operand(source.get());
@@ -122,16 +130,18 @@ TEST_F(ConversionFaults, CountedPointersKeepTheirArray) {
                 return made->class_id == ndINT8_CLASS;
             });
             EXPECT_EQ(counted.get(), source.get());
-        });
+        };
+        for_each_failing_alloc("convert if needed, counted", convert, counted_options);
     }
 }
 
 TEST_F(ConversionFaults, APointerKeepsItsArray) {
-    for_each_failing_alloc("convert if needed", [](fault_run& run) {
+    const auto convert = [](fault_run& run) {
         array_ptr source = numbered("double 3x4");
         run.operand(source.get());
         run.act([&] { return matrix::convert_if_needed(std::move(source), ndINT8_CLASS); });
-    });
+    };
+    for_each_failing_alloc("convert if needed", convert, counted_options);
 }
 
 struct storage_change {
@@ -162,21 +172,22 @@ const storage_change storage_changes[] = {
 
 TEST_F(ConversionFaults, TheOtherStorageLeavesItsSourceAlone) {
     for (const storage_change& c : storage_changes) {
-        const fault_report framed =
-            for_each_failing_alloc(c.name,
-                                   [&](fault_run& run) {
-                                       const array_ptr source = c.source();
-                                       run.operand(source.get());
-                                       run.act([&] { return c.coerce(source.get()); });
-                                   },
-                                   {.framed = true, .second_within = 2});
+        const fault_report framed = for_each_failing_alloc(
+            c.name,
+            [&](fault_run& run) {
+                const array_ptr source = c.source();
+                run.operand(source.get());
+                run.act([&] { return c.coerce(source.get()); });
+            },
+            framed_options);
         EXPECT_TRUE(framed.passed);
         EXPECT_EQ(framed.recovered, 0);
-        const fault_report counted = for_each_failing_alloc(c.name, [&](fault_run& run) {
+        const auto convert = [&](fault_run& run) {
             const array_ptr source = c.source();
             run.operand(source.get());
             run.act([&] { return array_ptr(c.convert(source.get()).detach()); });
-        });
+        };
+        const fault_report counted = for_each_failing_alloc(c.name, convert, counted_options);
         EXPECT_TRUE(counted.passed);
     }
 }

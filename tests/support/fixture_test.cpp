@@ -220,8 +220,11 @@ TEST(Fixture, FindsABinThatIsOutOfOrder) {
         {broken_by([](bin_type& bin) { bin.head->pdata = nullptr; }), "a pair has its block"},
         {broken_by([](bin_type& bin) { bin.head->flags |= matrix::flag_shared_data; }),
          "nobody shares the block of a pair"},
+        {broken_by([](bin_type& bin) { bin.head->share_record = std::bit_cast<share_record*>(&bin); }),
+         "nobody shares the block of a pair"},
         {broken_by([](bin_type& bin) { bin.head->flags &= ~matrix::flag_inline_dims; }),
          "a pair has no dimension block"},
+        {broken_by([](bin_type& bin) { bin.head->dims32 = &bin; }), "a pair has no dimension block"},
         {broken_by([](bin_type& bin) { bin.head->parent = bin.head; }), "a pair has no parent"},
     };
     for (const auto& [broken, rule] : found) EXPECT_EQ(broken, "bin 1: broken rule \"" + rule + "\"");

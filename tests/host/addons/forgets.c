@@ -109,6 +109,17 @@ ENTRY(forget_thousands)
     plhs[0] = ndCreateDoubleScalar(6);
 }
 
+/* n: forgets rows of 1 to n elements. */
+ENTRY(forget_rows);
+ENTRY(forget_rows)
+{
+    UNUSED;
+    for (size_t i = 1; i <= (size_t)*ndGetDoubles(prhs[0]); ++i) {
+        row(i);
+    }
+    plhs[0] = ndCreateDoubleScalar(7);
+}
+
 /* Makes its result, and forgets to put it out. */
 ENTRY(forget_the_output);
 ENTRY(forget_the_output)
