@@ -67,7 +67,8 @@ Kprotected_ndArray& Kprotected_ndArray::operator=(ndArray_tag* ptr) {
 }
 
 Kprotected_ndArray& Kprotected_ndArray::operator=(const Kprotected_ndArray& other) {
-    Kprotected_ndArray copy(other); // first: both may hold one array
+    if (owned_ && ptr_ == other.ptr_) return *this;
+    Kprotected_ndArray copy(other); // first: it may raise
     std::swap(owned_, copy.owned_);
     std::swap(ptr_, copy.ptr_);
     return *this;

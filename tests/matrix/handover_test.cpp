@@ -310,9 +310,50 @@ TYPED_TEST(Guards, TakeAGuard) {
         of_a = of_b;
         EXPECT_EQ(b->ref_count, 3U) << "as many as there are guards";
         of_a = pointing;
-        EXPECT_EQ(b->ref_count, 2U);
+        EXPECT_EQ(b->ref_count, 3U) << "of the pointer that is held already nothing is let go";
     }
     EXPECT_EQ(b->ref_count, 1U);
+}
+
+// Whoever owns goes on owning, even where the reference is the last one; whoever doesn't owns what an owner gives.
+TYPED_TEST(Guards, TakeAGuardOfTheSamePointer) {
+    for (const bool owns : {false, true}) {
+        for (const bool other_owns : {false, true}) {
+            const array_ptr a = numbered("double 1x3");
+            const auto given = [&](bool owned) { return owned ? api::ndCreateReference(a.get()) : a.get(); };
+            {
+                TypeParam guard(given(owns), owns);
+                const TypeParam other(given(other_owns), other_owns);
+                guard = other;
+                EXPECT_EQ(guard.get(), a.get());
+                EXPECT_EQ(a->ref_count, 1U + (owns || other_owns ? 1U : 0U) + (other_owns ? 1U : 0U));
+            }
+            EXPECT_EQ(a->ref_count, 1U) << owns << other_owns;
+        }
+    }
+    TypeParam last(numbered("double 1x3").release(), true);
+    const TypeParam pointing(last.get(), false);
+    last = pointing;
+    EXPECT_EQ(last->ref_count, 1U);
+    EXPECT_EQ(pointing->class_id, ndDOUBLE_CLASS);
+}
+
+TYPED_TEST(Guards, TakeAGuardOfAnotherPointer) {
+    for (const bool owns : {false, true}) {
+        for (const bool other_owns : {false, true}) {
+            const array_ptr a = numbered("double 1x3");
+            const array_ptr b = numbered("int8 1x1");
+            {
+                TypeParam guard(owns ? api::ndCreateReference(a.get()) : a.get(), owns);
+                const TypeParam other(other_owns ? api::ndCreateReference(b.get()) : b.get(), other_owns);
+                guard = other;
+                EXPECT_EQ(guard.get(), b.get());
+                EXPECT_EQ(a->ref_count, 1U);
+                EXPECT_EQ(b->ref_count, other_owns ? 3U : 1U);
+            }
+            EXPECT_EQ(b->ref_count, 1U);
+        }
+    }
 }
 
 TYPED_TEST(Guards, LetGo) {

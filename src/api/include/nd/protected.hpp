@@ -55,13 +55,13 @@ public:
         return *this;
     }
 
-    /// Lets go of what is held and becomes a copy of other. Two guards that own one array keep a reference each.
+    /// Lets go of what is held and becomes a copy of other. A guard that owns the pointer of other keeps it and its reference,
+    /// whether or not other owns; one that doesn't gets a reference where other owns. What Helper raises leaves the guard as it was.
     Kprotected_cptr& operator=(const Kprotected_cptr& other) {
-        if (this == &other) return *this;
-        T* const ptr = other.owned_ ? Helper::copy(other.ptr_) : other.ptr_; // first: both may hold one array
-        const bool owned = other.owned_;
+        if (owned_ && ptr_ == other.ptr_) return *this;
+        T* const ptr = other.owned_ ? Helper::copy(other.ptr_) : other.ptr_; // first: it may raise
         call_delete_fn();
-        owned_ = owned;
+        owned_ = other.owned_;
         ptr_ = ptr;
         return *this;
     }
