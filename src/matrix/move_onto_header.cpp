@@ -51,6 +51,12 @@ void move_value(ndArray_tag* dest, ndArray_tag* src) noexcept {
     src->flags = flag_inline_dims;
 }
 
+// The value of a header that goes on having it.
+array_ptr copied_value(const ndArray_tag* src) {
+    bring_data_up_to_date(src);
+    return share_or_copy(src);
+}
+
 } // namespace
 } // namespace matrix::internal
 
@@ -62,10 +68,7 @@ void ndMoveArrayOntoHeader(ndArray_tag* dest, ndArray_tag* src) {
     if (dest == src) return;
     array_ptr value(src);
     framed([&] {
-        if (header_owners(src) >= 2) {
-            bring_data_up_to_date(src);
-            value = share_or_copy(src);
-        }
+        if (header_owners(src) >= 2) value = copied_value(src);
         move_value(dest, value.get());
         return true;
     });
@@ -73,8 +76,12 @@ void ndMoveArrayOntoHeader(ndArray_tag* dest, ndArray_tag* src) {
 
 void ndMoveCopyOntoHeader(ndArray_tag* dest, ndArray_tag* src) {
     if (dest == src) return;
-    intrusive_ptr_add_ref(src);
-    ndMoveArrayOntoHeader(dest, src);
+    framed([&] {
+        const array_ptr value = copied_value(src);
+        src->flags &= ~flag_reusable; // before dest's value ends, in which src may stand
+        move_value(dest, value.get());
+        return true;
+    });
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api

@@ -310,13 +310,18 @@ bool ndArray_tag::split_data(bool force) {
     using namespace matrix::internal;
     if (!is_numeric_array(this)) return false;
     if (!force && !is_complex(this) && view_of(this) == nullptr) return false;
-    ::share_record* const record = ensure_share_record(this);
-    const record_lock lock(record);
-    if (record->scData == nullptr) {
-        record->scData = make_view(this).release();
-        forget_fingerprint(record);
-    } else if (!record->scData->is_split) {
-        split_again(*record->scData, this);
+    if (share_record == nullptr) {
+        auto view = make_view(this); // first: without a view there is nothing to have a record for
+        ::share_record* const record = ensure_share_record(this);
+        record->scData = view.release();
+        return true;
+    }
+    const record_lock lock(share_record);
+    if (share_record->scData == nullptr) {
+        share_record->scData = make_view(this).release();
+        forget_fingerprint(share_record);
+    } else if (!share_record->scData->is_split) {
+        split_again(*share_record->scData, this);
     }
     return true;
 }
