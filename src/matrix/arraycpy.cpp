@@ -114,13 +114,16 @@ array_ptr share(const ndArray_tag* source, ndVariableScope scope) {
     return copy;
 }
 
-array_ptr share_or_copy(const ndArray_tag* source) {
-    return is_copied_unasked(source) ? matrix::detail::do_deep_copy(source)
-                                     : matrix::detail::do_shared_copy(source);
+array_ptr share_or_copy(const ndArray_tag* source, ndVariableScope scope) {
+    if (!is_copied_unasked(source)) return share(source, scope);
+    array_ptr copy = matrix::detail::do_deep_copy(source);
+    set_scope(copy.get(), scope);
+    return copy;
 }
 
-array_ptr shallow_copy(const ndArray_tag* source) {
+array_ptr shallow_copy(const ndArray_tag* source, ndVariableScope scope) {
     array_ptr copy = copy_header(source);
+    set_scope(copy.get(), scope);
     put_data(copy.get(), copy_slots_shallow(source, copy.get()).take());
     return copy;
 }

@@ -19,10 +19,12 @@ array_ptr share(const ndArray_tag* source, ndVariableScope scope);
 /// or lays them out alike. Raises std::bad_alloc; source is then unchanged and the header still without data.
 void share_block(const ndArray_tag* source, ndArray_tag* copy);
 
-/// A shared copy where sharing is allowed, a deep one of data that are private to the source. Raises std::bad_alloc.
-array_ptr share_or_copy(const ndArray_tag* source);
+/// A shared copy of the given scope where sharing is allowed, a deep one of data that are private to the source. Raises as share();
+/// source is then unchanged.
+array_ptr share_or_copy(const ndArray_tag* source, ndVariableScope scope = ndLOCAL_SCOPE);
 
-/// A container with slots of its own over shared elements. Raises std::bad_alloc.
-array_ptr shallow_copy(const ndArray_tag* source);
+/// A container of the given scope with slots of its own over shared elements. Raises as share(); source and what stands in its slots
+/// are then unchanged.
+array_ptr shallow_copy(const ndArray_tag* source, ndVariableScope scope = ndLOCAL_SCOPE);
 
 } // namespace matrix::internal

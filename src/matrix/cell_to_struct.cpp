@@ -13,6 +13,7 @@
 #include "matrix/frame.hpp"
 #include "matrix/header_factory.hpp"
 #include "matrix/permute_cell.hpp"
+#include "matrix/scope.hpp"
 #include "matrix/sharing.hpp"
 
 #include "errors/raise.hpp"
@@ -108,23 +109,23 @@ struct_shape shape_without(dims_view dims, std::size_t dim) {
     return shape;
 }
 
-// The header changes class once nothing can fail any more: in between its slots would be miscounted.
-array_ptr as_struct(array_ptr cell, name_set_ptr names, dims_view dims) {
-    prepared_dims prepared(dims);
+// Nothing of it can fail: half-way the slots would be miscounted.
+array_ptr as_struct(array_ptr cell, name_set_ptr names, prepared_dims& dims) noexcept {
     api::ndSetArrayType(cell.get(), ndSTRUCT_CLASS);
     put_names(cell.get(), std::move(names));
-    prepared.commit_to(cell.get());
+    dims.commit_to(cell.get());
     return cell;
 }
 
 } // namespace
 
-array_ptr struct_to_cell(const ndArray_tag* source) {
+array_ptr struct_to_cell(const ndArray_tag* source, ndVariableScope scope) {
     const dims_view dims = dims_of(source);
     std::vector<std::size_t> cell_dims{field_count(source)};
     cell_dims.insert(cell_dims.end(), dims.begin(), dims.end());
     array_ptr cell =
         header_factory::make(code_of(ndCELL_CLASS, false), cell_dims, 0, DataInitialization::zeroed);
+    set_scope(cell.get(), scope);
     if (source->pdata == nullptr || slot_count(source) == 0) return cell;
     if (is_copied_unasked(source)) {
         put_data(cell.get(), copy_data(source, cell.get()).take());
@@ -134,18 +135,23 @@ array_ptr struct_to_cell(const ndArray_tag* source) {
     return cell;
 }
 
-} // namespace internal
-
-array_ptr cell_to_struct(const ndArray_tag* cell, const ndArray_tag* names, std::size_t dim) {
-    using namespace internal;
+array_ptr struct_from_cell(const ndArray_tag* cell, const ndArray_tag* names, std::size_t dim,
+                           ndVariableScope scope) {
     if (dim == 0) errors::raise<TARVEL::Cell2Struct::DimensionNumber>();
     const dims_view dims = dims_of(cell);
     const struct_shape shape = shape_without(dims, dim - 1);
     name_set_ptr set = checked_names(names, shape.fields);
     const bool to_front = dim > 1 && dim <= dims.size();
-    array_ptr ordered =
-        to_front ? permuted_cell(cell, dimension_to_front(dim - 1, dims.size())) : share_or_copy(cell);
-    return as_struct(std::move(ordered), std::move(set), shape.dims);
+    prepared_dims prepared(shape.dims);
+    array_ptr ordered = to_front ? permuted_cell(cell, dimension_to_front(dim - 1, dims.size()), scope)
+                                 : share_or_copy(cell, scope);
+    return as_struct(std::move(ordered), std::move(set), prepared);
+}
+
+} // namespace internal
+
+array_ptr cell_to_struct(const ndArray_tag* cell, const ndArray_tag* names, std::size_t dim) {
+    return internal::struct_from_cell(cell, names, dim, ndLOCAL_SCOPE);
 }
 
 } // namespace matrix
@@ -153,7 +159,8 @@ array_ptr cell_to_struct(const ndArray_tag* cell, const ndArray_tag* names, std:
 namespace matrix::detail::noninlined::nd_array_api {
 
 ndArray_tag* ndCell2Struct(const ndArray_tag* cell, const ndArray_tag* names, std::size_t dim) {
-    return internal::framed_creator([=] { return cell_to_struct(cell, names, dim); });
+    return internal::framed_creator(
+        [=] { return internal::struct_from_cell(cell, names, dim, ndTEMPORARY_SCOPE); });
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api

@@ -13,7 +13,6 @@
 namespace matrix::internal {
 
 ndArray_tag* replace_array(ndArray_tag* array, array_ptr copy) {
-    set_scope(copy.get(), static_cast<ndVariableScope>(array->scope));
     if (array->root_record != nullptr && copy->root_record != nullptr) move_root_relations(array, copy.get());
     destroyArray(array);
     return copy.release();
@@ -122,7 +121,10 @@ ndArray_tag* ndCreateClaimedDataCopy(ndArray_tag* array) {
 
 ndArray_tag* ndUnreference(ndArray_tag* array) {
     if (array == nullptr || header_owners(array) < 2) return array;
-    return framed([=] { return replace_array(array, do_shared_copy(array)); });
+    return framed([=] {
+        if (has_unshareable_data(array)) return do_shared_copy(array).release(); // ends the process
+        return replace_array(array, share(array, scope_of(array)));
+    });
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api

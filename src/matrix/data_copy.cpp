@@ -11,6 +11,7 @@
 #include "matrix/root_record.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/sharing.hpp"
+#include "matrix/sharing_rollback.hpp"
 #include "matrix/size_check.hpp"
 #include "matrix/sparse_parts.hpp"
 
@@ -202,13 +203,28 @@ ndArray_tag* share_for_slot(ndArray_tag* element, const ndArray_tag* holder) {
     return shared.release();
 }
 
+namespace {
+
+// One without references gets an owner more, which is nothing that a failure leaves behind unless it was reusable.
+bool is_marked_by_slot(const ndArray_tag* element) noexcept {
+    return element != nullptr &&
+           (can_hold_references(element->class_id) || (element->flags & flag_reusable) != 0);
+}
+
+} // namespace
+
 data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holder) {
+    sharing_rollback shared;
     data_copy copy(holder);
     const std::size_t count = source->pdata == nullptr ? 0 : slot_count(source);
     auto* const slots =
         static_cast<ndArray_tag**>(copy.allocate(count, sizeof(ndArray_tag*), DataInitialization::zeroed));
-    for (std::size_t i = 0; slots != nullptr && i < count; ++i)
-        slots[i] = share_for_slot(slots_of(source)[i], holder);
+    for (std::size_t i = 0; slots != nullptr && i < count; ++i) {
+        ndArray_tag* const element = slots_of(source)[i];
+        if (is_marked_by_slot(element)) shared.note(element);
+        slots[i] = share_for_slot(element, holder);
+    }
+    shared.keep();
     return copy;
 }
 

@@ -67,7 +67,7 @@ enum class index_vector : bool { rows, starts };
 data_copy copy_data_without(const ndArray_tag* source, index_vector left_out);
 
 /// New slots over the elements of a container: plain ones get one owner more, those that can hold references become shared
-/// copies. Raises std::bad_alloc.
+/// copies. Raises std::bad_alloc; the elements are then unchanged.
 data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holder);
 
 /// Stores blocks that the library owns. The blocks that the array had are not freed.

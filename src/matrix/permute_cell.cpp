@@ -2,6 +2,8 @@
 #include "matrix/permute_cell.hpp"
 
 #include "matrix/arraycpy.hpp"
+#include "matrix/scope.hpp"
+#include "matrix/sharing_rollback.hpp"
 #include "matrix/slots.hpp"
 
 #include <algorithm>
@@ -41,12 +43,15 @@ bool moves_elements(const std::vector<output_dim>& output) {
     return false;
 }
 
-// In output order; the position in the source follows the odometer by strides.
-void fill(ndArray_tag* result, const ndArray_tag* source, const std::vector<output_dim>& output) {
+// In output order; the position in the source follows the odometer by strides. Sharing notes what it leaves in the elements.
+void fill(ndArray_tag* result, const ndArray_tag* source, const std::vector<output_dim>& output,
+          sharing_rollback& shared) {
     std::vector<std::size_t> at(output.size(), 0);
     std::size_t from = 0;
     for (std::size_t to = 0, count = element_count(result); to < count; ++to) {
-        set_copy_in_slot(result, to, slots_of(source)[from]);
+        ndArray_tag* const element = slots_of(source)[from];
+        if (element != nullptr) shared.note(element);
+        set_copy_in_slot(result, to, element);
         for (std::size_t i = 0; i < output.size(); ++i) {
             from += output[i].stride;
             if (++at[i] < output[i].size) break;
@@ -58,18 +63,22 @@ void fill(ndArray_tag* result, const ndArray_tag* source, const std::vector<outp
 
 } // namespace
 
-array_ptr permuted_cell(const ndArray_tag* source, dims_view order) {
+array_ptr permuted_cell(const ndArray_tag* source, dims_view order, ndVariableScope scope) {
     const std::vector<output_dim> output = output_dims(source, order);
     std::vector<std::size_t> sizes;
     sizes.reserve(output.size());
     for (const output_dim& dim : output) sizes.push_back(dim.size);
     if (!moves_elements(output)) {
-        array_ptr result = share_or_copy(source);
-        result->set_dimensions(sizes);
+        prepared_dims dims(sizes);
+        array_ptr result = share_or_copy(source, scope);
+        dims.commit_to(result.get());
         return result;
     }
+    sharing_rollback shared;
     array_ptr result = detail::do_create_cell(sizes);
-    fill(result.get(), source, output);
+    set_scope(result.get(), scope);
+    fill(result.get(), source, output, shared);
+    shared.keep();
     return result;
 }
 

@@ -13,7 +13,7 @@
 #include "matrix/gc_list.hpp"
 #include "matrix/root_record.hpp"
 #include "matrix/scope.hpp"
-#include "matrix/sharing.hpp"
+#include "matrix/sharing_rollback.hpp"
 
 #include <nd/module.hpp>
 
@@ -101,34 +101,6 @@ ndArray_tag* stored_for(ndArray_tag* container, ndArray_tag* given, bool counted
     return value.release();
 }
 
-// The copy through which an element with other owners is released; none for null. Where it isn't taken the element is as before:
-// the mark that it was shared goes with the copy.
-class stand_in_copy {
-public:
-    explicit stand_in_copy(ndArray_tag* element)
-        : element_(element),
-          flags_(element == nullptr ? 0 : element->flags),
-          had_record_(element != nullptr && element->share_record != nullptr),
-          copy_(element == nullptr ? nullptr : share_or_copy(element)) {}
-    ~stand_in_copy() {
-        if (copy_ == nullptr) return;
-        copy_.reset();
-        if ((flags_ & flag_shared_data) != 0) return;
-        if (!had_record_) free_share_record(element_);
-        element_->flags = flags_;
-    }
-    stand_in_copy(const stand_in_copy&) = delete;
-    stand_in_copy& operator=(const stand_in_copy&) = delete;
-
-    array_ptr take() noexcept { return std::move(copy_); }
-
-private:
-    ndArray_tag* element_;
-    std::uint32_t flags_;
-    bool had_record_;
-    array_ptr copy_;
-};
-
 // Ends the slot's hold on a counted element. stand_in is there when others own the element too.
 void release_counted(ndArray_tag* element, array_ptr stand_in) {
     if (stand_in == nullptr) {
@@ -152,10 +124,16 @@ void replace_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* value) 
     ndArray_tag* const old = place;
     if (old == value && (old == nullptr || !has_other_owners(old))) return;
     const bool old_is_counted = is_counted(container, old);
-    stand_in_copy stand_in(old_is_counted && has_other_owners(old) ? old : nullptr);
+    sharing_rollback shared;
+    array_ptr stand_in; // the copy through which a counted element with other owners is released
+    if (old_is_counted && has_other_owners(old)) {
+        shared.note(old);
+        stand_in = share_or_copy(old);
+    }
     place = value == nullptr ? nullptr : stored_for(container, value, is_counted(container, value));
+    shared.keep();
     if (old_is_counted) {
-        release_counted(old, stand_in.take());
+        release_counted(old, std::move(stand_in));
     } else {
         destroyArray(old);
     }
@@ -189,9 +167,12 @@ void set_copy_in_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* val
 
 void replace_copy_in_slot(ndArray_tag* container, std::size_t slot, ndArray_tag* value) {
     if (value != nullptr && has_cycle_detection_contents(value)) {
+        sharing_rollback shared;
+        shared.note(value);
         array_ptr copy = copy_for(container, value);
         replace_slot(container, slot, copy.get());
         static_cast<void>(copy.release());
+        shared.keep();
         return;
     }
     with_own_reference(value, [=](ndArray_tag* owned) { replace_slot(container, slot, owned); });

@@ -18,11 +18,17 @@ using namespace internal;
 namespace {
 
 using unshare_in_place = bool (*)(ndArray_tag* array);
-using make_copy = array_ptr (*)(const ndArray_tag* array);
+using make_copy = array_ptr (*)(const ndArray_tag* array, ndVariableScope scope);
+
+array_ptr deep_copy(const ndArray_tag* array, ndVariableScope scope) {
+    array_ptr copy = do_deep_copy(array);
+    set_scope(copy.get(), scope);
+    return copy;
+}
 
 ndArray_tag* unshare_or_replace(ndArray_tag* array, unshare_in_place in_place, make_copy copy) {
     return framed([=]() -> ndArray_tag* {
-        if (header_owners(array) >= 2) return replace_array(array, copy(array));
+        if (header_owners(array) >= 2) return replace_array(array, copy(array, scope_of(array)));
         return in_place(array) ? array : nullptr;
     });
 }
@@ -30,7 +36,7 @@ ndArray_tag* unshare_or_replace(ndArray_tag* array, unshare_in_place in_place, m
 } // namespace
 
 ndArray_tag* ndUnshare(ndArray_tag* array) {
-    return array == nullptr ? nullptr : unshare_or_replace(array, unshare, do_deep_copy);
+    return array == nullptr ? nullptr : unshare_or_replace(array, unshare, deep_copy);
 }
 
 ndArray_tag* ndUnshareShallow(ndArray_tag* array) {

@@ -72,8 +72,8 @@ bool can_pass_as_logical(const ndArray_tag* array) noexcept {
            are_zeros_and_ones(static_cast<const std::uint8_t*>(array->pdata), element_count(array));
 }
 
-array_ptr shared_as_logical(const ndArray_tag* array) {
-    array_ptr copy = detail::do_shared_copy(array);
+array_ptr shared_as_logical(const ndArray_tag* array, ndVariableScope scope) {
+    array_ptr copy = share(array, scope);
     detail::noninlined::nd_array_api::ndSetArrayType(copy.get(), ndLOGICAL_CLASS);
     return copy;
 }
@@ -110,13 +110,13 @@ array_ptr convert_elements(const ndArray_tag* array, ndClassID target) {
     return copy;
 }
 
-array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target) {
+array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target, ndVariableScope scope) {
     if (!has_scalars(target)) return empty_of_class(array, target);
     if (target == ndLOGICAL_CLASS && is_complex(array)) raise_complex();
     if (target == ndCHAR_CLASS && array->class_id == ndLOGICAL_CLASS) return nullptr;
     bring_data_up_to_date(array);
     if ((array->flags & flag_sparse) != 0) return convert_sparse_class(array, target);
-    if (target == ndLOGICAL_CLASS && can_pass_as_logical(array)) return shared_as_logical(array);
+    if (target == ndLOGICAL_CLASS && can_pass_as_logical(array)) return shared_as_logical(array, scope);
     return convert_elements(array, target);
 }
 
@@ -145,12 +145,33 @@ array_ptr convert_scalar_class(const ndArray_tag* array, ndClassID target) {
 }
 
 // The copy ends as an object before it goes on as a struct, so that the hooks are called in pairs.
-array_ptr object_to_struct(const ndArray_tag* array) {
-    array_ptr copy = shallow_copy(array);
+array_ptr object_to_struct(const ndArray_tag* array, ndVariableScope scope) {
+    array_ptr copy = shallow_copy(array, scope);
     call_object_destroy_hook(copy.get());
     detail::noninlined::nd_array_api::ndSetArrayType(copy.get(), ndSTRUCT_CLASS);
     free_object_info(std::exchange(copy->info_c, 0));
     return copy;
+}
+
+// matrix::create_converted_copy. Only a copy that shares data has the scope already: the list may refuse others later.
+array_ptr converted_copy(const ndArray_tag* array, ndClassID classId, ndVariableScope scope) {
+    if (array == nullptr) return nullptr;
+    if (array_ptr expanded = expand_if_colon_object(array))
+        return expanded->class_id == classId ? std::move(expanded)
+                                             : convert_scalar_class(expanded.get(), classId, scope);
+    if (array->class_id == classId) return detail::do_deep_copy(array);
+    if (has_scalars(array->class_id)) return convert_scalar_class(array, classId, scope);
+    switch (array->class_id) {
+    case ndSTRUCT_CLASS:
+        return classId == ndCELL_CLASS ? struct_to_cell(array, scope) : nullptr;
+    case ndOBJECT_CLASS:
+        if (classId == ndSTRUCT_CLASS) return object_to_struct(array, scope);
+        return classId == ndCELL_CLASS ? struct_to_cell(array, scope) : nullptr;
+    case ndOPAQUE_CLASS:
+        return convert_opaque(array, classId);
+    default:
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -161,30 +182,14 @@ namespace matrix {
 using namespace internal;
 
 array_ptr create_converted_copy(const ndArray_tag* array, ndClassID classId) {
-    if (array == nullptr) return nullptr;
-    if (array_ptr expanded = expand_if_colon_object(array))
-        return expanded->class_id == classId ? std::move(expanded)
-                                             : convert_scalar_class(expanded.get(), classId);
-    if (array->class_id == classId) return detail::do_deep_copy(array);
-    if (has_scalars(array->class_id)) return convert_scalar_class(array, classId);
-    switch (array->class_id) {
-    case ndSTRUCT_CLASS:
-        return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;
-    case ndOBJECT_CLASS:
-        if (classId == ndSTRUCT_CLASS) return object_to_struct(array);
-        return classId == ndCELL_CLASS ? struct_to_cell(array) : nullptr;
-    case ndOPAQUE_CLASS:
-        return convert_opaque(array, classId);
-    default:
-        return nullptr;
-    }
+    return converted_copy(array, classId, ndLOCAL_SCOPE);
 }
 
 namespace detail::noninlined::nd_array_api {
 
 ndArray_tag* ndCreateConvertedCopy(const ndArray_tag* array, ndClassID classId) {
     if (ndArray_tag* const copy = convert_at_once(array, classId)) return as_temporary(copy);
-    return framed_creator([=] { return create_converted_copy(array, classId); });
+    return framed_creator([=] { return converted_copy(array, classId, ndTEMPORARY_SCOPE); });
 }
 
 ndArray_tag* ndStruct2Cell(const ndArray_tag* array) { return ndCreateConvertedCopy(array, ndCELL_CLASS); }

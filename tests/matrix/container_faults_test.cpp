@@ -10,6 +10,7 @@
 #include <libbase/symbol_table.hpp>
 #include <nd/access.hpp>
 #include <nd/containers.hpp>
+#include <nd/convert.hpp>
 
 #include <new>
 #include <string>
@@ -289,30 +290,140 @@ TEST_F(ContainerFaults, ReplacingCountedElements) {
                             EXPECT_EQ(next->ref_count, 1U);
                         });
     }
+    expect_scenario("a counted element by a copy", [&](fault_run& run) {
+        const array_ptr cell = arr("cell 1x1", nullptr);
+        api::ndReplaceCell(cell.get(), 0, handle().release());
+        const array_ptr owner(api::ndCreateReference(api::ndGetCell(cell.get(), 0)));
+        const array_ptr next = handle();
+        api::ndSetReusable(next.get(), true);
+        run.operand(cell.get());
+        run.operand(next.get());
+        run.act([&] { api::ndReplaceCopyInCell(cell.get(), 0, next.get()); });
+    });
     matrix::internal::test_hooks::set_internal_references(false);
 }
 
-TEST_F(ContainerFaults, Conversions) {
-    const auto names = [] { return arr("cell 1x2", arr("char", u"a"), arr("char", u"b")); };
-    for (const std::size_t dim : {1, 2, 3}) {
-        expect_scenario("cell to struct along " + std::to_string(dim), [&](fault_run& run) {
-            const array_ptr cell = arr("cell 2x2x2", value(1), nullptr, value(3), value(4), value(5),
-                                       value(6), arr("cell 1x1", value(7)), value(8));
-            const array_ptr list = names();
+// Plain values, nulls, and cells in cells in turn, all of them reusable.
+array_ptr filled(const char* description) {
+    array_ptr cell = arr(description);
+    for (std::size_t i = 0; i < api::ndGetNumberOfElements(cell.get()); ++i) {
+        if (i % 3 == 1) continue;
+        array_ptr element =
+            i % 3 == 0 ? value(static_cast<int>(i)) : arr("cell 1x2", arr("cell 1x1", value(1)), nullptr);
+        api::ndSetReusable(element.get(), true);
+        api::ndSetCell(cell.get(), i, element.release());
+    }
+    api::ndSetReusable(cell.get(), true);
+    return cell;
+}
+
+struct cell_row {
+    const char* description;
+    std::size_t dim;
+};
+const cell_row cells[] = {
+    {"cell 2x2x2", 1},     {"cell 2x2x2", 2},
+    {"cell 2x2x2", 3},     {"cell 2x2x1x2", 1}, // dimensions out of line for the struct as well
+    {"cell 1x2x2x2", 2},                        // comes to the front without a move of elements
+    {"cell 2x2x2x2x2", 4},                      // elements move
+};
+
+TEST_F(ContainerFaults, CellsToStructs) {
+    for (const cell_row& row : cells) {
+        expect_scenario(row.description + (" along " + std::to_string(row.dim)), [&](fault_run& run) {
+            const array_ptr cell = filled(row.description);
+            const array_ptr list = arr("cell 1x2", arr("char", u"a"), arr("char", u"b"));
+            run.operand(cell.get());
             run.operand(list.get());
-            run.act([&] { return matrix::cell_to_struct(cell.get(), list.get(), dim); });
+            run.act([&] { return matrix::cell_to_struct(cell.get(), list.get(), row.dim); });
         });
     }
-    expect_scenario("struct to cell", [&](fault_run& run) {
-        const array_ptr array = struct_arr("2x3x2", {"a"});
-        run.operand(array.get());
-        run.act([&] { return api::ndStruct2Cell(array.get()); });
+}
+
+// The same element in several slots is shared several times.
+TEST_F(ContainerFaults, CellsOfOneElementToStructs) {
+    expect_scenario("one element", [](fault_run& run) {
+        const array_ptr element = arr("cell 1x1", value(1));
+        const array_ptr cell = arr("cell 2x2", nullptr, nullptr, nullptr, nullptr);
+        api::ndSetCell(cell.get(), 0, api::ndCreateReference(element.get()));
+        ndArray_tag* const stored = api::ndGetCell(cell.get(), 0);
+        for (const std::size_t slot : {1U, 2U, 3U}) {
+            api::ndCreateReference(stored);
+            static_cast<ndArray_tag**>(cell->pdata)[slot] = stored;
+        }
+        const array_ptr list = arr("cell 1x2", arr("char", u"a"), arr("char", u"b"));
+        run.operand(cell.get());
+        run.operand(element.get());
+        run.act([&] { return matrix::cell_to_struct(cell.get(), list.get(), 2); });
     });
+}
+
+TEST_F(ContainerFaults, StructsToCells) {
+    for (const char* const dims : {"1x1", "2x3x2"}) {
+        expect_scenario("struct to cell", [&](fault_run& run) {
+            const array_ptr array = struct_arr(dims, {"a"});
+            api::ndSetReusable(array.get(), true);
+            run.operand(array.get());
+            run.act([&] { return api::ndStruct2Cell(array.get()); });
+        });
+    }
+    for (const ndClassID target : {ndSTRUCT_CLASS, ndCELL_CLASS}) {
+        expect_scenario("object to struct or cell", [&](fault_run& run) {
+            const array_ptr object =
+                struct_arr("1x1", {"a", "b", "c"}, filled("cell 1x3"), filled("cell 1x1"), value(1));
+            ASSERT_EQ(api::ndSetClassName(object.get(), "pair"), 0);
+            run.operand(object.get());
+            run.act([&] { return matrix::create_converted_copy(object.get(), target); });
+        });
+    }
+}
+
+struct pairs {
+    array_ptr arguments[6] = {arr("char", u"a"), filled("cell 1x3"), arr("char", u"b"),
+                              value(3),          arr("char", u"c"),  arr("cell 1x1", filled("cell 1x3"))};
+
+    explicit pairs(fault_run& run) {
+        for (const array_ptr& argument : arguments) {
+            api::ndSetReusable(argument.get(), true);
+            run.operand(argument.get());
+        }
+    }
+};
+
+TEST_F(ContainerFaults, PairsToStructs) {
     expect_scenario("pairs to struct", [&](fault_run& run) {
-        const array_ptr arguments[] = {arr("char", u"a"), arr("cell 1x2", value(1), value(2)),
-                                       arr("char", u"b"), value(3)};
-        run.act([&] { return matrix::struct_conversion_fcn(4, arguments); });
+        const pairs given(run);
+        run.act([&] { return matrix::struct_conversion_fcn(6, given.arguments); });
     });
+}
+
+TEST_F(ContainerFaults, ConversionsOfTheInterface) {
+    const fault_options framed{.framed = true, .second_within = 2};
+    EXPECT_TRUE(for_each_failing_alloc(
+                    "ndCell2Struct",
+                    [](fault_run& run) {
+                        const array_ptr cell = filled("cell 2x2x1x2");
+                        const array_ptr list = arr("cell 1x2", arr("char", u"a"), arr("char", u"b"));
+                        run.operand(cell.get());
+                        run.operand(list.get());
+                        run.act([&] { return api::ndCell2Struct(cell.get(), list.get(), 2); });
+                    },
+                    framed)
+                    .passed);
+    EXPECT_TRUE(for_each_failing_alloc(
+                    "ndStructureConversionFcn",
+                    [](fault_run& run) {
+                        const pairs given(run);
+                        const ndArray_tag* plain[6];
+                        for (std::size_t i = 0; i < 6; ++i) plain[i] = given.arguments[i].get();
+                        run.act([&] {
+                            ndArray_tag* made = nullptr;
+                            api::ndStructureConversionFcn(&made, 6, plain);
+                            return made;
+                        });
+                    },
+                    framed)
+                    .passed);
 }
 
 TEST_F(ContainerFaults, Creation) {
@@ -321,8 +432,14 @@ TEST_F(ContainerFaults, Creation) {
     expect_scenario("a struct", [&](fault_run& run) {
         run.act([&] { return matrix::detail::do_create_struct(dims, names); });
     });
+    expect_scenario("a stack struct",
+                    [&](fault_run& run) { run.act([&] { return matrix::createStackStruct(3); }); });
     fault_options framed;
     framed.framed = true;
+    EXPECT_TRUE(for_each_failing_alloc(
+                    "ndCreateStackStruct",
+                    [&](fault_run& run) { run.act([&] { return api::ndCreateStackStruct(3); }); }, framed)
+                    .passed);
     EXPECT_TRUE(
         for_each_failing_alloc(
             "ndCreateStructArray",
