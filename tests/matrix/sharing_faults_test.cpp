@@ -1,6 +1,7 @@
 // Every allocation fails, alone and with a second one, in every operation that copies, shares, unshares or moves: the operands
 // stay as they were.
 #include "matrix/process_state.hpp"
+#include "matrix/scaffolding.hpp"
 #include "matrix/sparse_array.hpp"
 #include "support/arr.hpp"
 #include "support/fault_injection.hpp"
@@ -9,6 +10,7 @@
 
 #include <foundation/core/mem/aligned_heap.hpp>
 #include <nd/access.hpp>
+#include <nd/containers.hpp>
 #include <nd/interleaved.hpp>
 #include <nd/share.hpp>
 
@@ -30,8 +32,9 @@ const value_row values[] = {
     {"a sparse matrix", [] { return sparse_3x2(); }},
     {"nested cells",
      [] {
-         return arr("cell 1x3", arr("double", {1}), nullptr,
-                    arr("cell 1x2", arr("cell 1x1", numbered("int8 2x2x2")), arr("char", u"ab")));
+         return arr("cell 1x4", arr("double", {1}), nullptr,
+                    arr("cell 1x2", arr("cell 1x1", numbered("int8 2x2x2")), arr("char", u"ab")),
+                    arr("cell 1x1", arr("double", {2})));
      }},
 };
 
@@ -143,6 +146,22 @@ TEST_F(SharingFaults, Unsharing) {
     }
 }
 
+TEST_F(SharingFaults, UnsharingWithAStatus) {
+    for (const int level : {0, 1}) {
+        for (const value_row& value : values) {
+            expect_scenario(std::string("ndUnshareArray of ") + value.name,
+                            [&](fault_run& run) {
+                                const array_ptr source = value.make();
+                                const array_ptr sharer = do_shared_copy(source.get());
+                                run.operand(source.get());
+                                run.operand(sharer.get());
+                                run.act([&] { return api::ndUnshareArray(source.get(), level) == 0; });
+                            },
+                            {.framed = true});
+        }
+    }
+}
+
 TEST_F(SharingFaults, UnsharingOfOthers) {
     for (const value_row& value : values) {
         expect_scenario(std::string("moving the other sharers of ") + value.name, [&](fault_run& run) {
@@ -172,6 +191,7 @@ TEST_F(SharingFaults, MovingOntoAHeader) {
             expect_scenario(std::string("moving ") + from.name + " onto " + to.name, [&](fault_run& run) {
                 const array_ptr dest = to.make();
                 const array_ptr src = from.make();
+                api::ndSetReusable(src.get(), true);
                 run.operand(dest.get());
                 run.operand(src.get());
                 run.act([&] {
@@ -229,7 +249,6 @@ TEST_F(SharingFaults, ChangingComplexity) {
             expect_scenario(row.name + std::string(shared ? ", shared" : ""), [&](fault_run& run) {
                 const array_ptr array = numbered(row.value);
                 const array_ptr sharer = shared ? do_shared_copy(array.get()) : nullptr;
-                if (!shared) array->setCustomDeleter(nullptr);
                 run.operand(array.get());
                 run.act([&] {
                     const module_mode_scope raising(mode_exceptions);
@@ -306,6 +325,27 @@ TEST_F(SharingFaults, OfASplitView) {
             EXPECT_TRUE(!was_current || !matrix::detail::isIC(array.get()));
             array->interleave_data();
             EXPECT_EQ(static_cast<const double*>(array->pdata)[0], 1.0);
+        });
+    }
+}
+
+// Each stands in a cell that has other users. What was written to the views is in the blocks afterwards.
+TEST_F(SharingFaults, OfSplitViewsBelowContainers) {
+    for (auto* const act : {matrix::switchToInterleaved, matrix::updateInterleavedData}) {
+        expect_scenario("views below containers", [&](fault_run& run) {
+            const array_ptr inner[] = {arr("cell 1x2", numbered("complex double 1x2"), nullptr),
+                                       arr("cell 1x1", numbered("double 1x3"))};
+            const array_ptr all = arr("cell 1x2", arr("cell 1x1", do_shared_copy(inner[0].get())),
+                                      do_shared_copy(inner[1].get()));
+            ndArray_tag* const arrays[] = {api::ndGetCell(inner[0].get(), 0),
+                                           api::ndGetCell(inner[1].get(), 0)};
+            for (ndArray_tag* const array : arrays) {
+                array->split_data(true);
+                static_cast<double*>(array->get_scData()->real_data)[0] = 7;
+            }
+            run.act([&] { act(all.get()); });
+            for (const ndArray_tag* const array : arrays)
+                EXPECT_EQ(static_cast<const double*>(array->pdata)[0], 7.0);
         });
     }
 }
