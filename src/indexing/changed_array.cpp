@@ -70,10 +70,13 @@ array_ptr copy_if_it_holds(const ndArray_tag* lhs, const ndArray_tag* value) {
 } // namespace
 
 void changed_array::use_copy() {
-    replace(is_container_class(array_->class_id) ? shallow_copy(array_) : detail::do_deep_copy(array_));
+    if (!is_container_class(array_->class_id)) return replace(detail::do_deep_copy(array_));
+    if (array_ == lhs_) shared_.note_elements(lhs_); // those of a replacement end with it
+    replace(shallow_copy(array_));
 }
 
 void changed_array::finish() noexcept {
+    shared_.keep();
     if (replacement_) detail::noninlined::nd_array_api::ndMoveArrayOntoHeader(lhs_, replacement_.release());
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "indexing/fitted_subscripts.hpp"
+#include "matrix/sharing_rollback.hpp"
 
 #include <nd/create.hpp>
 
@@ -30,6 +31,7 @@ public:
 private:
     ndArray_tag* lhs_;
     ndArray_tag* array_;
+    sharing_rollback shared_; ///< of the left side's elements with the replacement
     array_ptr replacement_;
 };
 

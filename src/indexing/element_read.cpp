@@ -3,13 +3,56 @@
 
 #include "matrix/accessors.hpp"
 #include "matrix/class_hooks.hpp"
+#include "matrix/containers.hpp"
 #include "matrix/data_copy.hpp"
 #include "matrix/function_records.hpp"
+#include "matrix/sharing_rollback.hpp"
 
 #include <new>
+#include <span>
+#include <utility>
 
 namespace matrix::internal {
 namespace {
+
+// Shares the elements of runs of slots with slots of holder, which are null till then.
+class slot_reader {
+public:
+    slot_reader(ndArray_tag* holder, sharing_rollback& shared) noexcept
+        : target_(slots_of(holder)), holder_(holder), shared_(shared) {}
+
+    bool operator()(const position_run& run, const std::byte* base) {
+        return walk_run(run, [&](std::size_t offset) {
+            ndArray_tag* element = nullptr;
+            std::memcpy(&element, base + offset * sizeof element, sizeof element);
+            shared_.note_element(element);
+            *target_++ = share_for_slot(element, holder_);
+        });
+    }
+
+private:
+    ndArray_tag** target_;
+    const ndArray_tag* holder_;
+    sharing_rollback& shared_;
+};
+
+// Ends what stands in the slots of a container, unless it is kept.
+class slots_on_probation {
+public:
+    explicit slots_on_probation(ndArray_tag* container) noexcept : container_(container) {}
+    ~slots_on_probation() {
+        if (container_ == nullptr) return;
+        for (ndArray_tag*& slot : std::span(slots_of(container_), slot_count(container_)))
+            destroyArray(std::exchange(slot, nullptr));
+    }
+    slots_on_probation(const slots_on_probation&) = delete;
+    slots_on_probation& operator=(const slots_on_probation&) = delete;
+
+    void keep() noexcept { container_ = nullptr; }
+
+private:
+    ndArray_tag* container_;
+};
 
 class record_reader {
 public:
@@ -79,7 +122,12 @@ bool read_bytes(const read_request& request) {
 }
 
 bool read_slots(const read_request& request) {
-    return request.walk(slot_reader(static_cast<ndArray_tag**>(request.result->pdata), request.result));
+    sharing_rollback shared;
+    slots_on_probation slots(request.result);
+    if (!request.walk(slot_reader(request.result, shared))) return false;
+    slots.keep();
+    shared.keep();
+    return true;
 }
 
 bool read_records(const read_request& request) { return request.walk(record_reader(request.result)); }
@@ -101,14 +149,6 @@ constexpr auto read_functions = [] {
 }();
 
 } // namespace
-
-bool slot_reader::operator()(const position_run& run, const std::byte* base) {
-    return walk_run(run, [&](std::size_t offset) {
-        ndArray_tag* element = nullptr;
-        std::memcpy(&element, base + offset * sizeof element, sizeof element);
-        *target_++ = share_for_slot(element, holder_);
-    });
-}
 
 bool read_elements(const ndArray_tag* source, dims_view dims, const SubscriptSet& set, ndArray_tag* result) {
     if (source->pdata == nullptr) return true;

@@ -42,20 +42,6 @@ private:
     std::byte* target_;
 };
 
-/// Shares the elements of runs of slots with slots of holder. Those are null till then, so that what a failure leaves can be destroyed.
-/// Raises std::bad_alloc.
-class slot_reader {
-public:
-    slot_reader(ndArray_tag** target, const ndArray_tag* holder) noexcept
-        : target_(target), holder_(holder) {}
-
-    bool operator()(const position_run& run, const std::byte* base);
-
-private:
-    ndArray_tag** target_;
-    const ndArray_tag* holder_;
-};
-
 /// Copies the selected elements of source, which is full, up to date and seen through dims, to result: an array of the same class and
 /// complexity with a block for as many, zeroed where the class can hold references. False when memory runs out; what else copying an
 /// element raises passes. result can be destroyed then.

@@ -156,12 +156,14 @@ private:
     std::size_t at_ = 0;
 };
 
-data_copy shared_for_slots(ndArray_tag* target, slot_cycle from, std::size_t count) {
+data_copy shared_for_slots(ndArray_tag* target, slot_cycle from, std::size_t count,
+                           sharing_rollback& shared) {
     data_copy prepared(target);
     auto* const places = static_cast<ndArray_tag**>(
         prepared.allocate(count, sizeof(ndArray_tag*), DataInitialization::zeroed));
     for (std::size_t i = 0; i < count; ++i) {
         ndArray_tag* const element = from.next();
+        shared.note_element(element);
         places[i] = share_for_slot(element, target);
         if (holds_references(element)) note_link_on_gc_list(target, places[i]);
     }
@@ -194,8 +196,12 @@ data_copy filled_references(ndArray_tag* target, const ndArray_tag* source, std:
 } // namespace
 
 data_copy copies_for_slots(ndArray_tag* target, const ndArray_tag* source, std::size_t count) {
-    if (target->class_id != ndOPAQUE_CLASS)
-        return shared_for_slots(target, slot_cycle(source).first(), count);
+    if (target->class_id != ndOPAQUE_CLASS) {
+        sharing_rollback shared;
+        data_copy copies = shared_for_slots(target, slot_cycle(source).first(), count, shared);
+        shared.keep();
+        return copies;
+    }
     data_copy prepared(target);
     auto* const places =
         static_cast<void**>(prepared.allocate(count, sizeof(void*), DataInitialization::zeroed));
@@ -211,7 +217,7 @@ element_store::element_store(ndArray_tag* target, const ndArray_tag* source, std
     if (is_container_class(target->class_id)) {
         const auto slots = slots_in(source);
         if (std::any_of(slots.begin(), slots.end(), holds_references))
-            prepared_.emplace(shared_for_slots(target, slot_cycle(source), count));
+            prepared_.emplace(shared_for_slots(target, slot_cycle(source), count, shared_));
     } else if (target->class_id == ndFUNCTION_CLASS) {
         prepared_.emplace(acquired_records(target, source, count, scalar_));
     } else if (target->class_id == ndOPAQUE_CLASS && grows) {
@@ -241,12 +247,14 @@ bool element_store::store_slots(ndArray_tag* target, dims_view seen, const Subsc
         return share_for_slot(from.next(), target); // plain: only its count changes
     };
     ending_elements old;
-    return walk_elements(
+    const bool stored = walk_elements(
         static_cast<std::byte*>(target->pdata), seen, set, sizeof(ndArray_tag*),
         [&](const position_run& run, std::byte* base) {
             auto* const slots = reinterpret_cast<ndArray_tag**>(base);
             return walk_run(run, [&](std::size_t offset) { old.add(std::exchange(slots[offset], next())); });
         });
+    if (stored) shared_.keep();
+    return stored;
 }
 
 bool element_store::store_records(ndArray_tag* target, dims_view seen, const SubscriptSet& set) {

@@ -13,6 +13,7 @@
 #include "indexing/subscript_set.hpp"
 #include "matrix/data_copy.hpp"
 #include "matrix/dimensions.hpp"
+#include "matrix/sharing_rollback.hpp"
 
 #include <optional>
 
@@ -37,6 +38,7 @@ private:
 
     const ndArray_tag* source_;
     bool scalar_;
+    sharing_rollback shared_; ///< of what stands in prepared_
     std::optional<data_copy>
         prepared_; ///< for each place of its own; none where sharing an element can't fail
 };

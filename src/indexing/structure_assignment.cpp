@@ -10,6 +10,7 @@
 #include "errors/raise.hpp"
 #include "matrix/arraycpy.hpp"
 #include "matrix/field_names.hpp"
+#include "matrix/sharing_rollback.hpp"
 
 #include <nd/class_access.hpp>
 #include <nd/share.hpp>
@@ -55,8 +56,14 @@ void ndStructureAssignment(bool& grew, ndArray_tag* lhs, std::size_t nsubs, cons
     if (nsubs == 0) errors::raise<TARVEL::legacy_two_part::nindexIsZero>();
     const array_ptr held = held_for_change(rhs, lhs);
     // Slots that are stored to aren't read at the same time.
-    const array_ptr own = rhs == lhs && is_struct_like(lhs->class_id) ? shallow_copy(lhs) : nullptr;
+    sharing_rollback shared;
+    array_ptr own;
+    if (rhs == lhs && is_struct_like(lhs->class_id)) {
+        shared.note_elements(lhs);
+        own = shallow_copy(lhs);
+    }
     grew = assign_slots(lhs, {subs, nsubs}, own ? own.get() : rhs, field);
+    shared.keep();
 }
 
 } // namespace matrix::detail::noninlined::nd_array_api

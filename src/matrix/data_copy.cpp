@@ -203,16 +203,6 @@ ndArray_tag* share_for_slot(ndArray_tag* element, const ndArray_tag* holder) {
     return shared.release();
 }
 
-namespace {
-
-// One without references gets an owner more, which is nothing that a failure leaves behind unless it was reusable.
-bool is_marked_by_slot(const ndArray_tag* element) noexcept {
-    return element != nullptr &&
-           (can_hold_references(element->class_id) || (element->flags & flag_reusable) != 0);
-}
-
-} // namespace
-
 data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holder) {
     sharing_rollback shared;
     data_copy copy(holder);
@@ -221,7 +211,7 @@ data_copy copy_slots_shallow(const ndArray_tag* source, const ndArray_tag* holde
         static_cast<ndArray_tag**>(copy.allocate(count, sizeof(ndArray_tag*), DataInitialization::zeroed));
     for (std::size_t i = 0; slots != nullptr && i < count; ++i) {
         ndArray_tag* const element = slots_of(source)[i];
-        if (is_marked_by_slot(element)) shared.note(element);
+        shared.note_element(element);
         slots[i] = share_for_slot(element, holder);
     }
     shared.keep();

@@ -6,7 +6,6 @@
 #include "matrix/root_record.hpp"
 #include "matrix/scaffolding.hpp"
 #include "matrix/share_record.hpp"
-#include "matrix/sharing_rollback.hpp"
 #include "matrix/unshare.hpp"
 
 #include <foundation/core/diag/diag.hpp>
@@ -173,20 +172,6 @@ void free_share_record(ndArray_tag* array) noexcept {
     if (array->share_record == nullptr) return;
     delete_share_record(array->share_record);
     array->share_record = nullptr;
-}
-
-// Last first: an array that was noted twice was as it is told first.
-sharing_rollback::~sharing_rollback() {
-    while (!sources_.empty()) {
-        const marks& was = sources_.back();
-        if (!was.has_record) free_share_record(was.array);
-        was.array->flags = was.flags;
-        sources_.pop_back();
-    }
-}
-
-void sharing_rollback::note(ndArray_tag* array) {
-    sources_.push_back({array, array->flags, array->share_record != nullptr});
 }
 
 void keep_borrowed_block(void* /*block*/) noexcept {}

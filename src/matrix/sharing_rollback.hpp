@@ -22,6 +22,11 @@ public:
     /// To be told before the array is shared. Raises std::bad_alloc.
     void note(ndArray_tag* array);
 
+    /// The same for an element, or null, that goes to another slot (share_for_slot() in matrix/data_copy.hpp), and for all elements of
+    /// a container.
+    void note_element(ndArray_tag* element);
+    void note_elements(const ndArray_tag* container);
+
     /// The operation has succeeded: what was shared stays so.
     void keep() noexcept { sources_.clear(); }
 

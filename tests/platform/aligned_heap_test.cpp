@@ -269,6 +269,8 @@ std::string mapping_flags(const void* address) {
     return {};
 }
 
+#    ifndef ND_TORTURE // there each block comes straight from the C heap
+
 bool system_has_huge_pages() { return std::ifstream("/sys/kernel/mm/transparent_hugepage/enabled").good(); }
 
 TEST(aligned_heap, blocks_from_4_mebibytes_on_are_advised_to_use_huge_pages) {
@@ -286,8 +288,6 @@ TEST(aligned_heap, blocks_from_4_mebibytes_on_are_advised_to_use_huge_pages) {
     EXPECT_NE(mapping_flags(small.get()), "");
     EXPECT_EQ(mapping_flags(small.get()).find(" hg "), std::string::npos);
 }
-
-#    ifndef ND_TORTURE
 
 TEST(aligned_heap, large_blocks_begin_at_a_huge_page_and_come_back_when_they_are_asked_for_again) {
     constexpr std::size_t size = 33 * mebibyte + 5; // no other test uses it
