@@ -76,6 +76,14 @@ const fault_case cases[] = {
      cells,
      {"[2 1 4]"},
      [] { return arr("cell 1x3", arr("cell", arr("double", {9})), nullptr, arr("char", u"x")); }},
+    {"growing cell of cells",
+     [] { return arr("cell 1x2", arr("cell", arr("double", {1})), arr("cell", nullptr)); },
+     {"[1 4]"},
+     [] { return arr("cell 1x2", arr("cell", nullptr), arr("cell", nullptr)); }},
+    {"eleven subscripts of a cell of cells",
+     [] { return arr("cell 1x2", arr("cell", nullptr), arr("cell", nullptr)); },
+     {"1", "3", "1", "1", "1", "1", "1", "1", "1", "1", "2"},
+     [] { return arr("cell", arr("cell", nullptr)); }},
     {"scalar cell", cells, {"1:5"}, [] { return arr("cell", arr("cell", arr("double", {9}))); }},
     {"eleven subscripts",
      [] { return arr("cell 1x2", arr("double", {1}), arr("char", u"x")); },
@@ -96,6 +104,7 @@ TEST_F(AssignmentFaults, LeaveTheLeftSideAsItWas) {
             const array_ptr rhs = c.rhs();
             const subscripts subs(c.subs);
             run.operand(lhs.get());
+            run.operand(rhs.get());
             run.act([&] { assign(lhs.get(), subs, rhs.get()); });
         });
     }

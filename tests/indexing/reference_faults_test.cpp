@@ -58,6 +58,8 @@ const fault_case cases[] = {
      [] {
          return subs_of(arr("double 1x4", {1, 2, 3, 1}));
      }},
+    {"cell of cells", [] { return arr("cell 1x2", arr("cell 1x1", nullptr), arr("cell 1x1", nullptr)); },
+     [] { return subs_of(range(1, 1, 2)); }},
     {"sparse, one subscript",
      [] {
          return sparse_of(arr("double 2x2", {1, 0, 0, 4}));
