@@ -253,6 +253,8 @@ TEST(aligned_heap, a_size_that_no_machine_has_gives_null_and_keeps_the_block) {
     EXPECT_EQ(first_wrong(b.get(), 1000, 9), 1000U);
 }
 
+#    ifndef ND_TORTURE // there each block comes straight from the C heap
+
 // The flags of the mapping that holds an address, from /proc/self/smaps.
 std::string mapping_flags(const void* address) {
     std::ifstream maps("/proc/self/smaps");
@@ -268,8 +270,6 @@ std::string mapping_flags(const void* address) {
     }
     return {};
 }
-
-#    ifndef ND_TORTURE // there each block comes straight from the C heap
 
 bool system_has_huge_pages() { return std::ifstream("/sys/kernel/mm/transparent_hugepage/enabled").good(); }
 
