@@ -14,7 +14,6 @@
 #include "matrix/destroy.hpp"
 
 #include "matrix/accessors.hpp"
-#include "matrix/alloc_list.hpp"
 #include "matrix/array_cache.hpp"
 #include "matrix/array_list.hpp"
 #include "matrix/class_hooks.hpp"
